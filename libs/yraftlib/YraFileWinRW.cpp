@@ -1,0 +1,2 @@
+// The C functions of the queue store: check, forward, answer.
+#include "yrafiletransfer.h"

@@ -1,0 +1,3 @@
+#include "YraRW.h"
+YraRW::YraRW() = default;
+YraRW::~YraRW() = default;
