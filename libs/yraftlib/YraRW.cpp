@@ -1,3 +1,324 @@
+// The store's operations on single elements and whole containers.
 #include "YraRW.h"
-YraRW::YraRW() = default;
-YraRW::~YraRW() = default;
+
+#include <cstdlib>
+#include <new>
+
+#include "YraContainers.h"
+
+namespace {
+
+constexpr TraceLayer kLayer = kLayerRw;
+
+using Row = YraContainers::Row;
+
+// Reports the container that an operation is asked for; null, reported too, for an unknown type.
+const Row* Named(int queueType) {
+  const Row* row = YraContainers::Find(queueType);
+  TRACE_VERBOSE("queue type: %d (%s)", queueType, row != nullptr ? row->name : "Unknown");
+  if (row == nullptr) TRACE_ERROR("queue type is unknown.(%d)", queueType);
+  return row;
+}
+
+unsigned int NullArgument(const char* name) {
+  TRACE_ERROR("%s (%p) is null.", name, static_cast<void*>(nullptr));
+  return YRAFT_STATUS_INVALID_PARAM;
+}
+
+bool TraceTruth(const char* function, unsigned int line, bool answer) {
+  if (kvolog::Admits(kLayer.classId, KVO_LOG_VERBOSE)) {
+    __KvoTrace(kLayer.classId, KVO_LOG_VERBOSE, __FILE__, function, line, "[%s] Out: ret=%s.",
+               kLayer.tag, TraceBool(answer));
+  }
+  return answer;
+}
+
+}  // namespace
+
+YraRW::YraRW() {
+  TRACE_IN();
+  TRACE_OUT();
+}
+
+YraRW::~YraRW() {
+  TRACE_IN();
+  for (int type = YRAFT_QUEUE_BUFFER; type <= YRAFT_MAP_UITHREAD; ++type) YraRW_QueueClear(type);
+  TRACE_OUT();
+}
+
+YraRW* YraRWAllocate() noexcept {
+  try {
+    return new YraRW;  // the containers allocate as well
+  } catch (const std::bad_alloc&) {
+    return nullptr;
+  }
+}
+
+bool YraRW::YraRW_QueueTypeCheck(int queueType) {
+  TRACE_IN();
+  TRACE_VERBOSE("queueType=%d.", queueType);
+  return TraceTruth(__func__, __LINE__, YraContainers::Find(queueType) != nullptr);
+}
+
+// ---- Push --------------------------------------------------------------------------------------
+
+// How an element enters a sequence, or the map under a key.
+struct YraPush {
+  const Row& row;
+  int key;
+  YraContainers::Element element;
+
+  template <class Sequence>
+  unsigned int operator()(Sequence& sequence, unsigned int& context) const {
+    sequence.push_back(element);
+    if (row.named) {
+      const auto* pInfo = reinterpret_cast<const YRAFT_FILEINFO_ITEM*>(element.pData);
+      TRACE_VERBOSE("length=%u, file length=%u, name[%s].", pInfo->cbSize, pInfo->nameLen,
+                    YRAFT_FILEINFO_NAME(pInfo));
+    }
+    context += element.weight;
+    return YRAFT_STATUS_SUCCESS;
+  }
+
+  unsigned int operator()(std::map<int, YraContainers::Element>& map, unsigned int&) const {
+    constexpr int kMaxKey = 0xFFFF;
+    if (key < 0 || key > kMaxKey) {
+      TRACE_ERROR("Key %d is out of range.", key);
+      return YRAFT_STATUS_INVALID_PARAM;
+    }
+    if (map.find(key) != map.end()) {
+      TRACE_ERROR("Key %d already exist.", key);
+      return YRAFT_STATUS_KEY_EXISTS;
+    }
+    TRACE_VERBOSE("Key %d do not find.", key);
+    map.emplace(key, element);
+    TRACE_VERBOSE("size=%u.", static_cast<unsigned int>(map.size()));
+    return YRAFT_STATUS_SUCCESS;
+  }
+};
+
+unsigned int YraRW::YraRW_QueuePush(int queueType, int key, unsigned char* pBuffer,
+                                    unsigned int len) {
+  TRACE_IN();
+  if (pBuffer == nullptr || len == 0) {
+    TRACE_ERROR("pBuffer (%p) is null or len (%d) is zero.", static_cast<void*>(pBuffer),
+                static_cast<int>(len));
+    return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  }
+  const Row* row = YraContainers::Find(queueType);
+  TRACE_VERBOSE("queue type: %d (%s) <0x%x - %d>", queueType,
+                row != nullptr ? row->name : "Unknown", TraceAddress(pBuffer),
+                static_cast<int>(len));
+  if (row == nullptr) {
+    TRACE_ERROR("queue type is unknown.(%d)", queueType);
+    return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  }
+  try {
+    return TRACE_RET(YraContainers::With(*this, queueType,
+                                         YraPush{*row, key, {pBuffer, row->weight(pBuffer, len)}}));
+  } catch (const std::bad_alloc&) {
+    TRACE_ERROR("no memory for another element.");
+    return TRACE_RET(YRAFT_STATUS_NO_MEMORY);
+  }
+}
+
+// ---- Figures -----------------------------------------------------------------------------------
+
+unsigned int YraRW::YraRW_QueueSize(int queueType, int* pSize) {
+  TRACE_IN();
+  if (pSize == nullptr) return TRACE_RET(NullArgument("pSize"));
+  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  *pSize = YraContainers::With(*this, queueType, [](auto& container, unsigned int&) {
+    return static_cast<int>(container.size());
+  });
+  TRACE_VERBOSE("Get size is %d.", *pSize);
+  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+}
+
+bool YraRW::YraRW_QueueIsEmpty(int queueType) {
+  TRACE_IN();
+  const bool empty = Named(queueType) == nullptr ||
+                     YraContainers::With(*this, queueType, [](auto& container, unsigned int&) {
+                       return container.empty();
+                     });
+  TRACE_VERBOSE("[%s] Out: ret=%d.", kLayer.tag, empty ? 1 : 0);
+  return empty;
+}
+
+unsigned int YraRW::YraRW_QueueContextSize(int queueType, unsigned int* pContextSize) {
+  TRACE_IN();
+  if (pContextSize == nullptr) return TRACE_RET(NullArgument("pContextSize"));
+  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  *pContextSize =
+      YraContainers::With(*this, queueType, [](auto&, unsigned int& context) { return context; });
+  TRACE_VERBOSE("Get context size is %d.", static_cast<int>(*pContextSize));
+  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+}
+
+// ---- Clear -------------------------------------------------------------------------------------
+
+struct YraClear {
+  const Row& row;
+
+  unsigned int operator()(std::deque<YraContainers::Element>& queue, unsigned int& context) const {
+    TRACE_VERBOSE("Get queue size is %d.", static_cast<int>(queue.size()));
+    for (int i = 1; !queue.empty(); ++i) {
+      unsigned char* pBuffer = queue.front().pData;
+      queue.pop_front();
+      TRACE_VERBOSE("[%02d]: pBuffer=0x%x.", i, TraceAddress(pBuffer));
+      if (row.freedOnClear) std::free(pBuffer);
+    }
+    context = 0;
+    return YRAFT_STATUS_SUCCESS;
+  }
+
+  unsigned int operator()(std::list<YraContainers::Element>& list, unsigned int& context) const {
+    TRACE_VERBOSE("File info list size is %d.", static_cast<int>(list.size()));
+    for (int i = 1; !list.empty(); ++i) {
+      list.pop_front();
+      TRACE_VERBOSE("delete %d.", i);
+    }
+    context = 0;
+    return YRAFT_STATUS_SUCCESS;
+  }
+
+  unsigned int operator()(std::map<int, YraContainers::Element>& map, unsigned int&) const {
+    TRACE_VERBOSE("UI thread map size is %d.", static_cast<int>(map.size()));
+    map.clear();
+    return YRAFT_STATUS_SUCCESS;
+  }
+};
+
+unsigned int YraRW::YraRW_QueueClear(int queueType) {
+  TRACE_IN();
+  const Row* row = Named(queueType);
+  if (row == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  return TRACE_RET(YraContainers::With(*this, queueType, YraClear{*row}));
+}
+
+unsigned int YraRW::YraRW_Reset() {
+  TRACE_IN();
+  for (int type = YRAFT_QUEUE_BUFFER; type <= YRAFT_MAP_UITHREAD; ++type) YraRW_QueueClear(type);
+  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+}
+
+// ---- Keyed access ------------------------------------------------------------------------------
+
+// What an access does with the element it finds.
+enum class Access { kLook, kTake, kDrop };
+
+struct YraAccess {
+  const Row& row;
+  int key;
+  Access access;
+  unsigned char** ppBuffer;  // null for a drop
+
+  unsigned int operator()(std::deque<YraContainers::Element>& queue, unsigned int& context) const {
+    if (queue.empty()) return Nothing();
+    Hand(queue.front());
+    if (access != Access::kLook) {
+      context -= queue.front().weight;
+      queue.pop_front();
+    }
+    return YRAFT_STATUS_SUCCESS;
+  }
+
+  unsigned int operator()(std::list<YraContainers::Element>& list, unsigned int& context) const {
+    if (list.empty()) return Nothing();
+    TRACE_VERBOSE("Before Pop, size=%d.", static_cast<int>(list.size()));
+    Hand(list.front());
+    if (access != Access::kLook) {
+      context -= list.front().weight;
+      list.pop_front();
+    }
+    TRACE_VERBOSE("After Pop, size=%d.", static_cast<int>(list.size()));
+    return YRAFT_STATUS_SUCCESS;
+  }
+
+  unsigned int operator()(std::map<int, YraContainers::Element>& map, unsigned int&) const {
+    const auto entry = map.find(key);
+    if (entry == map.end()) {
+      TRACE_AT(access == Access::kDrop ? KVO_LOG_VERBOSE : KVO_LOG_ERROR, "Key %d do not find.",
+               key);
+      return access == Access::kDrop ? YRAFT_STATUS_SUCCESS : YRAFT_STATUS_KEY_NOT_FOUND;
+    }
+    TRACE_VERBOSE("Key %d find.", key);
+    unsigned char* pData = entry->second.pData;
+    Hand(entry->second);
+    if (access != Access::kLook) map.erase(entry);
+    const auto size = static_cast<unsigned int>(map.size());
+    if (access == Access::kLook) {
+      TRACE_VERBOSE("pBuffer=0x%x, size=%u.", TraceAddress(pData), size);
+    } else if (access == Access::kTake) {
+      TRACE_VERBOSE("pBuffer=0x%x, size=%u, mapRet=%d.", TraceAddress(pData), size, 1);
+    } else {
+      TRACE_VERBOSE("size=%u, mapRet=%d.", size, 1);
+    }
+    return YRAFT_STATUS_SUCCESS;
+  }
+
+ private:
+  // There is no front: a drop has nothing to do, the others nothing to answer.
+  unsigned int Nothing() const {
+    if (access == Access::kDrop) return YRAFT_STATUS_SUCCESS;
+    TRACE_ERROR("%s is empty.", row.name);
+    return YRAFT_STATUS_KEY_NOT_FOUND;
+  }
+
+  void Hand(const YraContainers::Element& element) const {
+    if (access != Access::kDrop) {
+      *ppBuffer = element.pData;
+    } else if (row.freedOnPop) {
+      std::free(element.pData);
+    }
+  }
+};
+
+unsigned int YraRW::YraRW_QueueFront(int queueType, int key, unsigned char** ppBuffer) {
+  TRACE_IN();
+  if (ppBuffer == nullptr) return TRACE_RET(NullArgument("ppBuffer"));
+  *ppBuffer = nullptr;
+  const Row* row = Named(queueType);
+  if (row == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  const unsigned int ret =
+      YraContainers::With(*this, queueType, YraAccess{*row, key, Access::kLook, ppBuffer});
+  if (ret == YRAFT_STATUS_SUCCESS) TRACE_VERBOSE("Get buffer is 0x%x.", TraceAddress(*ppBuffer));
+  return TRACE_RET(ret);
+}
+
+unsigned int YraRW::YraRW_QueuePopFront(int queueType, int key, unsigned char** ppBuffer) {
+  TRACE_IN();
+  if (ppBuffer == nullptr) return TRACE_RET(NullArgument("ppBuffer"));
+  const Row* row = Named(queueType);
+  if (row == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  const unsigned int ret =
+      YraContainers::With(*this, queueType, YraAccess{*row, key, Access::kTake, ppBuffer});
+  if (ret == YRAFT_STATUS_SUCCESS) TRACE_VERBOSE("Get buffer is 0x%x.", TraceAddress(*ppBuffer));
+  return TRACE_RET(ret);
+}
+
+unsigned int YraRW::YraRW_QueuePop(int queueType, int key) {
+  TRACE_IN();
+  const Row* row = Named(queueType);
+  if (row == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  return TRACE_RET(
+      YraContainers::With(*this, queueType, YraAccess{*row, key, Access::kDrop, nullptr}));
+}
+
+bool YraRW::YraRW_QueueFind(int queueType, int key) {
+  TRACE_IN();
+  bool found = false;
+  if (Named(queueType) != nullptr) {
+    found = YraContainers::With(*this, queueType, [key](auto& container, unsigned int&) {
+      if constexpr (YraContainers::kIsMap<decltype(container)>) {
+        const bool present = container.find(key) != container.end();
+        TRACE_VERBOSE("Key %d %s.", key, present ? "find" : "do not find");
+        return present;
+      } else {
+        TRACE_VERBOSE("Do not support.");
+        return false;
+      }
+    });
+  }
+  return TraceTruth(__func__, __LINE__, found);
+}

@@ -15,8 +15,10 @@ extern std::atomic<bool> g_connected;
 // The class's working level admits a message of this level.
 bool LevelAdmits(unsigned int classId, int level);
 
+inline bool Connected() { return g_connected.load(std::memory_order_relaxed); }
+
 inline bool Admits(unsigned int classId, int level) {
-  return g_connected.load(std::memory_order_relaxed) && LevelAdmits(classId, level);
+  return Connected() && LevelAdmits(classId, level);
 }
 
 }  // namespace kvolog

@@ -1,0 +1,355 @@
+// The box that tells the user what went wrong.
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "YraDialog.h"
+
+namespace {
+
+constexpr TraceLayer kLayer = kLayerWin;
+
+constexpr unsigned int kAlreadyCreated = 1;
+
+GtkWidget* BuildBox(const char* mainText) {
+  GtkWidget* pDialog = gtk_message_dialog_new(nullptr, GTK_DIALOG_MODAL, GTK_MESSAGE_ERROR,
+                                              GTK_BUTTONS_CLOSE, "%s", mainText);
+  if (pDialog == nullptr) {
+    TRACE_ERROR("Callback gtk_message_dialog_new is failed.");
+    return nullptr;
+  }
+  gtk_window_set_deletable(GTK_WINDOW(pDialog), FALSE);
+  return pDialog;
+}
+
+void SetSecondaryText(GtkWidget* pDialog, const char* text) {
+  gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(pDialog), "%s", text);
+}
+
+void YraErrorMessageDestoryCallback(GtkWidget* widget, void* data) {
+  TRACE_INFO("[%s] In.", kLayer.tag);
+  TRACE_INFO("widget=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(data));
+  auto* pWinUI = static_cast<YraWinUI*>(data);
+  if (pWinUI != nullptr) {
+    GtkWidget* pDialog = pWinUI->YraGetErrorMessageDiag();
+    if (pDialog == nullptr) {
+      TRACE_WARNING("Error message dialog is null.");
+    } else {
+      TRACE_INFO("Will hide dialog...");
+      gtk_widget_hide(pDialog);
+      if (pDialog == widget) pWinUI->YraSetErrorMessageDiag(nullptr);
+    }
+  }
+  TRACE_INFO("[%s] Out.", kLayer.tag);
+}
+
+gboolean YraErrorMessageDelEventCallback(GtkWidget* widget, GdkEvent* event, void* data) {
+  TRACE_INFO("[%s] In.", kLayer.tag);
+  TRACE_INFO("widget=0x%x, event=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(event),
+             TraceAddress(data));
+  TRACE_INFO("[%s] Out.", kLayer.tag);
+  return FALSE;
+}
+
+}  // namespace
+
+// ---- One call, one box -------------------------------------------------------------------------
+
+namespace {
+
+struct BoxTexts {
+  const char* pTitle;
+  const char* pPromptInfoFir;
+  const char* pPromptInfoSec;
+};
+
+void ShowOnce(const BoxTexts& texts) {
+  GtkWidget* pDialog = BuildBox(YraValidText(texts.pPromptInfoFir).c_str());
+  if (pDialog == nullptr) return;
+  if (texts.pPromptInfoSec != nullptr) {
+    SetSecondaryText(pDialog, YraValidText(texts.pPromptInfoSec).c_str());
+  }
+  gtk_window_set_title(GTK_WINDOW(pDialog), YraValidText(texts.pTitle).c_str());
+  YraShowInFront(pDialog);
+  YraRunModal(pDialog);
+  TRACE_VERBOSE("Will callback gtk_widget_destroy.");
+  gtk_widget_destroy(pDialog);
+}
+
+}  // namespace
+
+unsigned int YraWinUI::YraErrorMessageDiagCreate(int argc, char** argv, const char* pTitle,
+                                                 const char* pPromptInfoFir,
+                                                 const char* pPromptInfoSec) {
+  TRACE_IN();
+  if (pTitle == nullptr || pPromptInfoFir == nullptr) {
+    TRACE_ERROR("pTitle (%p) or pPromptInfoFir (%p) is null.", static_cast<const void*>(pTitle),
+                static_cast<const void*>(pPromptInfoFir));
+    return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  }
+  if (m_pErrorMessage != nullptr) {
+    TRACE_ERROR("Error message dialog already created.");
+    return TRACE_RET(kAlreadyCreated);
+  }
+  if (!YraInitGtk(argc, argv)) return TRACE_RET(YRAFT_OPT_STATUS_FAILED);
+  auto pTexts = std::unique_ptr<BoxTexts>(new (std::nothrow)
+                                              BoxTexts{pTitle, pPromptInfoFir, pPromptInfoSec});
+  if (pTexts == nullptr) return TRACE_RET(YRAFT_STATUS_NO_MEMORY);
+  YraRunMainLoop(YraErrorMsgIdleFunc, pTexts.release());
+  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+}
+
+int YraErrorMsgIdleFunc(void* data) {
+  TRACE_IN();
+  const std::unique_ptr<BoxTexts> pTexts(static_cast<BoxTexts*>(data));
+  if (pTexts == nullptr) {
+    TRACE_ERROR("data is null.");
+  } else {
+    const GdkLock lock;
+    ShowOnce(*pTexts);
+    TRACE_VERBOSE("Will callback gtk_main_quit.");
+    gtk_main_quit();
+  }
+  TRACE_OUT();
+  return FALSE;
+}
+
+// ---- The persistent box ------------------------------------------------------------------------
+
+unsigned int YraWinUI::YraErrorMessageDiagCreate() {
+  TRACE_IN();
+  if (m_pErrorMessage != nullptr) {
+    TRACE_ERROR("Error message dialog already created.");
+    return TRACE_RET(kAlreadyCreated);
+  }
+  constexpr BoxTexts kPlaceholder{"Error", "prompt", "information"};
+  TRACE_VERBOSE("Title[%s], PromptInfoFir[%s], PromptInfoSec[%s].", kPlaceholder.pTitle,
+                kPlaceholder.pPromptInfoFir, kPlaceholder.pPromptInfoSec);
+  GtkWidget* pDialog = BuildBox(kPlaceholder.pPromptInfoFir);
+  if (pDialog == nullptr) return TRACE_RET(YRAFT_OPT_STATUS_FAILED);
+  TRACE_VERBOSE("pErrorDiag=0x%x.", TraceAddress(pDialog));
+  YraSetErrorMessageDiag(pDialog);
+  SetSecondaryText(pDialog, kPlaceholder.pPromptInfoSec);
+  gtk_window_set_title(GTK_WINDOW(pDialog), kPlaceholder.pTitle);
+  gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
+  TRACE_VERBOSE("Setting destroy callback.");
+  g_signal_connect(pDialog, "destroy", G_CALLBACK(YraErrorMessageDestoryCallback), this);
+  TRACE_VERBOSE("Setting delete-event callback.");
+  g_signal_connect(pDialog, "delete-event", G_CALLBACK(YraErrorMessageDelEventCallback), this);
+  TRACE_INFO("will hide dialog...");
+  gtk_widget_hide(pDialog);
+  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+}
+
+void YraWinUI::YraErrorMessageDiagDestory() {
+  TRACE_INFO("[%s] In.", kLayer.tag);
+  if (m_pErrorMessage != nullptr) {
+    TRACE_INFO("callback gtk_widget_destroy destory error message dialog.");
+    gtk_widget_destroy(m_pErrorMessage);
+  }
+  TRACE_INFO("[%s] Out.", kLayer.tag);
+}
+
+// ---- The line of messages ----------------------------------------------------------------------
+
+unsigned int YraWinUI::YraSetErrorMessageInfo(YRAFT_ERROR_MESSAGE_INFO* pInfo) {
+  TRACE_IN();
+  m_pErrorMessageInfo = pInfo;
+  if (pInfo != nullptr) {
+    TRACE_VERBOSE("ErrorMessage Info: cbSize=%u, titleLen=%u, firLen=%u, SecLen=%u.", pInfo->cbSize,
+                  pInfo->titleLen, pInfo->firLen, pInfo->SecLen);
+  }
+  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+}
+
+YRAFT_ERROR_MESSAGE_INFO* YraWinUI::YraGetErrorMessageInfo() {
+  TRACE_IN();
+  if (m_pErrorMessageInfo == nullptr) {
+    YraUIThread::CollectErrors(this);
+    if (!m_errorLine.empty()) {
+      YraSetErrorMessageInfo(m_errorLine.front());
+      m_errorLine.pop_front();
+    }
+  }
+  TRACE_OUT();
+  return m_pErrorMessageInfo;
+}
+
+void YraUIThread::CollectErrors(YraWinUI* pWinUI) {
+  // The inbox has the latest record in front.
+  auto place = pWinUI->m_errorLine.end();
+  YraWinUI::ErrorNode* pNode = pWinUI->m_pErrorInbox.exchange(nullptr);
+  while (pNode != nullptr) {
+    place = pWinUI->m_errorLine.insert(place, pNode->pInfo);
+    const std::unique_ptr<YraWinUI::ErrorNode> done(pNode);
+    pNode = pNode->pNext;
+  }
+}
+
+void YraUIThread::ReleaseErrors(YraWinUI* pWinUI) {
+  CollectErrors(pWinUI);
+  for (YRAFT_ERROR_MESSAGE_INFO* pInfo : pWinUI->m_errorLine) std::free(pInfo);
+  pWinUI->m_errorLine.clear();
+  std::free(pWinUI->m_pErrorMessageInfo);
+  pWinUI->m_pErrorMessageInfo = nullptr;
+}
+
+namespace {
+
+// The three texts of a record, each ended by its NUL or its length, whichever comes first.
+struct RecordTexts {
+  std::string title;
+  std::string first;
+  std::string second;
+};
+
+std::string TextAt(const char* pText, std::size_t len) {
+  return YraValidText(std::string(pText, strnlen(pText, len)).c_str());
+}
+
+RecordTexts TextsOf(const YRAFT_ERROR_MESSAGE_INFO& info) {
+  const char* pTitle = reinterpret_cast<const char*>(&info + 1);
+  const char* pFirst = pTitle + info.titleLen + 1;
+  const char* pSecond = pFirst + info.firLen + 1;
+  return {TextAt(pTitle, info.titleLen), TextAt(pFirst, info.firLen), TextAt(pSecond, info.SecLen)};
+}
+
+void TraceTexts([[maybe_unused]] int level, const YRAFT_ERROR_MESSAGE_INFO& info) {
+  if (!kvolog::Admits(kLayer.classId, level)) return;
+  const RecordTexts texts = TextsOf(info);
+  TRACE_AT(level, "Title[%s], PromptInfoFir[%s], PromptInfoSec[%s].", texts.title.c_str(),
+           texts.first.c_str(), texts.second.c_str());
+}
+
+// A record whose size was filled in must hold its texts.
+bool LengthsFit(const YRAFT_ERROR_MESSAGE_INFO& info) {
+  constexpr unsigned int kEmpty = sizeof(info) + 3;
+  return info.cbSize < kEmpty || kEmpty + info.titleLen + info.firLen + info.SecLen <= info.cbSize;
+}
+
+bool CheckLengths(const YRAFT_ERROR_MESSAGE_INFO& info) {
+  if (LengthsFit(info)) return true;
+  TRACE_ERROR("lengths of the record are invaild.(%u + %u + %u - %u)", info.titleLen, info.firLen,
+              info.SecLen, info.cbSize);
+  return false;
+}
+
+}  // namespace
+
+unsigned int YraShowErrorRecord(YraWinUI* pWinUI, int argc, char** argv,
+                                const YRAFT_ERROR_MESSAGE_INFO& info) {
+  if (!CheckLengths(info)) return YRAFT_STATUS_INVALID_PARAM;
+  const RecordTexts texts = TextsOf(info);
+  return pWinUI->YraErrorMessageDiagCreate(argc, argv, texts.title.c_str(), texts.first.c_str(),
+                                           texts.second.c_str());
+}
+
+unsigned int YraWinUI::YraErrorMessageDiagCreate(YRAFT_ERROR_MESSAGE_INFO* pErrorMessageInfo) {
+  TRACE_IN();
+  if (pErrorMessageInfo == nullptr) {
+    TRACE_ERROR("pErrorMessageInfo (%p) is NULL.", static_cast<void*>(pErrorMessageInfo));
+    return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  }
+  if (!CheckLengths(*pErrorMessageInfo)) {
+    std::free(pErrorMessageInfo);
+    return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  }
+  auto* pNode = new (std::nothrow) ErrorNode{pErrorMessageInfo, nullptr};
+  if (pNode == nullptr) {
+    TRACE_ERROR("callback KvoMemoryAllocate failed.(%d)", static_cast<int>(sizeof(ErrorNode)));
+    std::free(pErrorMessageInfo);
+    return TRACE_RET(YRAFT_STATUS_NO_MEMORY);
+  }
+  TraceTexts(KVO_LOG_VERBOSE, *pErrorMessageInfo);
+  pNode->pNext = m_pErrorInbox.load();
+  while (!m_pErrorInbox.compare_exchange_weak(pNode->pNext, pNode)) {
+  }
+  g_idle_add(YraErrorMsgSelfSignalIdleFunc, this);
+  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+}
+
+namespace {
+
+void SetMainText(GtkWidget* pDialog, const std::string& text) {
+  if (pango_parse_markup(text.c_str(), -1, 0, nullptr, nullptr, nullptr, nullptr)) {
+    gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), text.c_str());
+    return;
+  }
+  // Not markup after all, a file name with an ampersand say: shown as it is.
+  gchar* pEscaped = g_markup_escape_text(text.c_str(), -1);
+  gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), pEscaped);
+  g_free(pEscaped);
+}
+
+void TraceResponse(int result) {
+  TRACE_INFO("result=%d.", result);
+  switch (result) {
+    case GTK_RESPONSE_ACCEPT:
+      TRACE_INFO("GTK_RESPONSE_ACCEPT");
+      break;
+    case GTK_RESPONSE_CANCEL:
+      TRACE_INFO("GTK_RESPONSE_CANCEL");
+      break;
+    case GTK_RESPONSE_DELETE_EVENT:
+      TRACE_INFO("GTK_RESPONSE_DELETE_EVENT");
+      break;
+    case GTK_RESPONSE_CLOSE:
+      TRACE_INFO("GTK_RESPONSE_CLOSE");
+      break;
+    default:
+      TRACE_INFO("gtk_dialog_run is not GTK_RESPONSE_ACCEPT. (%d)", result);
+  }
+}
+
+void ShowRecord(GtkWidget* pDialog, const YRAFT_ERROR_MESSAGE_INFO& info) {
+  TraceTexts(KVO_LOG_INFO, info);
+  const RecordTexts texts = TextsOf(info);
+  gtk_window_set_title(GTK_WINDOW(pDialog), texts.title.c_str());
+  gtk_window_set_position(GTK_WINDOW(pDialog), GTK_WIN_POS_CENTER_ALWAYS);
+  SetMainText(pDialog, texts.first);
+  SetSecondaryText(pDialog, texts.second.c_str());
+  TRACE_INFO("will show dialog...");
+  YraShowInFront(pDialog);
+  gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
+  TraceResponse(gtk_dialog_run(GTK_DIALOG(pDialog)));
+  YraHideDialog(pDialog);
+}
+
+// Shows the next message of the line, if any is left and the UI is not ending.
+void ServeOne(YraWinUI* pWinUI) {
+  if (YraUIThread::Ending(pWinUI)) return;
+  const GdkLock lock;
+  if (pWinUI->YraGetErrorMessageDiag() == nullptr) {
+    TRACE_WARNING("Error message dialog no created.");
+    const unsigned int ret = pWinUI->YraErrorMessageDiagCreate();
+    if (ret != YRAFT_STATUS_SUCCESS) {
+      TRACE_FAILED("YraErrorMessageDiagCreate", ret);
+      return;
+    }
+  }
+  GtkWidget* pDialog = pWinUI->YraGetErrorMessageDiag();
+  TRACE_VERBOSE("pErrorDiag=0x%x.", TraceAddress(pDialog));
+  YRAFT_ERROR_MESSAGE_INFO* pInfo = pWinUI->YraGetErrorMessageInfo();
+  if (pInfo == nullptr) {
+    TRACE_ERROR("pErrorMessageInfo is null.");
+    return;
+  }
+  ShowRecord(pDialog, *pInfo);
+  pWinUI->YraSetErrorMessageInfo(nullptr);
+  std::free(pInfo);
+}
+
+}  // namespace
+
+int YraErrorMsgSelfSignalIdleFunc(void* data) {
+  TRACE_INFO("[%s] In.", kLayer.tag);
+  auto* pWinUI = static_cast<YraWinUI*>(data);
+  if (pWinUI == nullptr) {
+    TRACE_ERROR("data is null.");
+  } else {
+    YraServeRequests(YraUIThread::ErrorRequests(pWinUI), [pWinUI] { ServeOne(pWinUI); });
+  }
+  TRACE_INFO("[%s] Out.", kLayer.tag);
+  return FALSE;
+}

@@ -1,0 +1,53 @@
+// The one way the library calls the host.
+#include "YraTrace.h"
+// The trace vocabulary comes first.
+#include "YraNotify.h"
+
+#include <atomic>
+#include <cstdlib>
+
+namespace {
+
+constexpr TraceLayer kLayer = kLayerWin;
+
+std::atomic<YRAFT_NOTIFY_FUN> g_pYraNotifyFun{nullptr};
+
+// Answers false when nobody is registered: only then has the data found no new owner.
+bool Deliver(unsigned int event, unsigned int subCode, unsigned int status, unsigned int value,
+             void* pData, unsigned int* pRet) {
+  const YRAFT_NOTIFY_FUN pFun = g_pYraNotifyFun.load(std::memory_order_acquire);
+  if (pFun == nullptr) {
+    TRACE_ERROR("g_pYraNotifyFun (%p) is null.", static_cast<void*>(nullptr));
+    *pRet = YRAFT_STATUS_INVALID_PARAM;
+    return false;
+  }
+  *pRet = pFun(event, subCode, status, value, pData);
+  return true;
+}
+
+}  // namespace
+
+void YraSetYraNotifyFun(YRAFT_NOTIFY_FUN pFun) {
+  TRACE_IN();
+  g_pYraNotifyFun.store(pFun, std::memory_order_release);
+  TRACE_VERBOSE("[%s] Out: g_pYraNotifyFun=0x%x.", kLayer.tag,
+                TraceAddress(reinterpret_cast<const void*>(pFun)));
+}
+
+unsigned int YraCallbackYraNotify(unsigned int event, unsigned int subCode, unsigned int status,
+                                  unsigned int value, void* pData) {
+  TRACE_IN();
+  unsigned int ret = YRAFT_STATUS_SUCCESS;
+  Deliver(event, subCode, status, value, pData, &ret);
+  return TRACE_RET(ret);
+}
+
+void YraNotifyChoice(unsigned int event, unsigned int status, YRAFT_TLV_BLOCKS* pBlock,
+                     unsigned short blockLen) {
+  constexpr unsigned int kResultSubCode = 15;
+  TRACE_VERBOSE("Will notify to VC from GTK. (0x%x - %d - 0x%x)", status, blockLen,
+                TraceAddress(pBlock));
+  unsigned int ret = YRAFT_STATUS_SUCCESS;
+  if (!Deliver(event, kResultSubCode, status, blockLen, pBlock, &ret)) std::free(pBlock);
+  if (ret != YRAFT_STATUS_SUCCESS) TRACE_FAILED("YraCallbackYraNotify", ret);
+}

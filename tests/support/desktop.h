@@ -1,0 +1,59 @@
+// A real screen with a window manager, a user with a keyboard and a mouse on it, and a home.
+#pragma once
+
+#include <X11/Xlib.h>
+
+#include <chrono>
+#include <functional>
+#include <string>
+#include <vector>
+
+// The process's one screen: Xvfb and openbox, started on first use and gone with the process.
+// DISPLAY, HOME and the language are set for everything that the process starts later.
+class Desktop {
+ public:
+  static Desktop& Get();
+  const std::string& Home() const { return m_home; }
+  // Writes a file of `size` random bytes (or a hole) below the home directory; answers its path.
+  std::string AddFile(const std::string& name, std::size_t size);
+  std::string AddFolder(const std::string& name);
+
+ private:
+  Desktop();
+  ~Desktop();
+  std::string m_home;
+  int m_xvfb = -1;
+  int m_manager = -1;
+};
+
+// Looks at windows by their titles and uses keyboard and mouse through its own connection.
+class User {
+ public:
+  User();
+  ~User();
+
+  // Each waits for the window manager's word, and answers false or None after ten seconds.
+  Window WaitWindow(const std::string& titlePart);
+  bool WaitNoWindow(const std::string& titlePart);
+  bool WaitActive(Window window);
+
+  // Waits for the window and its focus.
+  Window Face(const std::string& titlePart);
+
+  void Type(const std::string& ascii);
+  void Key(const char* keysym, bool control = false);
+  void ClickAt(int x, int y, bool control = false);
+  void Close(Window window);  // as by a click on the window's close control
+  std::string Title(Window window);
+  std::vector<Window> Windows();
+  struct Box {
+    int x, y, width, height;
+  };
+  Box Geometry(Window window);
+  Box Screen();
+
+ private:
+  bool WaitFor(const std::function<bool()>& condition);
+  Window Find(const std::string& titlePart);
+  Display* m_display;
+};

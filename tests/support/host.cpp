@@ -1,0 +1,310 @@
+#include "support/host.h"
+
+#include "support/desktop.h"
+
+#include <gdk/gdk.h>
+
+#include <atomic>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr auto kPatience = std::chrono::seconds(10);
+
+std::mutex g_mutex;
+std::condition_variable g_arrived;
+std::deque<Note> g_notes;
+std::atomic<unsigned int> g_answer{0};
+
+}  // namespace
+
+std::vector<Item> ItemsOf(const void* pBlock) {
+  std::vector<Item> items;
+  if (pBlock == nullptr) return items;
+  const auto* bytes = static_cast<const unsigned char*>(pBlock);
+  const auto* block = static_cast<const YRAFT_TLV_BLOCKS*>(pBlock);
+  const unsigned char* at = bytes + block->ListBlocks;
+  for (int i = 0; i < block->ListCount; ++i) {
+    const auto* item = reinterpret_cast<const YRAFT_TLV_ITEM*>(at);
+    const auto* info = static_cast<const YRAFT_FILEINFO_ITEM*>(YRAFT_TLV_PAYLOAD(item));
+    items.push_back({YRAFT_FILEINFO_NAME(info), info->fileSize, info->fileContext});
+    at += item->cbSize;
+  }
+  return items;
+}
+
+Notes::Notes() {
+  g_notes.clear();
+  g_answer = 0;
+  YraSetYraNotifyCallback(Receive);
+}
+
+Notes::~Notes() { YraSetYraNotifyCallback(nullptr); }
+
+unsigned int Notes::Receive(unsigned int event, unsigned int subCode, unsigned int status,
+                            unsigned int value, void* pData) {
+  const std::lock_guard lock(g_mutex);
+  g_notes.push_back({event, subCode, status, value, pData});
+  g_arrived.notify_all();
+  return g_answer;
+}
+
+std::optional<Note> Notes::Next() {
+  std::unique_lock lock(g_mutex);
+  if (!g_arrived.wait_for(lock, kPatience, [] { return !g_notes.empty(); })) return std::nullopt;
+  const Note note = g_notes.front();
+  g_notes.pop_front();
+  return note;
+}
+
+std::size_t Notes::Pending() {
+  const std::lock_guard lock(g_mutex);
+  return g_notes.size();
+}
+
+void Notes::SetAnswer(unsigned int answer) { g_answer = answer; }
+
+Host::Host(bool gdkThreads) : m_winUI(m_ended.get_future()) {
+  if (gdkThreads) gdk_threads_init();
+  m_thread = std::thread([this] {
+    YraWinUI* pWinUI = nullptr;
+    YraMainWinUICreate(0, nullptr, &table, &pWinUI);
+    m_ended.set_value(pWinUI);
+  });
+  // A signal of no consequence tells when the channel is served.
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  while (Send(YRAFT_UI_SIGNAL_PROGRESS_BAR, 0, calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO))) != 0 &&
+         std::chrono::steady_clock::now() < end) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+}
+
+Host::~Host() {
+  if (m_thread.joinable()) End();
+}
+
+bool Host::End() {
+  Send(YRAFT_UI_SIGNAL_THREAD_DESTORY, 0, nullptr);
+  if (m_winUI.wait_for(kPatience) != std::future_status::ready) {
+    fprintf(stderr, "the UI thread does not end\n");
+    abort();
+  }
+  m_thread.join();
+  return YraMainWinUIDestory(m_winUI.get()) == YRAFT_STATUS_SUCCESS;
+}
+
+unsigned int Host::Send(int signalType, int evtType, void* pInput) {
+  const unsigned int ret = YraSendSelfSignal(&table, signalType, evtType, 0, pInput);
+  if (ret != YRAFT_STATUS_SUCCESS) free(pInput);
+  return ret;
+}
+
+void Host::RequestFiles() {
+  auto* info = static_cast<YRAFT_THRESHOLD_INFO*>(calloc(1, sizeof(YRAFT_THRESHOLD_INFO)));
+  Send(YRAFT_UI_SIGNAL_SELECT_FLIES, 0, info);
+}
+
+void Host::RequestDirectory(uint64_t size) {
+  Send(YRAFT_UI_SIGNAL_SELECT_DIR, 0, Yraft_FileInfoItemAllocate("upload.bin", 10, 3, size));
+}
+
+void Host::Progress(int event, const std::string& name, uint32_t offset, uint32_t size,
+                    uint16_t number, uint16_t count) {
+  auto* info = static_cast<YRAFT_PROGRESS_BAR_INFO*>(calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO)));
+  info->fileContext = number;
+  info->filesNum = count;
+  info->fileOffset = offset;
+  info->fileSize = size;
+  info->fileTransferOperation = YRAFT_OPERATION_DOWNLOAD;
+  memcpy(info->name, name.data(), std::min(name.size(), sizeof(info->name) - 1));
+  Send(YRAFT_UI_SIGNAL_PROGRESS_BAR, event, info);
+}
+
+void Host::Error(const std::string& title, const std::string& first, const std::string& second) {
+  const std::size_t size = 11 + title.size() + first.size() + second.size();
+  auto* info = static_cast<YRAFT_ERROR_MESSAGE_INFO*>(calloc(1, size));
+  info->cbSize = static_cast<uint16_t>(size);
+  info->titleLen = static_cast<uint16_t>(title.size());
+  info->firLen = static_cast<uint16_t>(first.size());
+  info->SecLen = static_cast<uint16_t>(second.size());
+  char* text = reinterpret_cast<char*>(info + 1);
+  for (const std::string* part : {&title, &first, &second}) {
+    memcpy(text, part->data(), part->size());
+    text += part->size() + 1;
+  }
+  Send(YRAFT_UI_SIGNAL_MESSAGE, 0, info);
+}
+
+namespace {
+
+struct Call {
+  const std::function<void()>* function;
+  std::promise<void> done;
+};
+std::atomic<Call*> g_call{nullptr};  // the hand-over that race detectors can see
+
+int RunCall(void*) {
+  Call* call = g_call.exchange(nullptr);
+  gdk_threads_enter();
+  (*call->function)();
+  gdk_threads_leave();
+  call->done.set_value();
+  return FALSE;
+}
+
+void FindButton(GtkWidget* widget, void* data) {
+  auto* found = static_cast<std::pair<std::string, GtkWidget*>*>(data);
+  if (GTK_IS_BUTTON(widget) && gtk_widget_get_mapped(widget)) {
+    const char* label = gtk_button_get_label(GTK_BUTTON(widget));
+    if (label != nullptr && found->first == label) found->second = widget;
+  } else if (GTK_IS_CONTAINER(widget)) {
+    gtk_container_forall(GTK_CONTAINER(widget), FindButton, data);
+  }
+}
+
+template <class Visit>
+void EachToplevel(Visit visit) {
+  GList* windows = gtk_window_list_toplevels();
+  for (GList* node = windows; node != nullptr; node = node->next) visit(GTK_WIDGET(node->data));
+  g_list_free(windows);
+}
+
+void FindOfType(GtkWidget* widget, void* data) {
+  auto* found = static_cast<std::pair<GType, GtkWidget*>*>(data);
+  if (found->second == nullptr && G_TYPE_CHECK_INSTANCE_TYPE(widget, found->first)) {
+    found->second = widget;
+  } else if (GTK_IS_CONTAINER(widget)) {
+    gtk_container_forall(GTK_CONTAINER(widget), FindOfType, data);
+  }
+}
+
+}  // namespace
+
+void InUI(const std::function<void()>& function) {
+  Call call{&function, {}};
+  std::future<void> done = call.done.get_future();
+  g_call = &call;
+  g_idle_add(RunCall, nullptr);
+  if (done.wait_for(kPatience) != std::future_status::ready) {
+    fprintf(stderr, "the UI thread does not answer\n");
+    abort();
+  }
+}
+
+namespace {
+
+void FindFileList(GtkWidget* widget, void* data) {
+  if (GTK_IS_TREE_VIEW(widget) && gtk_widget_get_mapped(widget)) {
+    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(widget));
+    if (gtk_tree_selection_get_mode(selection) == GTK_SELECTION_MULTIPLE) {
+      *static_cast<GtkWidget**>(data) = widget;
+    }
+  } else if (GTK_IS_CONTAINER(widget)) {
+    gtk_container_forall(GTK_CONTAINER(widget), FindFileList, data);
+  }
+}
+
+}  // namespace
+
+namespace {
+
+// Asks the UI thread until it says yes.
+bool WaitInUI(const std::function<bool()>& condition) {
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  bool met = false;
+  while (!met && std::chrono::steady_clock::now() < end) {
+    InUI([&] { met = condition(); });
+    if (!met) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+  }
+  return met;
+}
+
+GtkWidget* FileList() {
+  GtkWidget* list = nullptr;
+  EachToplevel([&](GtkWidget* window) { FindFileList(window, &list); });
+  return list;
+}
+
+}  // namespace
+
+bool SelectAllListed(User& user, int count) {
+  Spot spot{-1, -1};
+  const bool listed = WaitInUI([&] {
+    GtkWidget* list = FileList();
+    GtkTreeModel* model = list ? gtk_tree_view_get_model(GTK_TREE_VIEW(list)) : nullptr;
+    if (model == nullptr || gtk_tree_model_iter_n_children(model, nullptr) != count) return false;
+    gdk_window_get_origin(gtk_tree_view_get_bin_window(GTK_TREE_VIEW(list)), &spot.x, &spot.y);
+    return true;
+  });
+  if (!listed) return false;
+  user.ClickAt(spot.x + 20, spot.y + 10);
+  if (!WaitInUI([] { return gtk_widget_has_focus(FileList()) != FALSE; })) return false;
+  user.Key("a", true);
+  return WaitInUI([&] {
+    return gtk_tree_selection_count_selected_rows(
+               gtk_tree_view_get_selection(GTK_TREE_VIEW(FileList()))) == count;
+  });
+}
+
+Spot ButtonSpot(const std::string& label) {
+  Spot spot{-1, -1};
+  WaitInUI([&] {
+    std::pair<std::string, GtkWidget*> found{label, nullptr};
+    EachToplevel([&](GtkWidget* window) { FindButton(window, &found); });
+    if (found.second == nullptr) return false;
+    GtkAllocation area;
+    gtk_widget_get_allocation(found.second, &area);
+    int x = 0;
+    int y = 0;
+    gdk_window_get_origin(gtk_widget_get_window(found.second), &x, &y);
+    spot = {x + area.x + area.width / 2, y + area.y + area.height / 2};
+    return true;
+  });
+  return spot;
+}
+
+bool WaitFocus(const std::string& titlePart) {
+  return WaitInUI([&] {
+    bool focused = false;
+    EachToplevel([&](GtkWidget* window) {
+      const char* title = gtk_window_get_title(GTK_WINDOW(window));
+      if (title == nullptr || !strstr(title, titlePart.c_str())) return;
+      if (gtk_widget_get_mapped(window) && gtk_window_has_toplevel_focus(GTK_WINDOW(window))) {
+        focused = true;
+      }
+    });
+    return focused;
+  });
+}
+
+std::string LabelText(const std::string& titlePart) {
+  std::string text;
+  InUI([&] {
+    EachToplevel([&](GtkWidget* window) {
+      const char* title = gtk_window_get_title(GTK_WINDOW(window));
+      if (title == nullptr || !strstr(title, titlePart.c_str())) return;
+      if (!gtk_widget_get_visible(window)) return;
+      std::pair<GType, GtkWidget*> found{GTK_TYPE_LABEL, nullptr};
+      FindOfType(window, &found);
+      if (found.second != nullptr) text = gtk_label_get_text(GTK_LABEL(found.second));
+    });
+  });
+  return text;
+}
+
+double BarFraction() {
+  double fraction = -1;
+  InUI([&] {
+    EachToplevel([&](GtkWidget* window) {
+      if (GTK_IS_DIALOG(window)) return;
+      std::pair<GType, GtkWidget*> found{GTK_TYPE_PROGRESS_BAR, nullptr};
+      FindOfType(window, &found);
+      if (found.second != nullptr) {
+        fraction = gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(found.second));
+      }
+    });
+  });
+  return fraction;
+}

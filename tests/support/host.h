@@ -1,0 +1,82 @@
+// A host as the library meets it: a UI thread, a channel thread (the test), and a notify function.
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <condition_variable>
+#include <deque>
+#include <functional>
+#include <future>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "yrafiletransfer.h"
+
+struct Note {
+  unsigned int event, subCode, status, value;
+  void* pData;
+};
+
+// What a block of files says, path and size each.
+struct Item {
+  std::string name;
+  uint64_t size;
+  unsigned int context;
+};
+std::vector<Item> ItemsOf(const void* pBlock);
+
+// Collects notifications for as long as it lives.
+class Notes {
+ public:
+  Notes();
+  ~Notes();
+  // The next notification, within ten seconds.
+  std::optional<Note> Next();
+  std::size_t Pending();
+  void SetAnswer(unsigned int answer);
+
+ private:
+  static unsigned int Receive(unsigned int event, unsigned int subCode, unsigned int status,
+                              unsigned int value, void* pData);
+};
+
+// A persistent UI on a thread of its own. Ends it when it goes, if the test has not.
+class Host {
+ public:
+  explicit Host(bool gdkThreads = false);
+  ~Host();
+  unsigned int Send(int signalType, int evtType, void* pInput);
+  void RequestFiles();
+  void RequestDirectory(uint64_t size);
+  void Progress(int event, const std::string& name, uint32_t offset, uint32_t size,
+                uint16_t number = 0, uint16_t count = 1);
+  void Error(const std::string& title, const std::string& first, const std::string& second);
+  // Sends signal 5 and waits for YraMainWinUICreate; answers false if it does not return.
+  bool End();
+  YRAFT_SELF_SIGNAL table = {};
+
+ private:
+  std::thread m_thread;
+  std::promise<YraWinUI*> m_ended;
+  std::future<YraWinUI*> m_winUI;
+};
+
+// Runs a function in the UI thread and waits for it.
+void InUI(const std::function<void()>& function);
+
+// Where a button with this label is on the screen; none within ten seconds: {-1, -1}.
+struct Spot {
+  int x, y;
+};
+Spot ButtonSpot(const std::string& label);
+// Selects all that the file chooser lists once it lists `count` entries; answers false otherwise.
+bool SelectAllListed(class User& user, int count);
+// A visible window with this title part has the keyboard focus, within ten seconds.
+bool WaitFocus(const std::string& titlePart);
+// The text of the first label of a visible window with this title part.
+std::string LabelText(const std::string& titlePart);
+// The bar's fraction in the visible or hidden progress window.
+double BarFraction();

@@ -1,0 +1,432 @@
+// The dialogs of a persistent UI on a real screen, used by a user and driven by a host.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "kvolocalise.h"
+#include "support/desktop.h"
+#include "support/host.h"
+
+namespace {
+
+std::string Text(const char* name) {
+  return KvoLocalise(static_cast<int>(KvoLocaliseLookupByName(name)));
+}
+
+class UI : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    Desktop::Get();
+    ASSERT_EQ(KvoLocaliseInit(), 1);
+  }
+  UI() : chooser(Text("YRAFT_ENG_CHOOSE_DIALOG_TITLE")) {}
+
+  // Types a path into the chooser's location and confirms it.
+  void Choose(const std::string& path) {
+    ASSERT_TRUE(WaitFocus(chooser)) << chooser;
+    user.Key("l", true);
+    user.Type(path);
+    user.Key("Return");
+  }
+
+  // Goes into a folder and opens all `count` files that are in it.
+  void ChooseAllOf(const std::string& folder, int count) {
+    Choose(folder + "/");
+    ASSERT_TRUE(SelectAllListed(user, count));
+    user.Key("Return");
+  }
+
+  void ExpectNote(unsigned int event, unsigned int subCode, unsigned int status,
+                  unsigned int value) {
+    const auto note = notes.Next();
+    ASSERT_TRUE(note.has_value()) << "event " << event;
+    EXPECT_EQ(note->event, event);
+    EXPECT_EQ(note->subCode, subCode);
+    EXPECT_EQ(note->status, status);
+    EXPECT_EQ(note->value, value);
+    EXPECT_EQ(note->pData, nullptr);
+  }
+
+  void ExpectDeclined() { ExpectNote(3, 15, YRAFT_OPT_STATUS_CANCELLED, 0); }
+
+  void ExpectChoice(std::vector<std::pair<std::string, uint64_t>> files) {
+    const auto note = notes.Next();
+    ASSERT_TRUE(note.has_value());
+    EXPECT_EQ(note->event, 3U);
+    EXPECT_EQ(note->subCode, 15U);
+    ASSERT_EQ(note->status, 0U);
+    auto* block = static_cast<YRAFT_TLV_BLOCKS*>(note->pData);
+    unsigned short length = 0;
+    Yraft_TlvBlocksGetSize(block, &length);
+    EXPECT_EQ(note->value, length);
+    uint64_t total = 0;
+    std::vector<std::pair<std::string, uint64_t>> chosen;
+    for (const Item& item : ItemsOf(block)) {
+      chosen.emplace_back(item.name, item.size);
+      EXPECT_EQ(item.context, 0U);
+      total += item.size;
+    }
+    std::sort(chosen.begin(), chosen.end());
+    std::sort(files.begin(), files.end());
+    EXPECT_EQ(chosen, files);
+    EXPECT_EQ(block->FilesSize, total);
+    free(block);
+  }
+
+  std::string TitleAt(int percent) {
+    char title[260];
+    snprintf(title, sizeof(title), "%d%%", percent);
+    return title;
+  }
+
+  Notes notes;
+  std::string chooser;
+  User user;
+};
+
+// ---- Choosing files ----------------------------------------------------------------------------
+
+TEST_F(UI, HandsOverAChosenFileAndServesTheNextChoiceFromTheHomeFolderAgain) {
+  const std::string first = Desktop::Get().AddFile("first.txt", 1024);
+  Desktop::Get().AddFolder("deep/er");
+  const std::string second = Desktop::Get().AddFile("deep/er/second.txt", 5);
+  const std::string third = Desktop::Get().AddFile("third.txt", 0);
+  Host host;
+  host.RequestFiles();
+  Choose(second);
+  ExpectChoice({{second, 5}});
+  EXPECT_TRUE(user.WaitNoWindow(chooser));
+  // Relative to the home folder, typed into an empty location of a dialog that has the focus.
+  host.RequestFiles();
+  Choose("first.txt");
+  ExpectChoice({{first, 1024}});
+  host.RequestFiles();
+  ASSERT_TRUE(WaitFocus(chooser));
+  user.Key("l", true);
+  user.Type("deep/er/sec");
+  const auto screen = user.Screen();
+  const auto box = user.Geometry(user.WaitWindow(chooser));
+  EXPECT_NEAR(box.x + box.width / 2, screen.width / 2, 20);
+  EXPECT_NEAR(box.y + box.height / 2, screen.height / 2, 30);
+  user.Key("Escape");
+  ExpectDeclined();
+  // What was typed and not chosen is gone.
+  host.RequestFiles();
+  Choose("third.txt");
+  ExpectChoice({{third, 0}});
+  EXPECT_TRUE(host.End());
+}
+
+TEST_F(UI, HandsOverEveryNameAFileCanHave) {
+  const std::string folder = Desktop::Get().AddFolder("names");
+  std::vector<std::pair<std::string, uint64_t>> files;
+  for (const std::string& name :
+       {std::string("with some spaces.txt"), std::string("100% sure %s %n.txt"),
+        std::string("\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E.txt"), std::string("latin1-\xE4\xF6.txt"),
+        std::string(255, 'n')}) {
+    files.emplace_back(Desktop::Get().AddFile("names/" + name, 3), 3);
+  }
+  Desktop::Get().AddFolder("big");
+  const std::string big = Desktop::Get().AddFile("big/sparse", (2ULL << 30) + 5);
+  Host host;
+  host.RequestFiles();
+  ChooseAllOf(folder, 5);
+  ExpectChoice(files);
+  host.RequestFiles();
+  Choose(big);
+  ExpectChoice({{big, 0xFFFFFFFF80000005}});
+}
+
+TEST_F(UI, DeclinesOnCancelEscapeAndCloseAndWhenNothingIsChosen) {
+  Host host;
+  host.RequestFiles();
+  ASSERT_TRUE(WaitFocus(chooser));
+  user.Key("Escape");
+  ExpectDeclined();
+  host.RequestFiles();
+  ASSERT_TRUE(WaitFocus(chooser));
+  const Window window = user.WaitWindow(chooser);
+  user.Close(window);
+  ExpectDeclined();
+  EXPECT_TRUE(user.WaitNoWindow(chooser));
+  host.RequestFiles();
+  ASSERT_TRUE(WaitFocus(chooser));
+  const Spot cancel = ButtonSpot("gtk-cancel");
+  const Spot open = ButtonSpot("gtk-open");
+  user.ClickAt(open.x, open.y);  // nothing is selected
+  user.ClickAt(cancel.x, cancel.y);
+  const auto note = notes.Next();
+  ASSERT_TRUE(note.has_value());
+  EXPECT_EQ(note->pData, nullptr);
+  EXPECT_NE(note->status, 0U);
+  EXPECT_TRUE(user.WaitNoWindow(chooser));
+  EXPECT_EQ(notes.Pending(), 0U);
+}
+
+TEST_F(UI, AnswersEachOfSeveralRequestsOnceAndTheWaitingOnesWhenItEnds) {
+  const std::string first = Desktop::Get().AddFile("first.txt", 1024);
+  Host host;
+  for (int i = 0; i < 4; ++i) host.RequestFiles();
+  Choose("first.txt");
+  ExpectChoice({{first, 1024}});
+  ASSERT_TRUE(WaitFocus(chooser));
+  user.Key("Escape");
+  ExpectDeclined();
+  ASSERT_TRUE(WaitFocus(chooser));
+  EXPECT_TRUE(host.End());
+  ExpectDeclined();
+  ExpectDeclined();
+  EXPECT_EQ(notes.Pending(), 0U);
+  EXPECT_TRUE(user.WaitNoWindow(chooser));
+}
+
+TEST_F(UI, RefusesAChoiceThatFitsNoBlockAndServesTheNextOne) {
+  const std::string folder = Desktop::Get().AddFolder("many");
+  for (int i = 0; i < 300; ++i) {
+    Desktop::Get().AddFile("many/" + std::string(240, 'm') + std::to_string(i), 1);
+  }
+  const std::string first = Desktop::Get().AddFile("first.txt", 1024);
+  Host host;
+  host.RequestFiles();
+  ChooseAllOf(folder, 300);
+  ExpectNote(3, 15, YRAFT_OPT_STATUS_FAILED, 0);
+  host.RequestFiles();
+  Choose("first.txt");
+  ExpectChoice({{first, 1024}});
+}
+
+TEST_F(UI, ReleasesABlockThatNobodyReceives) {
+  Desktop::Get().AddFile("first.txt", 1024);
+  Host host;
+  YraSetYraNotifyCallback(nullptr);
+  host.RequestFiles();
+  Choose("first.txt");
+  EXPECT_TRUE(user.WaitNoWindow(chooser));
+}
+
+TEST_F(UI, ServesASecondUIOfTheProcessByTheSameSignals) {
+  uint32_t id = 0;
+  for (int round = 0; round < 2; ++round) {
+    Host host;
+    if (round > 0) {
+      EXPECT_EQ(host.table.entries[1].signalId, id);
+    }
+    id = host.table.entries[1].signalId;
+    EXPECT_NE(id, 0U);
+    host.RequestFiles();
+    ASSERT_TRUE(WaitFocus(chooser));
+    user.Key("Escape");
+    ExpectDeclined();
+    EXPECT_TRUE(host.End());
+    auto* info = calloc(1, sizeof(YRAFT_THRESHOLD_INFO));
+    EXPECT_EQ(YraSendSelfSignal(&host.table, 1, 0, 0, info), YRAFT_STATUS_BAD_STATE);
+    free(info);  // still ours
+  }
+}
+
+TEST_F(UI, RefusesWhatIsNoRequest) {
+  YRAFT_SELF_SIGNAL unfilled = {};
+  EXPECT_EQ(YraSendSelfSignal(nullptr, 1, 0, 0, nullptr), YRAFT_STATUS_INVALID_PARAM);
+  EXPECT_EQ(YraSendSelfSignal(&unfilled, 1, 0, 0, nullptr), YRAFT_STATUS_BAD_STATE);
+  Host host;
+  for (const int type : {-1, 0, 6, 7}) {
+    EXPECT_EQ(YraSendSelfSignal(&host.table, type, 0, 0, nullptr), YRAFT_STATUS_INVALID_PARAM);
+  }
+  EXPECT_EQ(host.Send(1, 0, nullptr), 0U);
+  ExpectNote(3, 7, YRAFT_OPT_STATUS_FAILED, 0);
+  EXPECT_EQ(host.Send(2, 0, nullptr), 0U);
+  ExpectNote(5, 7, YRAFT_OPT_STATUS_FAILED, 0);
+  EXPECT_EQ(host.Send(3, 2, nullptr), 0U);
+  ExpectNote(7, 15, YRAFT_OPT_STATUS_FAILED, 0);
+  EXPECT_EQ(host.Send(4, 0, nullptr), 0U);
+  EXPECT_EQ(host.Send(3, 4, calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO))), 0U);
+  EXPECT_TRUE(host.End());
+  EXPECT_EQ(notes.Pending(), 0U);
+}
+
+// ---- Progress ----------------------------------------------------------------------------------
+
+TEST_F(UI, ShowsWhichFileIsUnderWayAndHowFarItHasCome) {
+  Host host;
+  host.Progress(YRAFT_PROGRESS_CREATE, "dir/sub/name.txt", 10, 100, 0, 3);
+  ASSERT_TRUE(WaitFocus(TitleAt(10)));
+  const std::string word = Text("YRAFT_ENG_TRANSFER_DOWNLOAD");
+  std::string label = LabelText(TitleAt(10));
+  EXPECT_EQ(label.rfind(word, 0), 0U) << label;
+  EXPECT_NE(label.find("1 of 3"), std::string::npos) << label;
+  EXPECT_EQ(label.substr(label.size() - 8), "name.txt");
+  EXPECT_EQ(label.find("sub"), std::string::npos);
+  // The bar never moves back while a file is under way; the title tells the truth.
+  host.Progress(YRAFT_PROGRESS_REFRESH, "x", 60, 100);
+  ASSERT_NE(user.WaitWindow(TitleAt(60)), None);
+  host.Progress(YRAFT_PROGRESS_REFRESH, "x", 30, 100);
+  ASSERT_NE(user.WaitWindow(TitleAt(30)), None);
+  EXPECT_DOUBLE_EQ(BarFraction(), 0.6);
+  // 99.9 % is not 100 %.
+  host.Progress(YRAFT_PROGRESS_REFRESH, "x", 99, 100);
+  ASSERT_NE(user.WaitWindow(TitleAt(99)), None);
+  host.Progress(YRAFT_PROGRESS_REFRESH, "x", 250, 100);
+  EXPECT_TRUE(user.WaitNoWindow("%"));
+  EXPECT_DOUBLE_EQ(BarFraction(), 1.0);
+  // A refresh does not show the window again, a create does.
+  host.Progress(YRAFT_PROGRESS_REFRESH, "x", 20, 100);
+  host.Progress(YRAFT_PROGRESS_CREATE, "empty", 0, 0, 1, 3);
+  ASSERT_TRUE(WaitFocus(TitleAt(100)));
+  host.Progress(YRAFT_PROGRESS_CREATE, std::string(518, '\xFF'), 4294967295U, 1, 2, 3);
+  ASSERT_NE(user.WaitWindow("2147483647%"), None);
+  host.Progress(YRAFT_PROGRESS_CLOSE, "x", 0, 0);
+  EXPECT_TRUE(user.WaitNoWindow("%"));
+  EXPECT_EQ(notes.Pending(), 0U);
+}
+
+TEST_F(UI, KeepsTheWindowOnTheScreenWhateverTheName) {
+  Host host;
+  for (const std::string& name :
+       {std::string(255, 'W'), std::string(200, '\xFF'), std::string("a.txt")}) {
+    host.Progress(YRAFT_PROGRESS_CREATE, name, 1, 2);
+    ASSERT_TRUE(WaitFocus(TitleAt(50)));
+    const Window window = user.WaitWindow(TitleAt(50));
+    ASSERT_NE(window, None);
+    InUI([] {});
+    EXPECT_LE(user.Geometry(window).width, 480);
+    EXPECT_GE(user.Geometry(window).width, 350);
+    const std::string label = LabelText(TitleAt(50));
+    EXPECT_LE(label.size(), 359U);
+    EXPECT_TRUE(g_utf8_validate(label.c_str(), -1, nullptr));
+    host.Progress(YRAFT_PROGRESS_CLOSE, "x", 0, 0);
+    EXPECT_TRUE(user.WaitNoWindow("%"));
+  }
+}
+
+TEST_F(UI, ReportsPauseResumeAndCancel) {
+  const std::string pause = Text("YRAFT_ENG_BUTTON_PAUSE");
+  const std::string resume = Text("YRAFT_ENG_BUTTON_RESUME");
+  const std::string cancel = Text("YRAFT_ENG_BUTTON_CANCEL");
+  Host host;
+  const auto click = [&](const std::string& label) {
+    const Spot spot = ButtonSpot(label);
+    user.ClickAt(spot.x, spot.y);
+  };
+  host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2, 7, 9);
+  ASSERT_TRUE(WaitFocus(TitleAt(50)));
+  notes.SetAnswer(3);  // a host that refuses changes nothing
+  click(pause);
+  ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 7);
+  click(resume);
+  ExpectNote(9, 7, YRAFT_OPT_STATUS_RESUMED, 7);
+  click(pause);
+  ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 7);
+  // The next file starts unpaused.
+  host.Progress(YRAFT_PROGRESS_CREATE, "b", 1, 2, 8, 9);
+  click(pause);
+  ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 8);
+  click(cancel);
+  ExpectNote(10, 7, YRAFT_OPT_STATUS_CANCELLED, 8);
+  EXPECT_TRUE(user.WaitNoWindow("%"));
+  host.Progress(YRAFT_PROGRESS_CREATE, "c", 1, 2, 9, 10);
+  ASSERT_TRUE(WaitFocus(TitleAt(50)));
+  click(pause);
+  ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 9);
+}
+
+TEST_F(UI, ShowsAFreshWindowAfterTheOldOneWasDestroyed) {
+  Host host;
+  for (int i = 0; i < 3; ++i) {
+    host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2);
+    ASSERT_TRUE(WaitFocus(TitleAt(50)));
+    const Window window = user.WaitWindow(TitleAt(50));
+    ASSERT_NE(window, None);
+    user.Close(window);
+    EXPECT_TRUE(user.WaitNoWindow("%"));
+    host.Progress(YRAFT_PROGRESS_REFRESH, "a", 1, 2);
+    host.Progress(YRAFT_PROGRESS_CLOSE, "a", 1, 2);
+  }
+  EXPECT_TRUE(host.End());
+  EXPECT_EQ(notes.Pending(), 0U);
+}
+
+TEST_F(UI, KeepsUpWithABurstOfEventsWhileTheUserClicks) {
+  Host host;
+  host.Progress(YRAFT_PROGRESS_CREATE, "burst", 0, 100000);
+  ASSERT_TRUE(WaitFocus(TitleAt(0)));
+  const Spot pause = ButtonSpot(Text("YRAFT_ENG_BUTTON_PAUSE"));
+  for (uint32_t i = 1; i <= 10000; ++i) {
+    host.Progress(YRAFT_PROGRESS_REFRESH, "burst", i * 5, 100000);
+    if (i == 5000) user.ClickAt(pause.x, pause.y);
+  }
+  ASSERT_NE(user.WaitWindow(TitleAt(50)), None);
+  ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 0);
+  EXPECT_EQ(notes.Pending(), 0U);
+}
+
+// ---- The other dialogs -------------------------------------------------------------------------
+
+TEST_F(UI, HandsOverTheChosenDirectoryWithTheSizeOfTheUpload) {
+  const std::string folder = Desktop::Get().AddFolder("target");
+  const std::string title = Text("YRAFT_ENG_DIRECTORY_DIALOG_TITLE");
+  Host host;
+  host.RequestDirectory(77);
+  ASSERT_TRUE(WaitFocus(title));
+  user.Key("l", true);
+  user.Type(folder);
+  user.Key("Return");
+  const auto note = notes.Next();
+  ASSERT_TRUE(note.has_value());
+  EXPECT_EQ(note->event, 5U);
+  EXPECT_EQ(note->subCode, 15U);
+  ASSERT_EQ(note->status, 0U);
+  const auto items = ItemsOf(note->pData);
+  ASSERT_EQ(items.size(), 1U);
+  EXPECT_EQ(items[0].name, folder);
+  EXPECT_EQ(items[0].size, 77U);
+  free(note->pData);
+  host.RequestDirectory(1);
+  ASSERT_TRUE(WaitFocus(title));
+  user.Key("Escape");
+  ExpectNote(5, 15, YRAFT_OPT_STATUS_CANCELLED, 0);
+}
+
+TEST_F(UI, ShowsEveryErrorInTheOrderOfArrival) {
+  Host host;
+  for (int i = 0; i < 20; ++i) {
+    host.Error("Oops " + std::to_string(i) + ".", i % 2 ? "<b>bold</b>" : "a & b <c", "100% %s");
+  }
+  for (int i = 0; i < 18; ++i) {
+    const std::string title = "Oops " + std::to_string(i) + ".";
+    ASSERT_TRUE(WaitFocus(title)) << i;
+    const Window window = user.WaitWindow(title);
+    const std::string label = LabelText("Oops");
+    EXPECT_EQ(label, i % 2 ? "bold" : "a & b <c");
+    if (i == 4) {
+      user.Close(window);
+    } else {
+      user.Key("Escape");
+    }
+  }
+  ASSERT_TRUE(WaitFocus("Oops 18."));
+  EXPECT_TRUE(host.End());  // the rest is released
+  EXPECT_TRUE(user.WaitNoWindow("Oops"));
+  EXPECT_EQ(notes.Pending(), 0U);
+}
+
+TEST_F(UI, ServesOtherRequestsWhileADialogIsOpen) {
+  const std::string first = Desktop::Get().AddFile("first.txt", 1024);
+  Host host;
+  host.RequestFiles();
+  ASSERT_TRUE(WaitFocus(chooser));
+  host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2);
+  ASSERT_NE(user.WaitWindow(TitleAt(50)), None);
+  host.Error("Oops", "while choosing", "");
+  ASSERT_TRUE(WaitFocus("Oops"));
+  user.Key("Escape");
+  EXPECT_TRUE(user.WaitNoWindow("Oops"));
+  host.Progress(YRAFT_PROGRESS_CLOSE, "a", 1, 2);
+  EXPECT_TRUE(user.WaitNoWindow("%"));
+  Choose("first.txt");
+  ExpectChoice({{first, 1024}});
+}
+
+}  // namespace
