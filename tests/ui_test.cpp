@@ -72,7 +72,7 @@ class UI : public testing::Test {
     std::sort(chosen.begin(), chosen.end());
     std::sort(files.begin(), files.end());
     EXPECT_EQ(chosen, files);
-    EXPECT_EQ(block->FilesSize, total);
+    EXPECT_EQ(uint64_t{block->FilesSize}, total);
     free(block);
   }
 

@@ -24,7 +24,7 @@
 
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(10);
+constexpr auto kPatience = std::chrono::seconds(30);
 
 // Starts a program that does not outlive this one.
 int Spawn(std::vector<const char*> argv) {

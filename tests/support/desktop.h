@@ -32,7 +32,7 @@ class User {
   User();
   ~User();
 
-  // Each waits for the window manager's word, and answers false or None after ten seconds.
+  // Each waits for the window manager's word, and answers false or None after half a minute.
   Window WaitWindow(const std::string& titlePart);
   bool WaitNoWindow(const std::string& titlePart);
   bool WaitActive(Window window);

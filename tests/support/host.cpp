@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr auto kPatience = std::chrono::seconds(10);
+constexpr auto kPatience = std::chrono::seconds(30);
 
 std::mutex g_mutex;
 std::condition_variable g_arrived;

@@ -33,7 +33,7 @@ class Notes {
  public:
   Notes();
   ~Notes();
-  // The next notification, within ten seconds.
+  // The next notification, within half a minute.
   std::optional<Note> Next();
   std::size_t Pending();
   void SetAnswer(unsigned int answer);
@@ -67,14 +67,14 @@ class Host {
 // Runs a function in the UI thread and waits for it.
 void InUI(const std::function<void()>& function);
 
-// Where a button with this label is on the screen; none within ten seconds: {-1, -1}.
+// Where a button with this label is on the screen; none within half a minute: {-1, -1}.
 struct Spot {
   int x, y;
 };
 Spot ButtonSpot(const std::string& label);
 // Selects all that the file chooser lists once it lists `count` entries; answers false otherwise.
 bool SelectAllListed(class User& user, int count);
-// A visible window with this title part has the keyboard focus, within ten seconds.
+// A visible window with this title part has the keyboard focus, within half a minute.
 bool WaitFocus(const std::string& titlePart);
 // The text of the first label of a visible window with this title part.
 std::string LabelText(const std::string& titlePart);
