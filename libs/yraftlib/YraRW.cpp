@@ -62,40 +62,50 @@ bool YraRW::YraRW_QueueTypeCheck(int queueType) {
 
 // ---- Push --------------------------------------------------------------------------------------
 
-// How an element enters a sequence, or the map under a key.
-struct YraPush {
-  const Row& row;
-  int key;
-  YraContainers::Element element;
+namespace {
 
-  template <class Sequence>
-  unsigned int operator()(Sequence& sequence, unsigned int& context) const {
-    sequence.push_back(element);
-    if (row.named) {
-      const auto* pInfo = reinterpret_cast<const YRAFT_FILEINFO_ITEM*>(element.pData);
-      TRACE_VERBOSE("length=%u, file length=%u, name[%s].", pInfo->cbSize, pInfo->nameLen,
-                    YRAFT_FILEINFO_NAME(pInfo));
+using Element = YraContainers::Element;
+using Map = std::map<int, Element>;
+
+// How a pointer enters a sequence, or the map under a key.
+struct PushElement {
+  int key;
+  unsigned char* pData;
+  unsigned int len;
+
+  template <class Sequence, class Rule>
+  unsigned int operator()(Sequence& sequence, unsigned int& context, Rule) const {
+    constexpr const Row& row = kRowOf<Rule>;
+    const unsigned int weight = row.weight(pData, len);
+    sequence.push_back({pData, weight});
+    if constexpr (row.named) {
+      TRACE_VERBOSE("length=%u, file length=%u, name[%s].", len,
+                    yra_rules::FileInfo(pData)->nameLen,
+                    YRAFT_FILEINFO_NAME(yra_rules::FileInfo(pData)));
     }
-    context += element.weight;
+    context += weight;
     return YRAFT_STATUS_SUCCESS;
   }
 
-  unsigned int operator()(std::map<int, YraContainers::Element>& map, unsigned int&) const {
+  template <class Rule>
+  unsigned int operator()(Map& map, unsigned int&, Rule) const {
     constexpr int kMaxKey = 0xFFFF;
-    if (key < 0 || key > kMaxKey) {
-      TRACE_ERROR("Key %d is out of range.", key);
-      return YRAFT_STATUS_INVALID_PARAM;
-    }
     if (map.find(key) != map.end()) {
       TRACE_ERROR("Key %d already exist.", key);
       return YRAFT_STATUS_KEY_EXISTS;
     }
     TRACE_VERBOSE("Key %d do not find.", key);
-    map.emplace(key, element);
+    if (key < 0 || key > kMaxKey) {
+      TRACE_ERROR("Key %d is out of range.", key);
+      return YRAFT_STATUS_INVALID_PARAM;
+    }
+    map.emplace(key, Element{pData, 0});
     TRACE_VERBOSE("size=%u.", static_cast<unsigned int>(map.size()));
     return YRAFT_STATUS_SUCCESS;
   }
 };
+
+}  // namespace
 
 unsigned int YraRW::YraRW_QueuePush(int queueType, int key, unsigned char* pBuffer,
                                     unsigned int len) {
@@ -114,8 +124,7 @@ unsigned int YraRW::YraRW_QueuePush(int queueType, int key, unsigned char* pBuff
     return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   }
   try {
-    return TRACE_RET(YraContainers::With(*this, queueType,
-                                         YraPush{*row, key, {pBuffer, row->weight(pBuffer, len)}}));
+    return TRACE_RET(YraContainers::With(*this, queueType, PushElement{key, pBuffer, len}));
   } catch (const std::bad_alloc&) {
     TRACE_ERROR("no memory for another element.");
     return TRACE_RET(YRAFT_STATUS_NO_MEMORY);
@@ -128,7 +137,7 @@ unsigned int YraRW::YraRW_QueueSize(int queueType, int* pSize) {
   TRACE_IN();
   if (pSize == nullptr) return TRACE_RET(NullArgument("pSize"));
   if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  *pSize = YraContainers::With(*this, queueType, [](auto& container, unsigned int&) {
+  *pSize = YraContainers::With(*this, queueType, [](auto& container, unsigned int&, auto) {
     return static_cast<int>(container.size());
   });
   TRACE_VERBOSE("Get size is %d.", *pSize);
@@ -137,10 +146,10 @@ unsigned int YraRW::YraRW_QueueSize(int queueType, int* pSize) {
 
 bool YraRW::YraRW_QueueIsEmpty(int queueType) {
   TRACE_IN();
-  const bool empty = Named(queueType) == nullptr ||
-                     YraContainers::With(*this, queueType, [](auto& container, unsigned int&) {
-                       return container.empty();
-                     });
+  const bool empty =
+      Named(queueType) == nullptr ||
+      YraContainers::With(*this, queueType,
+                          [](auto& container, unsigned int&, auto) { return container.empty(); });
   TRACE_VERBOSE("[%s] Out: ret=%d.", kLayer.tag, empty ? 1 : 0);
   return empty;
 }
@@ -149,30 +158,32 @@ unsigned int YraRW::YraRW_QueueContextSize(int queueType, unsigned int* pContext
   TRACE_IN();
   if (pContextSize == nullptr) return TRACE_RET(NullArgument("pContextSize"));
   if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  *pContextSize =
-      YraContainers::With(*this, queueType, [](auto&, unsigned int& context) { return context; });
+  *pContextSize = YraContainers::With(*this, queueType,
+                                      [](auto&, unsigned int& context, auto) { return context; });
   TRACE_VERBOSE("Get context size is %d.", static_cast<int>(*pContextSize));
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
 
 // ---- Clear -------------------------------------------------------------------------------------
 
-struct YraClear {
-  const Row& row;
+namespace {
 
-  unsigned int operator()(std::deque<YraContainers::Element>& queue, unsigned int& context) const {
+struct ClearAll {
+  template <class Rule>
+  unsigned int operator()(std::deque<Element>& queue, unsigned int& context, Rule) const {
     TRACE_VERBOSE("Get queue size is %d.", static_cast<int>(queue.size()));
     for (int i = 1; !queue.empty(); ++i) {
       unsigned char* pBuffer = queue.front().pData;
       queue.pop_front();
       TRACE_VERBOSE("[%02d]: pBuffer=0x%x.", i, TraceAddress(pBuffer));
-      if (row.freedOnClear) std::free(pBuffer);
+      if (kRowOf<Rule>.freedOnClear) std::free(pBuffer);
     }
     context = 0;
     return YRAFT_STATUS_SUCCESS;
   }
 
-  unsigned int operator()(std::list<YraContainers::Element>& list, unsigned int& context) const {
+  template <class Rule>
+  unsigned int operator()(std::list<Element>& list, unsigned int& context, Rule) const {
     TRACE_VERBOSE("File info list size is %d.", static_cast<int>(list.size()));
     for (int i = 1; !list.empty(); ++i) {
       list.pop_front();
@@ -182,18 +193,20 @@ struct YraClear {
     return YRAFT_STATUS_SUCCESS;
   }
 
-  unsigned int operator()(std::map<int, YraContainers::Element>& map, unsigned int&) const {
+  template <class Rule>
+  unsigned int operator()(Map& map, unsigned int&, Rule) const {
     TRACE_VERBOSE("UI thread map size is %d.", static_cast<int>(map.size()));
     map.clear();
     return YRAFT_STATUS_SUCCESS;
   }
 };
 
+}  // namespace
+
 unsigned int YraRW::YraRW_QueueClear(int queueType) {
   TRACE_IN();
-  const Row* row = Named(queueType);
-  if (row == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  return TRACE_RET(YraContainers::With(*this, queueType, YraClear{*row}));
+  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  return TRACE_RET(YraContainers::With(*this, queueType, ClearAll{}));
 }
 
 unsigned int YraRW::YraRW_Reset() {
@@ -204,18 +217,20 @@ unsigned int YraRW::YraRW_Reset() {
 
 // ---- Keyed access ------------------------------------------------------------------------------
 
+namespace {
+
 // What an access does with the element it finds.
 enum class Access { kLook, kTake, kDrop };
 
-struct YraAccess {
-  const Row& row;
+struct AccessElement {
   int key;
   Access access;
   unsigned char** ppBuffer;  // null for a drop
 
-  unsigned int operator()(std::deque<YraContainers::Element>& queue, unsigned int& context) const {
-    if (queue.empty()) return Nothing();
-    Hand(queue.front());
+  template <class Rule>
+  unsigned int operator()(std::deque<Element>& queue, unsigned int& context, Rule) const {
+    if (queue.empty()) return Nothing(kRowOf<Rule>);
+    Hand(kRowOf<Rule>, queue.front());
     if (access != Access::kLook) {
       context -= queue.front().weight;
       queue.pop_front();
@@ -223,10 +238,11 @@ struct YraAccess {
     return YRAFT_STATUS_SUCCESS;
   }
 
-  unsigned int operator()(std::list<YraContainers::Element>& list, unsigned int& context) const {
-    if (list.empty()) return Nothing();
+  template <class Rule>
+  unsigned int operator()(std::list<Element>& list, unsigned int& context, Rule) const {
+    if (list.empty()) return Nothing(kRowOf<Rule>);
     TRACE_VERBOSE("Before Pop, size=%d.", static_cast<int>(list.size()));
-    Hand(list.front());
+    Hand(kRowOf<Rule>, list.front());
     if (access != Access::kLook) {
       context -= list.front().weight;
       list.pop_front();
@@ -235,7 +251,8 @@ struct YraAccess {
     return YRAFT_STATUS_SUCCESS;
   }
 
-  unsigned int operator()(std::map<int, YraContainers::Element>& map, unsigned int&) const {
+  template <class Rule>
+  unsigned int operator()(Map& map, unsigned int&, Rule) const {
     const auto entry = map.find(key);
     if (entry == map.end()) {
       TRACE_AT(access == Access::kDrop ? KVO_LOG_VERBOSE : KVO_LOG_ERROR, "Key %d do not find.",
@@ -244,7 +261,7 @@ struct YraAccess {
     }
     TRACE_VERBOSE("Key %d find.", key);
     unsigned char* pData = entry->second.pData;
-    Hand(entry->second);
+    Hand(kRowOf<Rule>, entry->second);
     if (access != Access::kLook) map.erase(entry);
     const auto size = static_cast<unsigned int>(map.size());
     if (access == Access::kLook) {
@@ -259,13 +276,13 @@ struct YraAccess {
 
  private:
   // There is no front: a drop has nothing to do, the others nothing to answer.
-  unsigned int Nothing() const {
+  unsigned int Nothing(const Row& row) const {
     if (access == Access::kDrop) return YRAFT_STATUS_SUCCESS;
     TRACE_ERROR("%s is empty.", row.name);
     return YRAFT_STATUS_KEY_NOT_FOUND;
   }
 
-  void Hand(const YraContainers::Element& element) const {
+  void Hand(const Row& row, const Element& element) const {
     if (access != Access::kDrop) {
       *ppBuffer = element.pData;
     } else if (row.freedOnPop) {
@@ -274,14 +291,15 @@ struct YraAccess {
   }
 };
 
+}  // namespace
+
 unsigned int YraRW::YraRW_QueueFront(int queueType, int key, unsigned char** ppBuffer) {
   TRACE_IN();
   if (ppBuffer == nullptr) return TRACE_RET(NullArgument("ppBuffer"));
   *ppBuffer = nullptr;
-  const Row* row = Named(queueType);
-  if (row == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   const unsigned int ret =
-      YraContainers::With(*this, queueType, YraAccess{*row, key, Access::kLook, ppBuffer});
+      YraContainers::With(*this, queueType, AccessElement{key, Access::kLook, ppBuffer});
   if (ret == YRAFT_STATUS_SUCCESS) TRACE_VERBOSE("Get buffer is 0x%x.", TraceAddress(*ppBuffer));
   return TRACE_RET(ret);
 }
@@ -289,27 +307,25 @@ unsigned int YraRW::YraRW_QueueFront(int queueType, int key, unsigned char** ppB
 unsigned int YraRW::YraRW_QueuePopFront(int queueType, int key, unsigned char** ppBuffer) {
   TRACE_IN();
   if (ppBuffer == nullptr) return TRACE_RET(NullArgument("ppBuffer"));
-  const Row* row = Named(queueType);
-  if (row == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   const unsigned int ret =
-      YraContainers::With(*this, queueType, YraAccess{*row, key, Access::kTake, ppBuffer});
+      YraContainers::With(*this, queueType, AccessElement{key, Access::kTake, ppBuffer});
   if (ret == YRAFT_STATUS_SUCCESS) TRACE_VERBOSE("Get buffer is 0x%x.", TraceAddress(*ppBuffer));
   return TRACE_RET(ret);
 }
 
 unsigned int YraRW::YraRW_QueuePop(int queueType, int key) {
   TRACE_IN();
-  const Row* row = Named(queueType);
-  if (row == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   return TRACE_RET(
-      YraContainers::With(*this, queueType, YraAccess{*row, key, Access::kDrop, nullptr}));
+      YraContainers::With(*this, queueType, AccessElement{key, Access::kDrop, nullptr}));
 }
 
 bool YraRW::YraRW_QueueFind(int queueType, int key) {
   TRACE_IN();
   bool found = false;
   if (Named(queueType) != nullptr) {
-    found = YraContainers::With(*this, queueType, [key](auto& container, unsigned int&) {
+    found = YraContainers::With(*this, queueType, [key](auto& container, unsigned int&, auto) {
       if constexpr (YraContainers::kIsMap<decltype(container)>) {
         const bool present = container.find(key) != container.end();
         TRACE_VERBOSE("Key %d %s.", key, present ? "find" : "do not find");

@@ -2,7 +2,9 @@
 //
 // The block is allocated once at its final length; every item is built in place at its end, which
 // is known, so a snapshot takes time linear in the number of elements.
+#include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 #include "YraContainers.h"
 
@@ -99,10 +101,50 @@ void Release(const Row& row, const Element& element, bool packed) {
   if (packed ? row.freedWhenPacked : row.freedOnClear) std::free(element.pData);
 }
 
-template <class Container>
-void Walk(const Row& row, Container& container, Take take, Packer& packer) {
+// Writes one address item after another.
+class AddressWriter {
+ public:
+  using iterator_category = std::output_iterator_tag;
+  using value_type = void;
+  using difference_type = std::ptrdiff_t;
+  using pointer = void;
+  using reference = void;
+
+  explicit AddressWriter(unsigned char* pItem) : m_pItem(pItem) {}
+  AddressWriter& operator=(const Element& element) {
+    memcpy(m_pItem, &kHead, sizeof(kHead));
+    memcpy(m_pItem + sizeof(kHead), &element.pData, sizeof(element.pData));
+    return *this;
+  }
+  AddressWriter& operator*() { return *this; }
+  AddressWriter& operator++() {
+    m_pItem += kSize;
+    return *this;
+  }
+
+ private:
+  static constexpr unsigned int kSize = sizeof(YRAFT_TLV_ITEM) + sizeof(void*);
+  static constexpr YRAFT_TLV_ITEM kHead = {kSize, 0, 0};
+  unsigned char* m_pItem;
+};
+
+// Addresses need no look at their elements, so a queue of them goes out piece by piece of its
+// memory, as long as nobody reads about single items.
+void PackAddresses(const std::deque<Element>& queue, Packer& packer) {
+  std::copy(queue.begin(), queue.end(),
+            AddressWriter(reinterpret_cast<unsigned char*>(packer.pBlock) + packer.used));
+  packer.pBlock->ListCount = static_cast<uint16_t>(queue.size());
+  packer.used = packer.capacity;
+}
+
+template <class Container, class Rule>
+void Walk(Rule, Container& container, Take take, Packer& packer) {
+  constexpr const Row& row = kRowOf<Rule>;
   int visited = 0;
   uint64_t total = 0;
+  if constexpr (row.pointerRoom != 0) {
+    if (!kvolog::Connected()) return PackAddresses(container, packer);
+  }
   for (auto& node : container) {
     const Element& element = YraContainers::Of(node);
     if (row.fileSize != nullptr) total += row.fileSize(element);
@@ -146,11 +188,11 @@ unsigned int Snapshot(YraRW& rw, int queueType, Take take, unsigned char** ppBuf
     TRACE_ERROR("callback YraRW_QueueContextSize failed.");
     return YRAFT_STATUS_INVALID_PARAM;
   }
-  return YraContainers::With(rw, queueType, [&](auto& container, unsigned int& context) {
+  return YraContainers::With(rw, queueType, [&](auto& container, unsigned int& context, auto rule) {
     Packer packer{nullptr, 0};
     const unsigned int ret = Allocate(*row, container.size(), contextSize, packer);
     if (ret != YRAFT_STATUS_SUCCESS) return ret;
-    Walk(*row, container, take, packer);
+    Walk(rule, container, take, packer);
     if (take == Take::kRemove) {
       container.clear();
       context = 0;

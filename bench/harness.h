@@ -1,0 +1,55 @@
+// Measures things beside their floors: thread CPU time, all subjects in shuffled rounds of one run,
+// medians, reported as ratios.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace bench {
+
+// One thing to measure. A call does `work` units and answers the thread CPU time of the part that
+// counts, in nanoseconds.
+struct Subject {
+  std::string name;
+  std::function<double()> run;
+};
+
+// The first subject is the floor; a target is how many times the floor a subject may take.
+struct Group {
+  std::string name;
+  std::string unit;  // what one unit of work is
+  double work;       // units a call
+  std::vector<Subject> subjects;
+  std::vector<double> targets;  // for the subjects behind the floor; 0: a peer, no target
+};
+
+double ThreadNanoseconds();
+
+// Times a call on this thread's CPU clock.
+template <class Call>
+double Time(Call call) {
+  const double start = ThreadNanoseconds();
+  call();
+  return ThreadNanoseconds() - start;
+}
+
+// Keeps the compiler from seeing through a value or from dropping a store.
+template <class T>
+inline void Keep(const T& value) {
+  asm volatile("" : : "r,m"(value) : "memory");
+}
+
+void Register(Group group);
+// Says a figure that is no ratio of times.
+void RegisterFigure(std::string name, std::function<std::string()> measure);
+
+// Runs once at the start of the program.
+struct Registration {
+  template <class F>
+  explicit Registration(F registerAll) {
+    registerAll();
+  }
+};
+
+}  // namespace bench
