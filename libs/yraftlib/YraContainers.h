@@ -43,7 +43,7 @@ struct YraContainers {
   // Calls `use(container, context, rule)` with the container of a type, which must be known, and
   // its context size: the counter that moves with the elements, or what follows from their number.
   template <class Use>
-  static auto With(YraRW& rw, int queueType, Use use) {
+  [[gnu::always_inline]] static auto With(YraRW& rw, int queueType, Use use) {
     switch (queueType) {
       case YRAFT_QUEUE_BUFFER:
         return use(rw.m_bufferQueue, rw.m_bufferContextSize, Rule<YRAFT_QUEUE_BUFFER>{});

@@ -13,7 +13,7 @@ constexpr TraceLayer kLayer = kLayerRw;
 using Row = YraContainers::Row;
 
 // Reports the container that an operation is asked for; null, reported too, for an unknown type.
-const Row* Named(int queueType) {
+[[gnu::always_inline]] inline const Row* Named(int queueType) {
   const Row* row = YraContainers::Find(queueType);
   TRACE_VERBOSE("queue type: %d (%s)", queueType, row != nullptr ? row->name : "Unknown");
   if (row == nullptr) TRACE_ERROR("queue type is unknown.(%d)", queueType);
@@ -77,7 +77,8 @@ struct PushElement {
   unsigned int operator()(Sequence& sequence, unsigned int& context, Rule) const {
     constexpr const Row& row = kRowOf<Rule>;
     const unsigned int weight = row.weight(pData, len);
-    sequence.push_back({pData, weight});
+    const Element element{pData, weight};
+    sequence.push_back(element);
     if constexpr (row.named) {
       TRACE_VERBOSE("length=%u, file length=%u, name[%s].", len,
                     yra_rules::FileInfo(pData)->nameLen,
