@@ -1,0 +1,142 @@
+// The catalogs that stand where the library looks, and the check that keeps bad ones out.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "common/libs/kvolocalise/format.h"
+#include "common/libs/kvolocalise/messages.h"
+#include "kvolocalise.h"
+
+namespace {
+
+class Localise : public testing::Test {
+ protected:
+  ~Localise() override { KvoLocaliseShutdown(); }
+  int Init(const char* lang) {
+    if (lang == nullptr) {
+      unsetenv("LANG");
+    } else {
+      setenv("LANG", lang, 1);
+    }
+    return KvoLocaliseInit();
+  }
+};
+
+TEST_F(Localise, OpensTheCatalogOfTheLanguage) {
+  const struct {
+    const char* lang;
+    const char* cancel;
+    const char* langAfterwards;
+  } kCases[] = {
+      {"en_US.UTF-8", "Cancel", "en_US.UTF-8"},
+      {"de_DE.UTF-8", "Abbrechen", "de_DE.UTF-8"},
+      {"de", "Abbrechen", "de"},
+      {"fr_CA.UTF-8", "Annuler", "fr_CA.UTF-8"},
+      {"es_MX", "Cancelar", "es_MX"},
+      {"ja_JP.UTF-8", "キャンセル", "ja_JP.UTF-8"},
+      {"zh_CN.UTF-8", "取消", "zh_CN.UTF-8"},
+      {"C", "Cancel", "en_US.UTF-8"},
+      {"POSIX", "Cancel", "en_US.UTF-8"},
+      {"", "Cancel", "en_US.UTF-8"},
+      {nullptr, "Cancel", "en_US.UTF-8"},
+      {"C.UTF-8", "Cancel", "en_US.UTF-8"},
+      {"tlh_KX.UTF-8", "Cancel", "en_US.UTF-8"},
+  };
+  for (const auto& c : kCases) {
+    ASSERT_EQ(Init(c.lang), 1);
+    EXPECT_STREQ(KvoLocalise(YRAFT_ENG_BUTTON_CANCEL), c.cancel);
+    EXPECT_STREQ(getenv("LANG"), c.langAfterwards);
+    setenv("NLSPATH", "untouched", 1);
+    EXPECT_EQ(KvoLocaliseInit(), 1);  // open already: nothing changes
+    EXPECT_STREQ(getenv("NLSPATH"), "untouched");
+    KvoLocaliseShutdown();
+    KvoLocaliseShutdown();
+  }
+}
+
+TEST_F(Localise, SaysWhyThereIsNoText) {
+  EXPECT_STREQ(KvoLocalise(YRAFT_ENG_BUTTON_CANCEL), "Message catalog is not open.");
+  ASSERT_EQ(Init("en_US.UTF-8"), 1);
+  for (const int number : {0, 1, 0x20001, 0x4001D, -1, INT32_MIN}) {
+    EXPECT_STREQ(KvoLocalise(number), "Error accessing message catalog.");
+  }
+}
+
+TEST_F(Localise, FailsOnceWithoutAnyCatalog) {
+  std::filesystem::rename("/opt/Brelka/AVK/qmz/en", "/opt/Brelka/AVK/qmz/away");
+  EXPECT_EQ(Init("en_US.UTF-8"), 0);
+  EXPECT_EQ(Init("tlh_KX"), 0);
+  EXPECT_STREQ(KvoLocalise(YRAFT_ENG_PROGRESSBAR_TITLE), "Message catalog is not open.");
+  std::filesystem::rename("/opt/Brelka/AVK/qmz/away", "/opt/Brelka/AVK/qmz/en");
+  EXPECT_EQ(Init("tlh_KX"), 1);
+}
+
+TEST_F(Localise, FindsNumbersByExactName) {
+  EXPECT_EQ(KvoLocaliseLookupByName("YRAFT_ENG_BUTTON_PAUSE"), 0x30085U);
+  EXPECT_EQ(KvoLocaliseLookupByName("YRAFT_ENG_BUTTON_OPEN"), 0x100AAU);
+  EXPECT_EQ(KvoLocaliseLookupByName("YRAFT_ENG_ERROR_SHARING_VIOLATION"), 0x300D0U);
+  for (const char* name : {"yraft_eng_button_pause", "YRAFT_ENG_BUTTON_PAUS", "", "%s%n"}) {
+    EXPECT_EQ(KvoLocaliseLookupByName(name), 0U);
+  }
+  EXPECT_EQ(KvoLocaliseLookupByName(nullptr), 0U);
+}
+
+TEST_F(Localise, PrintsALineAndItsNewline) {
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(KvoPrint("%d files", 3), '\n');
+  EXPECT_EQ(testing::internal::GetCapturedStdout(), "3 files\n");
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(KvoPrintError("%s", "100%"), '\n');
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "100%\n");
+}
+
+TEST(Format, FitsOnlyTextsThatTakeExactlyTheirArguments) {
+  for (const char* text : {"%d", "%d %%", "%i%%%%", "%03d", "%-+5.2d", "%1$d", "a %1$3d%% b"}) {
+    EXPECT_TRUE(KvoLocaliseFormatFits(text, "d")) << text;
+  }
+  for (const char* text : {"%s %d of %d: %s", "%4$s: %2$d/%3$d (%1$s)", "%.9s%d%d%s"}) {
+    EXPECT_TRUE(KvoLocaliseFormatFits(text, "sdds")) << text;
+  }
+  for (const char* text :
+       {"",        "%",         "%%",      "%%d",   "%d %d", "%s",   "%n",    "%*d",
+        "%.*d",    "%ld",       "%hhd",    "%x",    "%c",    "%d %", "%0$d",  "%2$d",
+        "%1$d %d", "%1$d %1$d", "%99999d", "%d %n", "%1$n",  "%'d",  "% d %s"}) {
+    EXPECT_FALSE(KvoLocaliseFormatFits(text, "d")) << text;
+  }
+  EXPECT_FALSE(KvoLocaliseFormatFits("%s %d of %s: %d", "sdds"));
+  EXPECT_FALSE(KvoLocaliseFormatFits("%1$s %2$d %4$s", "sdds"));
+  EXPECT_FALSE(KvoLocaliseFormatFits(nullptr, "d"));
+}
+
+// Compiles a changed English catalog as the build does; answers whether the check lets it pass.
+bool Passes(const std::string& from, const std::string& to) {
+  std::ifstream in(CATALOG_SOURCE);
+  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  const std::size_t at = text.find(from);
+  EXPECT_NE(at, std::string::npos) << from;
+  text.replace(at, from.size(), to);
+  const std::string folder = testing::TempDir();
+  std::ofstream(folder + "changed.msg") << text;
+  const std::string catalog = folder + "changed.cat";
+  std::filesystem::remove(catalog);
+  const std::string command = "LC_ALL=C.UTF-8 gencat " + catalog + " " + folder +
+                              "changed.msg 2>/dev/null && " CATALOG_CHECK " " + catalog +
+                              " 2>/dev/null";
+  return system(command.c_str()) == 0;
+}
+
+TEST(CatalogCheck, RefusesCatalogsThatTheDialogsCouldNotUse) {
+  EXPECT_TRUE(Passes("Cancel", "Stop"));
+  EXPECT_FALSE(Passes("%d%%", "%s%%"));
+  EXPECT_FALSE(Passes("%d%%", "all"));
+  EXPECT_FALSE(Passes("%s%d of %d", "%s%d of %d %n"));
+  EXPECT_FALSE(Passes("\"Cancel\"", "\"\""));
+  EXPECT_FALSE(Passes("175 \"Cancel\"", "176 \"Cancel\""));
+  EXPECT_FALSE(Passes("Cancel", "100% Cancel"));
+  EXPECT_FALSE(Passes("Uploading file ", "Uploading the file no. "));
+}
+
+}  // namespace
