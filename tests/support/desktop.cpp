@@ -51,6 +51,46 @@ int OnXError(Display* display, XErrorEvent* event) {
   return g_toolkitHandler(display, event);
 }
 
+std::vector<unsigned long> LongProperty(Display* display, Window window, const char* name) {
+  Atom type;
+  int format;
+  unsigned long n = 0;
+  unsigned long rest;
+  unsigned char* data = nullptr;
+  XGetWindowProperty(display, window, XInternAtom(display, name, False), 0, 1024, False,
+                     AnyPropertyType, &type, &format, &n, &rest, &data);
+  std::vector<unsigned long> values;
+  if (data != nullptr && format == 32) {
+    const auto* longs = reinterpret_cast<unsigned long*>(data);
+    values.assign(longs, longs + n);
+  }
+  if (data != nullptr) XFree(data);
+  return values;
+}
+
+// A manager that has just announced itself still gives no focus to what it finds on the screen, and
+// a window without the focus hears no key: a window of our own must get the focus first.
+void WaitForManager() {
+  Display* display = XOpenDisplay(nullptr);
+  if (display == nullptr) throw std::runtime_error("no display");
+  const auto end = std::chrono::steady_clock::now() + kPatience;
+  bool ready = false;
+  while (!ready && std::chrono::steady_clock::now() < end) {
+    const Window root = DefaultRootWindow(display);
+    const Window probe = XCreateSimpleWindow(display, root, 0, 0, 50, 50, 0, 0, 0);
+    XMapWindow(display, probe);
+    for (int i = 0; i < 50 && !ready; ++i) {
+      XSync(display, False);
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      const auto windows = LongProperty(display, root, "_NET_ACTIVE_WINDOW");
+      ready = !windows.empty() && windows[0] == probe;
+    }
+    XDestroyWindow(display, probe);
+  }
+  XCloseDisplay(display);
+  if (!ready) throw std::runtime_error("the window manager gives no focus");
+}
+
 void GuardAgainstXErrors() {
   const XErrorHandler old = XSetErrorHandler(OnXError);
   if (old != OnXError) g_toolkitHandler = old;
@@ -88,6 +128,7 @@ Desktop::Desktop() {
   const std::string display = ":" + std::to_string(atoi(number));
   setenv("DISPLAY", display.c_str(), 1);
   m_manager = Spawn({"openbox"});
+  WaitForManager();
 }
 
 Desktop::~Desktop() {
@@ -121,19 +162,6 @@ User::User() : m_display(XOpenDisplay(nullptr)) {
   if (m_display == nullptr) throw std::runtime_error("no display");
   g_userDisplays.insert(m_display);
   XSelectInput(m_display, DefaultRootWindow(m_display), PropertyChangeMask);
-  // The window manager announces itself on the root window.
-  WaitFor([this] {
-    const Atom check = XInternAtom(m_display, "_NET_SUPPORTING_WM_CHECK", False);
-    Atom type;
-    int format;
-    unsigned long n = 0;
-    unsigned long rest;
-    unsigned char* data = nullptr;
-    XGetWindowProperty(m_display, DefaultRootWindow(m_display), check, 0, 1, False, XA_WINDOW,
-                       &type, &format, &n, &rest, &data);
-    if (data != nullptr) XFree(data);
-    return n > 0;
-  });
 }
 
 User::~User() {
@@ -156,27 +184,6 @@ bool User::WaitFor(const std::function<bool()>& condition) {
   }
   return true;
 }
-
-namespace {
-
-std::vector<unsigned long> LongProperty(Display* display, Window window, const char* name) {
-  Atom type;
-  int format;
-  unsigned long n = 0;
-  unsigned long rest;
-  unsigned char* data = nullptr;
-  XGetWindowProperty(display, window, XInternAtom(display, name, False), 0, 1024, False,
-                     AnyPropertyType, &type, &format, &n, &rest, &data);
-  std::vector<unsigned long> values;
-  if (data != nullptr && format == 32) {
-    const auto* longs = reinterpret_cast<unsigned long*>(data);
-    values.assign(longs, longs + n);
-  }
-  if (data != nullptr) XFree(data);
-  return values;
-}
-
-}  // namespace
 
 std::vector<Window> User::Windows() {
   return LongProperty(m_display, DefaultRootWindow(m_display), "_NET_CLIENT_LIST");

@@ -66,8 +66,10 @@ std::size_t Notes::Pending() {
 
 void Notes::SetAnswer(unsigned int answer) { g_answer = answer; }
 
-Host::Host(bool gdkThreads) : m_winUI(m_ended.get_future()) {
-  if (gdkThreads) gdk_threads_init();
+Host::Host() : m_winUI(m_ended.get_future()) {
+  static const bool gdkThreads = getenv("YRA_GDK_THREADS") != nullptr;
+  static std::once_flag once;
+  if (gdkThreads) std::call_once(once, [] { gdk_threads_init(); });
   m_thread = std::thread([this] {
     YraWinUI* pWinUI = nullptr;
     YraMainWinUICreate(0, nullptr, &table, &pWinUI);

@@ -46,7 +46,7 @@ class Notes {
 // A persistent UI on a thread of its own. Ends it when it goes, if the test has not.
 class Host {
  public:
-  explicit Host(bool gdkThreads = false);
+  Host();  // with GDK's threads initialised where YRA_GDK_THREADS is set
   ~Host();
   unsigned int Send(int signalType, int evtType, void* pInput);
   void RequestFiles();
