@@ -34,6 +34,17 @@ double Time(Call call) {
   return ThreadNanoseconds() - start;
 }
 
+// Times a call made over and over; it gets its number.
+template <class Call>
+double Repeat(int calls, Call call) {
+  return Time([&] {
+    for (int i = 0; i < calls; ++i) {
+      call(i);
+      asm volatile("" : : : "memory");
+    }
+  });
+}
+
 // Keeps the compiler from seeing through a value or from dropping a store.
 template <class T>
 inline void Keep(const T& value) {

@@ -1,0 +1,80 @@
+// The start and the end of a process's logging.
+#include <syslog.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include "common/libs/log/channel.h"
+#include "common/libs/log/config.h"
+#include "common/libs/log/state.h"
+#include "common/libs/log/trace.h"
+
+std::atomic<const KvoLogConfig*> kvolog_filter{nullptr};
+
+namespace kvolog {
+
+bool g_initialised = false;
+bool g_syslogOpen = false;
+
+namespace {
+
+// How the process is called towards syslog, which keeps the pointer, and the log service.
+char g_identity[KVO_LOG_IDENTITY_SIZE];
+
+void NameProcess(const char* program) {
+  std::string identity = "brelka";
+  if (program != nullptr && *program != '\0') {
+    identity += '-';
+    identity += std::strcmp(program, "java") == 0 ? "kvoavk" : program;
+  }
+  identity.resize(std::min(identity.size(), sizeof(g_identity) - 1));
+  std::strcpy(g_identity, identity.c_str());
+}
+
+unsigned int SessionId() {
+  const char* pText = std::getenv("BRELKA_SESSION_ID");
+  return pText != nullptr ? static_cast<unsigned int>(std::strtol(pText, nullptr, 10)) : 0;
+}
+
+}  // namespace
+
+}  // namespace kvolog
+
+using namespace kvolog;  // NOLINT: the interface's side of the file
+
+int KvoLogInit() {
+  if (!g_initialised) {
+    NameProcess(program_invocation_short_name);
+    MapConfig();
+    openlog(g_identity, LOG_PID | LOG_CONS, LOG_USER);
+    setlogmask(LOG_UPTO(LOG_INFO));
+    g_syslogOpen = true;
+    if (OpenChannel(SessionId(), g_identity)) {
+      kvolog_filter.store(Config(), std::memory_order_relaxed);
+    }
+    g_initialised = true;
+  }
+  if (g_syslogOpen) return 1;
+  return ChannelOpen() && Config() != nullptr ? 1 : 0;
+}
+
+int KvoLogInitConfigOnly() {
+  if (!g_initialised) {
+    MapConfig();
+    g_initialised = true;
+  }
+  return Config() != nullptr ? 1 : 0;
+}
+
+void KvoLogShutdown() {
+  if (!g_initialised) return;
+  CloseChannel();
+  if (g_syslogOpen) {
+    g_syslogOpen = false;
+    closelog();
+  }
+  UnmapConfig();
+  g_initialised = false;
+}

@@ -1,0 +1,24 @@
+// The connection to the log service, a Unix stream to another program of the same machine.
+//
+// Any number of threads write at the same time. A failed write gives the connection up for good;
+// its descriptor is closed once, by the last thread that was using it, so that no record can go
+// into a file that got the number afterwards.
+#pragma once
+
+#include <cstddef>
+
+#include "kvolog.h"
+
+namespace kvolog {
+
+// Connects and registers this process. Answers whether the connection stands. Takes at most a
+// second; leaves the process's SIGPIPE disposition as it was.
+bool OpenChannel(unsigned int session, const char* identity);
+void CloseChannel();
+
+bool ChannelOpen();
+
+// Writes a record of `size` bytes whole, or gives the connection up, at the latest after a second.
+void WriteRecord(const KvoLogRecord& record, std::size_t size);
+
+}  // namespace kvolog
