@@ -1,0 +1,618 @@
+// Logging as the processes of the agent meet it: the shared file, the log service and syslog.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <random>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "common/libs/log/trace.h"
+#include "support/log_service.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+void Trace(unsigned int classId, int level, const char* text) {
+  __KvoTrace(classId, level, "file", "Function", 1, "%s", text);
+}
+
+void Error(const char* text) { Trace(KVO_CLASS_YRAFT_WIN, KVO_LOG_ERROR, text); }
+
+std::string FileBytes(const char* path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+class Log : public testing::Test {
+ protected:
+  Log() {
+    unlink(KVO_LOG_CONFIG_PATH);
+    unsetenv("BRELKA_SESSION_ID");
+  }
+  ~Log() override { KvoLogShutdown(); }
+};
+
+// Logging of this process, connected, with its registration read.
+class Connected : public Log {
+ protected:
+  Connected() {
+    EXPECT_EQ(KvoLogInit(), 1);
+    EXPECT_TRUE(service.Accept());
+    EXPECT_TRUE(service.Next().has_value());
+  }
+  Line NextLine() {
+    const auto record = service.Next();
+    EXPECT_TRUE(record.has_value());
+    return Line(record.value_or(std::string(sizeof(KvoLogRecord), '\0')));
+  }
+  // Reads what `write` wrote; nothing where it wrote nothing.
+  template <class Write>
+  std::string Written(Write write) {
+    write();
+    return service.Waiting();
+  }
+  LogService service;
+};
+
+// ---- Classes -----------------------------------------------------------------------------------
+
+TEST_F(Log, HasATreeOfClassesThatEveryComponentCanIndex) {
+  ASSERT_EQ(KvoLogInitConfigOnly(), 1);
+  std::set<std::string> names;
+  int heads = 0;
+  int othersWithLevel = 0;
+  for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
+    const std::string name = KvoLogGetClassName(id);
+    EXPECT_TRUE(names.insert(name).second) << name;
+    EXPECT_LE(name.size(), 18U);
+    EXPECT_LE(strlen(KvoLogGetClassDisplayName(id)), 20U);
+    heads += KvoLogGetParent(id) == 0;
+    const bool other = name.rfind("COMPONENT", 0) == 0;
+    const unsigned int level = KvoLogGetDefaultLevel(id);
+    EXPECT_EQ(KvoLogGetCurrentLevel(id), level);
+    if (other) othersWithLevel += level == KVO_LOG_WARNING;
+    if (!other) {
+      EXPECT_EQ(level, id == 0 ? KVO_LOG_WARNING : KVO_LOG_INHERIT) << name;
+    }
+    int steps = 0;
+    for (unsigned int at = id; at != 0; at = KvoLogGetParent(at), ++steps) {
+      ASSERT_LT(KvoLogGetParent(at), at);
+    }
+    EXPECT_LE(steps, 3);
+  }
+  EXPECT_EQ(heads, 39);
+  EXPECT_EQ(othersWithLevel, 26);
+  EXPECT_STREQ(KvoLogGetClassName(KVO_CLASS_YRAFT_RW), "YRAFT_RW");
+  EXPECT_STREQ(KvoLogGetClassDisplayName(KVO_CLASS_LOCALISE), "Localisation");
+  EXPECT_EQ(KvoLogGetParent(KVO_CLASS_YRAFT_WIN), 175U);
+  EXPECT_EQ(KvoLogGetParent(0), KVO_LOG_UNKNOWN);
+  EXPECT_STREQ(KvoLogGetLevelName(6), "NONE");
+  EXPECT_STREQ(KvoLogGetLevelDisplayName(2), "Information");
+}
+
+TEST_F(Log, AnswersUnknownForWhatIsUnknownOrNotMapped) {
+  const auto expectUnknown = [](unsigned int id) {
+    EXPECT_EQ(KvoLogGetWorkingLevel(id), KVO_LOG_UNKNOWN);
+    EXPECT_EQ(KvoLogGetCurrentLevel(id), KVO_LOG_UNKNOWN);
+    EXPECT_EQ(KvoLogGetDefaultLevel(id), KVO_LOG_UNKNOWN);
+    EXPECT_EQ(KvoLogGetParent(id), KVO_LOG_UNKNOWN);
+    EXPECT_EQ(KvoLogGetClassName(id), nullptr);
+    EXPECT_EQ(KvoLogGetClassDisplayName(id), nullptr);
+    EXPECT_EQ(KvoLogSetCurrentLevel(id, 1), 0);
+  };
+  unsigned int flags = 5;
+  expectUnknown(0);
+  EXPECT_EQ(KvoLogGetLevelName(1), nullptr);
+  EXPECT_EQ(KvoLogGetCurrentFlags(&flags) + KvoLogGetDefaultFlags(&flags), 0);
+  EXPECT_EQ(KvoLogEnableFlags(1) + KvoLogDisableFlags(1), 0);
+  EXPECT_EQ(KvoLogGetOutputPath(), nullptr);
+  EXPECT_EQ(KvoLogGetRolloverSize(), KVO_LOG_UNKNOWN);
+  EXPECT_EQ(KvoLogGetRolloverCount(), KVO_LOG_UNKNOWN);
+  EXPECT_EQ(KvoLogSetOutputPath("x") + KvoLogSetRolloverSize(1) + KvoLogSetRolloverCount(1), 0);
+  EXPECT_EQ(flags, 5U);
+  KvoLogShutdown();
+  ASSERT_EQ(KvoLogInitConfigOnly(), 1);
+  for (const unsigned int id : {201U, 202U, 0x7FFFFFFFU, 0xFFFFFFFFU}) expectUnknown(id);
+  EXPECT_EQ(KvoLogGetLevelName(7), nullptr);
+  EXPECT_EQ(KvoLogGetLevelDisplayName(7), nullptr);
+  EXPECT_EQ(KvoLogGetCurrentFlags(nullptr) + KvoLogGetDefaultFlags(nullptr), 0);
+}
+
+// ---- The shared file ---------------------------------------------------------------------------
+
+TEST_F(Log, InitialisesAFileThatIsNoneAndKeepsOneThatIs) {
+  ASSERT_EQ(KvoLogInitConfigOnly(), 1);
+  KvoLogShutdown();
+  const std::string defaults = FileBytes(KVO_LOG_CONFIG_PATH);
+  ASSERT_EQ(defaults.size(), 1076U);
+  KvoLogConfig config;
+  memcpy(&config, defaults.data(), sizeof(config));
+  EXPECT_EQ(config.flags, 0x627U);
+  EXPECT_STREQ(config.outputPath, "/var/log/qmz/fsr.log");
+  EXPECT_EQ(config.rolloverSize, 200U);
+  EXPECT_EQ(config.rolloverCount, 2U);
+  EXPECT_EQ(config.magic, KVO_LOG_CONFIG_MAGIC);
+  struct stat status;
+  ASSERT_EQ(stat(KVO_LOG_CONFIG_PATH, &status), 0);
+  EXPECT_EQ(status.st_mode & 0777, 0664U);  // whatever the process's mask
+  for (const std::string& broken : {std::string(1076, '\0'), std::string("short"), std::string()}) {
+    std::ofstream(KVO_LOG_CONFIG_PATH, std::ios::binary) << broken;
+    ASSERT_EQ(KvoLogInitConfigOnly(), 1);
+    EXPECT_EQ(KvoLogSetCurrentLevel(188, 2), 1);
+    KvoLogShutdown();
+    EXPECT_EQ(FileBytes(KVO_LOG_CONFIG_PATH).size(), 1076U);
+    ASSERT_EQ(KvoLogInitConfigOnly(), 1);
+    EXPECT_EQ(KvoLogGetCurrentLevel(188), 2U);
+    EXPECT_EQ(KvoLogGetCurrentLevel(0), 3U);
+    KvoLogShutdown();
+  }
+}
+
+TEST_F(Log, StoresWhatIsInRangeAndRefusesTheRest) {
+  ASSERT_EQ(KvoLogInitConfigOnly(), 1);
+  EXPECT_EQ(KvoLogSetCurrentLevel(188, 6), 1);
+  EXPECT_EQ(KvoLogSetCurrentLevel(188, 7), 0);
+  EXPECT_EQ(KvoLogGetCurrentLevel(188), 6U);
+  EXPECT_EQ(KvoLogSetRolloverSize(0) + KvoLogSetRolloverSize(-1) + KvoLogSetRolloverSize(2001), 0);
+  EXPECT_EQ(KvoLogSetRolloverSize(2000), 1);
+  EXPECT_EQ(KvoLogGetRolloverSize(), 2000U);
+  EXPECT_EQ(KvoLogSetRolloverCount(101), 0);
+  EXPECT_EQ(KvoLogSetRolloverCount(100) + KvoLogSetRolloverCount(0), 2);
+  EXPECT_EQ(KvoLogGetRolloverCount(), 0U);
+  EXPECT_EQ(KvoLogEnableFlags(0x1008), 1);
+  EXPECT_EQ(KvoLogDisableFlags(0x401), 1);
+  unsigned int flags = 0;
+  EXPECT_EQ(KvoLogGetCurrentFlags(&flags), 1);
+  EXPECT_EQ(flags, 0x122EU);
+  const std::string longest(255, 'p');
+  EXPECT_EQ(KvoLogSetOutputPath(longest.c_str()), 1);
+  EXPECT_EQ(KvoLogSetOutputPath((longest + "p").c_str()) + KvoLogSetOutputPath(nullptr), 0);
+  EXPECT_EQ(KvoLogGetOutputPath(), longest);
+  EXPECT_EQ(KvoLogSetOutputPath("/x"), 1);
+  EXPECT_EQ(FileBytes(KVO_LOG_CONFIG_PATH).substr(808, 256), "/x" + std::string(254, '\0'));
+}
+
+constexpr unsigned int kNobody = 65534;
+
+#define EXPECT_CHILD(status)                                                           \
+  do {                                                                                 \
+    const int answered = status;                                                       \
+    if (answered == 77) GTEST_SKIP() << "no other group can be had in this namespace"; \
+    EXPECT_EQ(answered, 0);                                                            \
+  } while (false)
+
+TEST_F(Log, LetsAProcessOfAnotherGroupReadAndNotWrite) {
+  ASSERT_EQ(KvoLogInitConfigOnly(), 1);
+  EXPECT_CHILD(InChild(
+      [] {
+        KvoLogShutdown();
+        if (KvoLogInitConfigOnly() != 1) return 1;
+        if (KvoLogGetWorkingLevel(188) != KVO_LOG_WARNING) return 2;
+        if (KvoLogSetCurrentLevel(188, 1) != 0 || KvoLogEnableFlags(1) != 0) return 3;
+        if (KvoLogSetOutputPath("x") != 0 || KvoLogSetRolloverSize(1) != 0) return 4;
+        if (KvoLogSetRolloverCount(1) != 0 || KvoLogDisableFlags(1) != 0) return 5;
+        return 0;
+      },
+      kNobody));
+  KvoLogShutdown();
+  // What is too short to be read is not mapped: reading behind its end would end the process.
+  for (const char* bytes : {"", "short"}) {
+    std::ofstream(KVO_LOG_CONFIG_PATH, std::ios::binary) << bytes;
+    EXPECT_CHILD(InChild(
+        [] {
+          return KvoLogInitConfigOnly() == 0 && KvoLogGetWorkingLevel(0) == KVO_LOG_UNKNOWN ? 0 : 1;
+        },
+        kNobody));
+  }
+}
+
+TEST_F(Log, ShowsAReaderAChangeAtItsNextLine) {
+  LogService service;
+  ASSERT_EQ(KvoLogInitConfigOnly(), 1);
+  int asks[2];
+  ASSERT_EQ(pipe(asks), 0);
+  std::thread reader([&] {
+    EXPECT_CHILD(InChild(
+        [&] {
+          KvoLogShutdown();
+          if (KvoLogInit() != 1) return 1;
+          for (char line; read(asks[0], &line, 1) == 1 && line != '.';) {
+            Trace(KVO_CLASS_YRAFT_RW, KVO_LOG_VERBOSE, std::string(1, line).c_str());
+            Trace(KVO_CLASS_YRAFT_RW, KVO_LOG_FATAL, "done");
+          }
+          return 0;
+        },
+        kNobody));
+  });
+  if (service.Accept()) {
+    service.Next();
+    const auto ask = [&](const char* line) {
+      EXPECT_EQ(write(asks[1], line, 1), 1);
+      std::string texts;
+      for (std::string text; text.find("done") == std::string::npos; texts += text) {
+        const auto record = service.Next();
+        if (!record) break;
+        text = Line(*record).text;
+      }
+      return texts.find(line) != std::string::npos;
+    };
+    EXPECT_FALSE(ask("1"));
+    KvoLogSetCurrentLevel(KVO_CLASS_YRAFT_RW, KVO_LOG_VERBOSE);
+    EXPECT_TRUE(ask("2"));
+    KvoLogSetCurrentLevel(KVO_CLASS_YRAFT_RW, KVO_LOG_INHERIT);
+    EXPECT_FALSE(ask("3"));
+    KvoLogSetCurrentLevel(KVO_CLASS_ALL, KVO_LOG_VERBOSE);
+    EXPECT_TRUE(ask("4"));
+  }
+  EXPECT_EQ(write(asks[1], ".", 1), 1);
+  reader.join();
+  close(asks[0]);
+  close(asks[1]);
+}
+
+// ---- Which lines are written -------------------------------------------------------------------
+
+// The rule, told once more.
+bool Wanted(unsigned int id, int level) {
+  if (level < KVO_LOG_VERBOSE || level > KVO_LOG_FATAL || id >= KVO_LOG_CLASSES) return false;
+  while (KvoLogGetCurrentLevel(id) == KVO_LOG_INHERIT && id != 0) id = KvoLogGetParent(id);
+  const unsigned int working = KvoLogGetCurrentLevel(id);
+  return working >= KVO_LOG_VERBOSE && working <= static_cast<unsigned int>(level);
+}
+
+TEST_F(Connected, WritesALineExactlyWhereTheWorkingLevelAdmitsIt) {
+  std::minstd_rand random(1);
+  std::vector<unsigned int> ids(KVO_LOG_CLASSES);
+  for (unsigned int id = 0; id < ids.size(); ++id) ids[id] = id;
+  ids.insert(ids.end(), {201, 255, 256, 0xFFFFFFFF});
+  KvoLogDisableFlags(KVO_LOG_FLAG_FUNCTION);
+  for (int round = 0; round < 20; ++round) {
+    // Mostly inherited levels, so that the ways to the root are walked.
+    for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
+      KvoLogSetCurrentLevel(id, random() % 4 == 0 || id == 0 ? random() % KVO_LOG_LEVELS : 0);
+    }
+    for (const unsigned int id : ids) {
+      std::string expected;
+      for (int level = -1; level <= 8; ++level) {
+        const bool wanted = Wanted(id, level);
+        if (level >= 1 && level <= 5) {
+          EXPECT_EQ(kvolog::Admits(id, level), wanted) << id << level;
+        }
+        if (wanted) expected += static_cast<char>('0' + level);
+        __KvoTrace(id, level, "file", "f", 1, "%d", level);
+      }
+      const std::string bytes = service.Waiting();
+      std::string written;
+      for (std::size_t at = 0; at < bytes.size(); at += sizeof(KvoLogRecordHead) + 20) {
+        written += bytes.at(at + offsetof(KvoLogRecord, text));
+      }
+      ASSERT_EQ(written, expected) << "class " << id;
+    }
+  }
+}
+
+TEST_F(Connected, WritesNothingForBadArgumentsOrWithoutALevelAnywhere) {
+  EXPECT_EQ(Written([] {
+              __KvoTrace(188, 4, nullptr, "f", 1, "x");
+              __KvoTrace(188, 4, "file", nullptr, 1, "x");
+              __KvoTrace(188, 4, "file", "f", 1, nullptr);
+              __KvoLog(4, nullptr, "f", 1, "x");
+              __KvoLog(4, "file", nullptr, 1, "x");
+              __KvoLog(4, "file", "f", 1, nullptr);
+              __KvoLog(0, "file", "f", 1, "x");
+              __KvoLog(6, "file", "f", 1, "x");
+            }),
+            "");
+  KvoLogSetCurrentLevel(0, 0);
+  EXPECT_EQ(KvoLogGetWorkingLevel(188), KVO_LOG_UNKNOWN);
+  EXPECT_EQ(Written([] { Trace(188, 5, "x"); }), "");
+  int evaluated = 0;
+  KVO_TRACE(188, 5, "%d", ++evaluated);
+  EXPECT_EQ(evaluated, 0);
+}
+
+// ---- What a line becomes -----------------------------------------------------------------------
+
+TEST_F(Connected, LaysARecordOutToTheByte) {
+  const auto before = time(nullptr);
+  __KvoTrace(KVO_CLASS_YRAFT_WIN, KVO_LOG_ERROR, "file", "Function", 1, "%s %d %.1f %c %lld %d%%",
+             "text", 7, 2.5, 'c', 1LL << 40, 9);
+  const Line line = NextLine();
+  EXPECT_EQ(line.text, std::string("Function: text 7 2.5 c 1099511627776 9%") + '\0');
+  EXPECT_EQ(line.head.head.length, 18 + line.text.size());
+  EXPECT_EQ(line.head.head.type, 1);
+  EXPECT_EQ(line.head.level, 4);
+  EXPECT_EQ(line.head.classId, 188);
+  EXPECT_EQ(line.head.thread, static_cast<uint16_t>(gettid()));
+  EXPECT_GE(line.head.seconds, before);
+  EXPECT_LE(line.head.seconds, time(nullptr));
+  EXPECT_LT(line.head.microseconds, 1000000U);
+}
+
+TEST_F(Connected, PrefixesALineAsTheFlagsSay) {
+  pthread_setname_np(pthread_self(), "painter");
+  const auto text = [this] {
+    Error("x");
+    return std::string(NextLine().text.c_str());
+  };
+  EXPECT_EQ(text(), "Function: x");
+  KvoLogEnableFlags(KVO_LOG_FLAG_THREAD);
+  EXPECT_EQ(text(), "[painter]: Function: x");
+  KvoLogDisableFlags(KVO_LOG_FLAG_FUNCTION);
+  EXPECT_EQ(text(), "[painter]: x");
+  KvoLogDisableFlags(0xFFFFFFFF);
+  EXPECT_EQ(text(), "x");
+  __KvoTrace(188, 4, "file", "f", 1, "%s", "");
+  EXPECT_EQ(NextLine().head.head.length, 19);
+}
+
+TEST_F(Connected, CutsALineWhereItsRoomEndsAndDropsAPieceThatCannotBeFormatted) {
+  for (const std::size_t length : {8181UL, 8182UL, 10000UL}) {
+    Error(std::string(length, 'x').c_str());
+    const Line line = NextLine();
+    const std::size_t size = std::min<std::size_t>(length + strlen("Function: "), 8191);
+    EXPECT_EQ(line.text, "Function: " + std::string(size - 10, 'x') + '\0');
+    EXPECT_EQ(line.head.head.length, 19 + size);
+  }
+  const std::string function(9000, 'f');
+  __KvoTrace(188, 4, "file", function.c_str(), 1, "%s", "never seen");
+  EXPECT_EQ(NextLine().text, std::string(8191, 'f') + '\0');
+  const wchar_t noCharacter[] = {static_cast<wchar_t>(0xD800), 0};
+  __KvoTrace(188, 4, "file", "f", 1, "before %ls after", noCharacter);
+  EXPECT_EQ(NextLine().text, std::string("f: ") + '\0');
+}
+
+TEST_F(Connected, LeavesTheCallersErrorNumberAlone) {
+  for (int i = 0; i < 2; ++i) {
+    errno = ENOENT;
+    Error("x");
+    __KvoLog(4, "file", "f", 1, "x");
+    EXPECT_EQ(errno, ENOENT);
+    service.HangUp();
+  }
+}
+
+TEST_F(Connected, WritesWholeRecordsFromManyThreads) {
+  constexpr int kThreads = 8;
+  constexpr int kLines = 10000;
+  KvoLogDisableFlags(0xFFFFFFFF);
+  std::vector<std::thread> threads;
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([thread] {
+      for (int i = 0; i < kLines; ++i) {
+        __KvoTrace(188, 4, "file", "f", 1, "%d %d %s", thread, i,
+                   std::string(i % 300, 'x').c_str());
+      }
+    });
+  }
+  int next[kThreads] = {};
+  for (int i = 0; i < kThreads * kLines; ++i) {
+    const Line line = NextLine();
+    int thread = -1;
+    int number = -1;
+    ASSERT_EQ(sscanf(line.text.c_str(), "%d %d", &thread, &number), 2) << line.text;
+    ASSERT_TRUE(thread >= 0 && thread < kThreads);
+    ASSERT_EQ(number, next[thread]++);
+    ASSERT_EQ(std::count(line.text.begin(), line.text.end(), 'x'), number % 300);
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(service.Waiting(), "");
+}
+
+// ---- A service that is not as it should be -----------------------------------------------------
+
+TEST_F(Connected, GivesUpAServiceThatHungUpOnceAndForAll) {
+  service.HangUp();
+  Error("finds out");  // and gets no SIGPIPE, whose default would end this process
+  EXPECT_FALSE(kvolog::Connected());
+  service.StopListening();
+  LogService other;
+  Error("goes nowhere");
+  KvoLogShutdown();
+  EXPECT_EQ(KvoLogInit(), 1);
+  ASSERT_TRUE(other.Accept());
+  EXPECT_EQ(other.Next().has_value(), true);
+  Error("arrives");
+  EXPECT_NE(other.Next().value_or("").find("arrives"), std::string::npos);
+}
+
+TEST_F(Log, NeverWritesIntoAFileThatGotTheNumberOfTheConnection) {
+  const std::vector<int> open = OpenDescriptors();
+  for (int round = 0; round < 50; ++round) {
+    LogService service;
+    ASSERT_EQ(KvoLogInit(), 1);
+    ASSERT_TRUE(service.Accept());
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([&] {
+        while (!stop) Error("under load");
+      });
+    }
+    service.Next();
+    service.HangUp();
+    service.StopListening();
+    // Takes every number that becomes free meanwhile.
+    std::vector<int> files;
+    for (int i = 0; i < 64; ++i) {
+      files.push_back(::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
+    }
+    stop = true;
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_FALSE(kvolog::Connected());
+    for (const int fd : files) {
+      EXPECT_EQ(lseek(fd, 0, SEEK_END), 0);
+      EXPECT_EQ(close(fd), 0);
+    }
+    KvoLogShutdown();
+    EXPECT_EQ(OpenDescriptors(), open);
+  }
+}
+
+double SecondsOf(const std::function<void()>& call) {
+  const auto start = Clock::now();
+  call();
+  return std::chrono::duration<double>(Clock::now() - start).count();
+}
+
+TEST_F(Connected, WaitsASecondAtMostForAServiceThatStoppedReading) {
+  const double seconds = SecondsOf([] {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([] {
+        for (int line = 0; line < 20000; ++line) Error("nobody reads this");
+      });
+    }
+    for (std::thread& thread : threads) thread.join();
+  });
+  EXPECT_GE(seconds, 0.9);
+  EXPECT_LE(seconds, 2.0);
+  EXPECT_FALSE(kvolog::Connected());
+}
+
+void OnAlarm(int) {}
+
+TEST_F(Connected, LosesNoLineAndNoPatienceToSignals) {
+  struct sigaction action {};
+  action.sa_handler = OnAlarm;
+  sigaction(SIGALRM, &action, nullptr);
+  const itimerval every{{0, 500}, {0, 500}};
+  setitimer(ITIMER_REAL, &every, nullptr);
+  std::thread writer([] {
+    for (int i = 0; i < 3000; ++i) Error(std::string(1000, 'x').c_str());
+  });
+  for (int i = 0; i < 3000; ++i) {
+    if (i % 100 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    ASSERT_TRUE(service.Next().has_value()) << i;
+  }
+  writer.join();
+  const double seconds = SecondsOf([] {
+    while (kvolog::Connected()) Error("nobody reads this");
+  });
+  setitimer(ITIMER_REAL, nullptr, nullptr);
+  signal(SIGALRM, SIG_DFL);
+  EXPECT_LE(seconds, 2.0);
+}
+
+TEST_F(Log, StartsWithoutAServiceOrWithOneThatTakesNoCallers) {
+  const std::vector<int> open = OpenDescriptors();
+  EXPECT_EQ(KvoLogInit(), 1);
+  EXPECT_FALSE(kvolog::Connected());
+  KvoLogShutdown();
+  EXPECT_EQ(OpenDescriptors(), open);
+  LogService full(0);
+  const int callers[] = {full.Call(), full.Call(), full.Call()};
+  EXPECT_LE(SecondsOf([] { EXPECT_EQ(KvoLogInit(), 1); }), 2.0);
+  EXPECT_FALSE(kvolog::Connected());
+  for (const int fd : callers) close(fd);
+}
+
+// ---- Start and end -----------------------------------------------------------------------------
+
+// What a process of this name registers as.
+std::string HelloOf(const char* program, const char* session) {
+  LogService service;
+  char* const old = program_invocation_short_name;
+  std::string name = program == nullptr ? "" : program;
+  program_invocation_short_name = program == nullptr ? nullptr : name.data();
+  if (session != nullptr) setenv("BRELKA_SESSION_ID", session, 1);
+  EXPECT_EQ(KvoLogInit(), 1);
+  program_invocation_short_name = old;
+  unsetenv("BRELKA_SESSION_ID");
+  EXPECT_TRUE(service.Accept());
+  const std::string hello = service.Next().value_or("");
+  KvoLogShutdown();
+  return hello;
+}
+
+std::string Hello(const std::string& identity, unsigned int session) {
+  std::string bytes;
+  for (const std::size_t number : {identity.size() + 3, std::size_t{2}, std::size_t{session}}) {
+    bytes += static_cast<char>(number & 0xFF);
+    bytes += static_cast<char>(number >> 8 & 0xFF);
+  }
+  return bytes + identity + '\0';
+}
+
+TEST_F(Log, RegistersAProcessByItsNameAndSession) {
+  EXPECT_EQ(HelloOf("vcagent", nullptr), Hello("brelka-vcagent", 0));
+  EXPECT_EQ(HelloOf("java", "17"), Hello("brelka-kvoavk", 17));
+  EXPECT_EQ(HelloOf(nullptr, "letters"), Hello("brelka", 0));
+  EXPECT_EQ(HelloOf("", "70000x"), Hello("brelka", 70000 & 0xFFFF));
+  EXPECT_EQ(HelloOf(std::string(40, 'n').c_str(), "3 4"),
+            Hello("brelka-" + std::string(24, 'n'), 3));
+}
+
+TEST_F(Log, StartsAndEndsAsOftenAsItIsTold) {
+  KvoLogShutdown();
+  LogService service;
+  ASSERT_EQ(KvoLogInitConfigOnly(), 1);
+  EXPECT_EQ(KvoLogInit(), 0);
+  EXPECT_FALSE(kvolog::Connected());
+  KvoLogShutdown();
+  EXPECT_EQ(KvoLogGetOutputPath(), nullptr);
+  struct sigaction before;
+  struct sigaction after;
+  sigaction(SIGPIPE, nullptr, &before);
+  for (int i = 0; i < 3; ++i) {
+    EXPECT_EQ(KvoLogInit(), 1);
+    EXPECT_EQ(KvoLogInit(), 1);
+    ASSERT_TRUE(service.Accept());
+    service.Next();
+    Error("a line");
+    KvoLogShutdown();
+    KvoLogShutdown();
+    Error("no line");
+    EXPECT_NE(service.Next().value_or("").find("a line"), std::string::npos);
+    EXPECT_FALSE(service.Next().has_value());  // the end
+  }
+  sigaction(SIGPIPE, nullptr, &after);
+  EXPECT_EQ(after.sa_handler, before.sa_handler);
+}
+
+// ---- Syslog ------------------------------------------------------------------------------------
+
+TEST_F(Log, SendsUnfilteredLinesToSyslogAndToTheService) {
+  __KvoLog(4, "file", "f", 1, "not initialised, nowhere");
+  SyslogService syslogService;
+  LogService service;
+  char* const old = program_invocation_short_name;
+  char name[] = "host";
+  program_invocation_short_name = name;
+  ASSERT_EQ(KvoLogInit(), 1);
+  program_invocation_short_name = old;
+  ASSERT_TRUE(service.Accept());
+  service.Next();
+  for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) KvoLogSetCurrentLevel(id, KVO_LOG_NONE);
+  constexpr int kPriorities[] = {LOG_INFO, LOG_NOTICE, LOG_WARNING, LOG_ERR, LOG_ALERT};
+  for (int level = 1; level <= 5; ++level) {
+    __KvoLog(level, "file", "f", 1, "line %d", level);
+    const std::string sent = syslogService.Next();
+    const std::string tag = " brelka-host[" + std::to_string(getpid()) + "]: ";
+    EXPECT_EQ(sent.rfind("<" + std::to_string(LOG_USER | kPriorities[level - 1]) + ">", 0), 0U);
+    EXPECT_EQ(sent.substr(sent.find(tag)), tag + "line " + std::to_string(level)) << sent;
+    const Line line(service.Next().value_or(std::string(sizeof(KvoLogRecord), '\0')));
+    EXPECT_EQ(line.head.classId, 0);
+    EXPECT_EQ(line.head.level, level);
+    EXPECT_EQ(line.text, "f: line " + std::to_string(level) + '\0');
+  }
+}
+
+}  // namespace
