@@ -445,6 +445,75 @@ static inline const char* Yraft_GetFileNameFromFilePath(const char* pFilePath, c
   return pName;
 }
 
+/* ---- Reading a block that came from somewhere else ----------------------------------------------
+ *
+ * A walk believes nothing that a block says before it has seen that it lies within the bytes there
+ * are. Records stand at odd addresses in a block; their types are packed, so they may be read
+ * there.
+ *
+ *   YRAFT_TLV_WALK walk;
+ *   const YRAFT_TLV_ITEM* pItem;
+ *   if (Yraft_TlvBlocksWalk(&walk, pBlock, length) != YRAFT_STATUS_SUCCESS) …;
+ *   while ((pItem = Yraft_TlvBlocksNext(&walk)) != NULL) …;
+ *   if (walk.left != 0) …;  the block broke off
+ */
+
+typedef struct YRAFT_TLV_WALK {
+  const unsigned char* pNext; /* where the next item starts */
+  size_t length;              /* bytes there are from there on */
+  unsigned int left;          /* items that the block announced and the walk has not reached */
+} YRAFT_TLV_WALK;
+
+/* Begins a walk over the items of a block of `length` bytes, which may be anything and must outlive
+ * the walk. Answers 0, 70 (null argument) or 9 (no room for a header, or for the place it names).
+ */
+static inline unsigned int Yraft_TlvBlocksWalk(YRAFT_TLV_WALK* pWalk, const void* pBlock,
+                                               size_t length) {
+  const YRAFT_TLV_BLOCKS* pTlvBlocks = (const YRAFT_TLV_BLOCKS*)pBlock;
+  if (pWalk == NULL) return YRAFT_STATUS_INVALID_PARAM;
+  pWalk->pNext = NULL;
+  pWalk->length = 0;
+  pWalk->left = 0;
+  if (pBlock == NULL) return YRAFT_STATUS_INVALID_PARAM;
+  if (length < sizeof(*pTlvBlocks) || pTlvBlocks->ListBlocks < sizeof(*pTlvBlocks) ||
+      pTlvBlocks->ListBlocks > length) {
+    return YRAFT_STATUS_BUFFER_TOO_SMALL;
+  }
+  pWalk->pNext = (const unsigned char*)pBlock + pTlvBlocks->ListBlocks;
+  pWalk->length = length - pTlvBlocks->ListBlocks;
+  pWalk->left = pTlvBlocks->ListCount;
+  return YRAFT_STATUS_SUCCESS;
+}
+
+/* Answers the next item, which lies whole within the block, with cbSize - 8 bytes of payload; NULL
+ * behind the last one, and where an item does not fit: pWalk->left is not 0 then. */
+static inline const YRAFT_TLV_ITEM* Yraft_TlvBlocksNext(YRAFT_TLV_WALK* pWalk) {
+  const YRAFT_TLV_ITEM* pItem = pWalk != NULL ? (const YRAFT_TLV_ITEM*)pWalk->pNext : NULL;
+  if (pItem == NULL || pWalk->left == 0 || pWalk->length < sizeof(*pItem) ||
+      pItem->cbSize < sizeof(*pItem) || pItem->cbSize > pWalk->length) {
+    return NULL;
+  }
+  pWalk->pNext += pItem->cbSize;
+  pWalk->length -= pItem->cbSize;
+  --pWalk->left;
+  return pItem;
+}
+
+/* Answers the file-information record that an item of a walk carries; NULL for a null item and
+ * where the payload is none: its lengths disagree, or its name does not end where they say. */
+static inline const YRAFT_FILEINFO_ITEM* Yraft_TlvItemFileInfo(const YRAFT_TLV_ITEM* pItem) {
+  const YRAFT_FILEINFO_ITEM* pFileInfo;
+  size_t size;
+  const char* pName;
+  if (pItem == NULL || pItem->cbSize <= sizeof(*pItem) + sizeof(*pFileInfo)) return NULL;
+  pFileInfo = (const YRAFT_FILEINFO_ITEM*)YRAFT_TLV_PAYLOAD(pItem);
+  size = pItem->cbSize - sizeof(*pItem);
+  if (pFileInfo->cbSize != size || sizeof(*pFileInfo) + pFileInfo->nameLen + 1 != size) return NULL;
+  pName = YRAFT_FILEINFO_NAME(pFileInfo);
+  if (memchr(pName, '\0', pFileInfo->nameLen + 1U) != pName + pFileInfo->nameLen) return NULL;
+  return pFileInfo;
+}
+
 #ifdef __cplusplus
 }
 #endif

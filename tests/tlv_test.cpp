@@ -109,6 +109,56 @@ TEST(Tlv, MeasuresFilesAndFindsNames) {
   EXPECT_EQ(Yraft_GetFileNameFromFilePath(nullptr, '/'), nullptr);
 }
 
+// Walks a block of exactly these bytes; answers the names in it, and "…" where it breaks off.
+std::string NamesOf(const std::string& bytes) {
+  const std::unique_ptr<char[]> exact(new char[bytes.size() + 1]);  // 1: at least one
+  bytes.copy(exact.get(), bytes.size());
+  YRAFT_TLV_WALK walk;
+  if (Yraft_TlvBlocksWalk(&walk, exact.get(), bytes.size()) != 0) return "no block";
+  std::string names;
+  while (const YRAFT_TLV_ITEM* item = Yraft_TlvBlocksNext(&walk)) {
+    const YRAFT_FILEINFO_ITEM* record = Yraft_TlvItemFileInfo(item);
+    names += record == nullptr ? "?" : YRAFT_FILEINFO_NAME(record);
+  }
+  EXPECT_EQ(Yraft_TlvBlocksNext(&walk), nullptr);
+  return names + (walk.left == 0 ? "" : "…");
+}
+
+TEST(Tlv, WalksABlockNoFurtherThanItsBytesGo) {
+  const auto block = NewBlock(200);
+  for (const std::string name : {"ab", "c", ""}) {
+    const auto record =
+        Own(Yraft_FileInfoItemAllocate(name.empty() ? nullptr : name.c_str(), name.size(), 0, 1));
+    const auto item = Own(Yraft_TlvItemAllocate(record.get(), record->cbSize));
+    ASSERT_EQ(Yraft_TlvBlocksAddItem(block.get(), 200, item.get(), item->cbSize), 0U);
+  }
+  const std::string whole(reinterpret_cast<char*>(block.get()), Used(block.get()));
+  EXPECT_EQ(NamesOf(whole), "abc");
+  EXPECT_EQ(NamesOf(whole + "more"), "abc");
+  for (std::size_t length = 0; length < whole.size(); ++length) {
+    const char* names = length < 12 ? "no block" : length < 47 ? "…" : length < 81 ? "ab…" : "abc…";
+    EXPECT_EQ(NamesOf(whole.substr(0, length)), names) << length;
+  }
+  const auto with = [&](std::size_t at, char byte) {
+    std::string changed = whole;
+    changed.at(at) = byte;
+    return NamesOf(changed);
+  };
+  EXPECT_EQ(with(0, 11), "no block");    // the first item inside the header
+  EXPECT_EQ(with(1, 1), "no block");     // … behind the end
+  EXPECT_EQ(with(12, 7), "…");           // an item without a whole head
+  EXPECT_EQ(with(12 + 8, 3), "?c");      // a name longer than its record
+  EXPECT_EQ(with(12 + 10, 26), "?c");    // a record longer than its item
+  EXPECT_EQ(with(12 + 33, '\0'), "?c");  // a name that ends early
+  EXPECT_EQ(with(12 + 34, 'x'), "?c");   // … and one that does not end
+  YRAFT_TLV_WALK walk;
+  EXPECT_EQ(Yraft_TlvBlocksWalk(nullptr, block.get(), 12), 70U);
+  EXPECT_EQ(Yraft_TlvBlocksWalk(&walk, nullptr, 12), 70U);
+  EXPECT_EQ(Yraft_TlvBlocksNext(&walk), nullptr);
+  EXPECT_EQ(Yraft_TlvBlocksNext(nullptr), nullptr);
+  EXPECT_EQ(Yraft_TlvItemFileInfo(nullptr), nullptr);
+}
+
 TEST(Tlv, ReportsMissingMemory) {
   YRAFT_TLV_BLOCKS* block = nullptr;
   EXPECT_EQ(WithFailingAllocation(1, [&] { return Yraft_TlvBlocksAllocate(&block, 99); }), 86U);
