@@ -35,7 +35,7 @@ class RecordReader {
   // What is wrong with the stream; empty while nothing is.
   const std::string& error() const { return m_error; }
   // The bytes so far end within a record. Ask when Next() has answered false.
-  bool InsideRecord() const { return !m_partial.empty(); }
+  bool InsideRecord() const { return m_error.empty() && !m_partial.empty(); }
 
   bool Registered() const { return !m_identity.empty(); }
   const std::string& identity() const { return m_identity; }

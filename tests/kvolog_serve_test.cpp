@@ -1,0 +1,266 @@
+// `kvolog serve` with real clients: what they write arrives whole, and no one disturbs the others.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+
+#include "kvolog_run.h"
+#include "tools/kvolog/LogLine.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+class Serve : public testing::Test {
+ protected:
+  Serve() {
+    for (const char* path : {KVO_LOG_CONFIG_PATH, KVO_LOG_SOCKET_PATH}) fs::remove(path);
+    fs::remove_all("/var/log/qmz");
+    Kvolog({"reset"});
+  }
+};
+
+constexpr int kProcesses = 8;
+constexpr int kLinesEach = 25000;
+
+std::string Numbered(int process, int line) {
+  return "process " + std::to_string(process) + " line " + std::to_string(line) + " " +
+         std::string(static_cast<std::size_t>(line % 60), 'x');
+}
+
+void WriteRaw(int process) {
+  Sender sender("brelka-raw");
+  for (int line = 0; line < kLinesEach; ++line) {
+    if (!sender.Line(Numbered(process, line))) _exit(1);
+  }
+}
+
+void WriteThroughTheLibrary(int process) {
+  KvoLogInit();
+  for (int line = 0; line < kLinesEach; ++line) {
+    __KvoTrace(KVO_CLASS_YRAFT_RW, KVO_LOG_WARNING, "file", "Function", 1, "%s",
+               Numbered(process, line).c_str());
+  }
+  KvoLogShutdown();
+}
+
+// Every line of every process, whole, once and in its order.
+void ExpectAll(const std::string& path, const std::string& prefix) {
+  std::vector<int> next(kProcesses, 0);
+  for (const std::string& line : Lines(path)) {
+    const auto fields = ParseLogLine(line);
+    ASSERT_TRUE(fields) << line;
+    ASSERT_EQ(fields->className, "YRAFT_RW") << line;
+    const auto process = static_cast<std::size_t>(line[line.find("process ") + 8] - '0');
+    ASSERT_LT(process, next.size()) << line;
+    ASSERT_EQ(fields->text, prefix + Numbered(static_cast<int>(process), next[process]++)) << line;
+  }
+  EXPECT_EQ(next, std::vector<int>(kProcesses, kLinesEach));
+}
+
+class ServeMany : public Serve, public testing::WithParamInterface<bool> {};
+
+TEST_P(ServeMany, LosesNothingAndGoesOnInItsFile) {
+  const bool library = GetParam();
+  auto service = std::make_unique<LogService>();
+  const auto start = std::chrono::steady_clock::now();
+  for (int process = 0; process < kProcesses; ++process) {
+    if (fork() != 0) continue;
+    (library ? WriteThroughTheLibrary : WriteRaw)(process);
+    _exit(0);
+  }
+  for (int process = 0; process < kProcesses; ++process) {
+    int status = 0;
+    wait(&status);
+    EXPECT_EQ(status, 0);
+  }
+  EXPECT_EQ(service->Stop(), 0);
+  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+  std::printf("%.0f records a second\n", kProcesses * kLinesEach / taken.count());
+  ExpectAll(kLogPath, library ? "Function: " : "");
+  EXPECT_FALSE(fs::exists(KVO_LOG_SOCKET_PATH));
+
+  service = std::make_unique<LogService>();
+  Sender("brelka-late").Line("after the restart");
+  EXPECT_TRUE(AwaitText(kLogPath, "after the restart"));
+  EXPECT_EQ(Lines(kLogPath).size(), 1U + kProcesses * kLinesEach);
+}
+
+INSTANTIATE_TEST_SUITE_P(Roads, ServeMany, testing::Bool(),
+                         [](const auto& way) { return way.param ? "TheLibrary" : "RawRecords"; });
+
+TEST_F(Serve, DropsWhoSendsNonsenseAndSaysSo) {
+  const LogService service;
+  Sender good("brelka-good");
+  ASSERT_TRUE(good.Line("before"));
+  const std::string hello = Hello("brelka-bad", 1);
+  const std::string line = Trace("fine", KVO_LOG_ERROR, KVO_CLASS_YRAFT);
+  const struct {
+    std::string bytes;
+    const char* note;
+  } kCases[] = {
+      {line, "not registered, sent a line before the registration and was dropped"},
+      {"GET / HTTP/1.1\r\n\r\n", "not registered, sent a record of the unknown type 8276"},
+      {hello + line + hello, "brelka-bad, sent a second registration"},
+      {hello + Trace("x", 9, 0), "brelka-bad, sent a line of level 9"},
+  };
+  for (const auto& c : kCases) {
+    Sender bad;
+    ASSERT_TRUE(bad.Send(c.bytes));
+    EXPECT_TRUE(bad.HungUp()) << c.note;
+    EXPECT_TRUE(AwaitText(kLogPath, c.note)) << c.note;
+  }
+  Sender half;
+  ASSERT_TRUE(half.Send(hello + line + line.substr(0, line.size() - 1)));
+  half.Close();
+  EXPECT_TRUE(AwaitText(kLogPath, "brelka-bad, ended within a record"));
+  ASSERT_TRUE(good.Line("after\nall\x1b[2J", KVO_LOG_FATAL, KVO_CLASS_YRAFT_WIN));
+  EXPECT_TRUE(AwaitText(kLogPath, " FATAL YRAFT_WIN brelka-good 17 " + std::to_string(getpid()) +
+                                      " after\\nall\\x1b[2J\n"));
+  EXPECT_EQ(Lines(kLogPath).size(), 9U);  // two good, two fine, five notes
+}
+
+TEST_F(Serve, TakesInWhatWasSentBeforeItsEnd) {
+  LogService service;
+  Sender early("brelka-early");
+  early.Line("first");
+  ASSERT_TRUE(AwaitText(kLogPath, "first"));
+  service.Signal(SIGSTOP);
+  for (int i = 0; i < 100; ++i) ASSERT_TRUE(early.Line("early"));
+  Sender late("brelka-late");
+  ASSERT_TRUE(late.Line("late"));
+  service.Signal(SIGINT);
+  service.Signal(SIGCONT);
+  EXPECT_EQ(service.Wait(), 0);
+  EXPECT_EQ(Lines(kLogPath).size(), 102U);
+  EXPECT_NE(Contents(kLogPath).find("brelka-late"), std::string::npos);
+  EXPECT_FALSE(early.Line("nobody hears it"));
+}
+
+TEST_F(Serve, ReplacesADeadServiceAndNoLivingOne) {
+  LogService first;
+  const Result second = Kvolog({"serve"});
+  EXPECT_EQ(second.status, 1);
+  EXPECT_NE(second.err.find("listens at /var/qmz/.kvologd already"), std::string::npos);
+  Sender("brelka").Line("still there");
+  EXPECT_TRUE(AwaitText(kLogPath, "still there"));
+  first.Signal(SIGKILL);
+  EXPECT_EQ(first.Wait(), 128 + SIGKILL);
+  EXPECT_TRUE(fs::exists(KVO_LOG_SOCKET_PATH));
+  LogService third;
+  Sender("brelka").Line("again");
+  EXPECT_TRUE(AwaitText(kLogPath, "again"));
+  EXPECT_EQ(third.Stop(), 0);
+  std::ofstream(KVO_LOG_SOCKET_PATH) << "a file";
+  EXPECT_EQ(Kvolog({"serve"}).status, 1);
+  EXPECT_TRUE(fs::exists(KVO_LOG_SOCKET_PATH));
+}
+
+TEST_F(Serve, RollsOverAndFollowsTheConfiguration) {
+  Kvolog({"rollover", "1", "2"});
+  const LogService service;
+  Sender sender("brelka-big");
+  const std::string text(8000, 'x');
+  for (int i = 0; i < 1000; ++i) ASSERT_TRUE(sender.Line(text));
+  const std::string path = kLogPath;
+  ASSERT_TRUE(Await([&] { return fs::exists(path + ".2"); }));
+  sender.Line("the last line");
+  ASSERT_TRUE(AwaitText(path, "the last line"));
+  for (const char* name : {".1", ".2"}) {
+    EXPECT_GT(fs::file_size(path + name), (1U << 20) - 8100);
+    EXPECT_LE(fs::file_size(path + name), 1U << 20);
+    for (const std::string& line : Lines(path + name)) ASSERT_TRUE(ParseLogLine(line));
+  }
+  EXPECT_FALSE(fs::exists(path + ".3"));
+
+  Kvolog({"output", "/var/log/other/agent.log"});
+  ASSERT_TRUE(Await([] { return fs::exists("/var/log/other/agent.log"); }));
+  sender.Line("elsewhere");
+  EXPECT_TRUE(AwaitText("/var/log/other/agent.log", "elsewhere"));
+
+  // The file of the configuration itself gives way to another one.
+  fs::copy_file(KVO_LOG_CONFIG_PATH, "/var/qmz/new");
+  Kvolog({"output", "/var/log/other/wrong.log"});
+  fs::rename("/var/qmz/new", KVO_LOG_CONFIG_PATH);
+  Kvolog({"output", "/var/log/other/right.log"});
+  ASSERT_TRUE(Await([] { return fs::exists("/var/log/other/right.log"); }));
+  fs::resize_file(KVO_LOG_CONFIG_PATH, 10);
+  sender.Line("while damaged");
+  EXPECT_TRUE(AwaitText("/var/log/other/right.log", "while damaged"));
+}
+
+TEST_F(Serve, OpensItsFileAnewOnHangup) {
+  LogService service;
+  Sender sender("brelka");
+  sender.Line("one");
+  ASSERT_TRUE(AwaitText(kLogPath, "one"));
+  fs::rename(kLogPath, "/var/log/qmz/renamed");
+  sender.Line("two");
+  ASSERT_TRUE(AwaitText("/var/log/qmz/renamed", "two"));
+  service.Signal(SIGHUP);
+  ASSERT_TRUE(Await([] { return fs::exists(kLogPath); }));
+  sender.Line("three");
+  ASSERT_TRUE(AwaitText(kLogPath, "three"));
+  EXPECT_EQ(Lines(kLogPath).size(), 1U);
+  EXPECT_EQ(Lines("/var/log/qmz/renamed").size(), 2U);
+}
+
+TEST_F(Serve, OutlivesAFullDisk) {
+  fs::create_directories("/var/log/qmz");
+  ASSERT_EQ(mount("tmpfs", "/var/log/qmz", "tmpfs", 0, "size=64k"), 0);
+  LogService service;
+  Sender sender("brelka");
+  const std::string text(8000, 'x');
+  for (int i = 0; i < 20; ++i) ASSERT_TRUE(sender.Line(text));
+  ASSERT_TRUE(Await([&] { return service.err().find("No space left") != std::string::npos; }));
+  ASSERT_TRUE(sender.Line("it goes on"));
+  ASSERT_EQ(mount("tmpfs", "/var/log/qmz", "tmpfs", MS_REMOUNT, "size=16m"), 0);
+  EXPECT_TRUE(AwaitText(kLogPath, "it goes on\n"));
+  EXPECT_EQ(Lines(kLogPath).size(), 21U);
+  EXPECT_NE(service.err().find("is written again"), std::string::npos);
+  EXPECT_EQ(service.Stop(), 0);
+  umount("/var/log/qmz");
+}
+
+TEST_F(Serve, LetsWaitWhoComesWhileItIsFull) {
+  LogService service([] {
+    const rlimit few = {16, 16};
+    setrlimit(RLIMIT_NOFILE, &few);
+  });
+  std::vector<std::unique_ptr<Sender>> senders;
+  for (int i = 0; i < 30; ++i) {
+    senders.push_back(std::make_unique<Sender>("brelka"));
+    ASSERT_TRUE(senders.back()->Line("client " + std::to_string(i) + "."));
+  }
+  EXPECT_TRUE(AwaitText(kLogPath, "client 0."));
+  EXPECT_EQ(Contents(kLogPath).find("client 29."), std::string::npos);
+  senders.erase(senders.begin(), senders.begin() + 10);
+  EXPECT_TRUE(AwaitText(kLogPath, "client 14."));
+  EXPECT_EQ(service.Stop(), 0);
+  EXPECT_EQ(Lines(kLogPath).size(), 30U);
+}
+
+TEST_F(Serve, TellsAServiceManagerWhenItListens) {
+  const UniqueFd manager(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strcpy(address.sun_path, "/var/qmz/notify");
+  ASSERT_EQ(bind(manager.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+  const LogService service([] { setenv("NOTIFY_SOCKET", "/var/qmz/notify", 1); });
+  char state[32] = "";
+  ASSERT_GT(recv(manager.get(), state, sizeof state - 1, 0), 0);
+  EXPECT_STREQ(state, "READY=1");
+}
+
+}  // namespace
