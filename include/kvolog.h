@@ -169,8 +169,11 @@ unsigned int KvoLogGetRolloverCount(void);
 #define KVO_LOG_SOCKET_PATH "/var/qmz/.kvologd" /* where the log service listens: a Unix stream */
 
 #define KVO_LOG_CONFIG_MAGIC 0x12345678u
+#define KVO_LOG_OUTPUT_PATH_DEFAULT "/var/log/qmz/fsr.log"
 #define KVO_LOG_ROLLOVER_SIZE_MAX 2000
+#define KVO_LOG_ROLLOVER_SIZE_DEFAULT 200
 #define KVO_LOG_ROLLOVER_COUNT_MAX 100u
+#define KVO_LOG_ROLLOVER_COUNT_DEFAULT 2u
 #define KVO_LOG_RECORD_TRACE 1
 #define KVO_LOG_RECORD_HELLO 2
 #define KVO_LOG_IDENTITY_SIZE 32 /* bytes of an identity, its NUL included */

@@ -94,11 +94,11 @@ Result Kvolog(const std::vector<std::string>& arguments, const std::function<voi
   return {status, running.out(), running.err()};
 }
 
-LogService::LogService(const std::function<void()>& setUp) : Running({"serve"}, setUp) {
+Served::Served(const std::function<void()>& setUp) : Running({"serve"}, setUp) {
   Await([this] { return err().find("listening") != std::string::npos; });
 }
 
-int LogService::Stop() {
+int Served::Stop() {
   Signal(SIGTERM);
   return Wait();
 }

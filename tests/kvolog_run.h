@@ -11,7 +11,7 @@
 #include "kvolog.h"
 #include "tools/kvolog/UniqueFd.h"
 
-constexpr const char* kLogPath = "/var/log/qmz/fsr.log";
+constexpr const char* kLogPath = KVO_LOG_OUTPUT_PATH_DEFAULT;
 
 struct Result {
   int status;
@@ -41,9 +41,9 @@ class Running {
 };
 
 // A log service that listens.
-class LogService : public Running {
+class Served : public Running {
  public:
-  explicit LogService(const std::function<void()>& setUp = {});
+  explicit Served(const std::function<void()>& setUp = {});
   int Stop();
 };
 

@@ -73,7 +73,7 @@ class ServeMany : public Serve, public testing::WithParamInterface<bool> {};
 
 TEST_P(ServeMany, LosesNothingAndGoesOnInItsFile) {
   const bool library = GetParam();
-  auto service = std::make_unique<LogService>();
+  auto service = std::make_unique<Served>();
   const auto start = std::chrono::steady_clock::now();
   for (int process = 0; process < kProcesses; ++process) {
     if (fork() != 0) continue;
@@ -91,7 +91,7 @@ TEST_P(ServeMany, LosesNothingAndGoesOnInItsFile) {
   ExpectAll(kLogPath, library ? "Function: " : "");
   EXPECT_FALSE(fs::exists(KVO_LOG_SOCKET_PATH));
 
-  service = std::make_unique<LogService>();
+  service = std::make_unique<Served>();
   Sender("brelka-late").Line("after the restart");
   EXPECT_TRUE(AwaitText(kLogPath, "after the restart"));
   EXPECT_EQ(Lines(kLogPath).size(), 1U + kProcesses * kLinesEach);
@@ -101,7 +101,7 @@ INSTANTIATE_TEST_SUITE_P(Roads, ServeMany, testing::Bool(),
                          [](const auto& way) { return way.param ? "TheLibrary" : "RawRecords"; });
 
 TEST_F(Serve, DropsWhoSendsNonsenseAndSaysSo) {
-  const LogService service;
+  const Served service;
   Sender good("brelka-good");
   ASSERT_TRUE(good.Line("before"));
   const std::string hello = Hello("brelka-bad", 1);
@@ -132,7 +132,7 @@ TEST_F(Serve, DropsWhoSendsNonsenseAndSaysSo) {
 }
 
 TEST_F(Serve, TakesInWhatWasSentBeforeItsEnd) {
-  LogService service;
+  Served service;
   Sender early("brelka-early");
   early.Line("first");
   ASSERT_TRUE(AwaitText(kLogPath, "first"));
@@ -149,7 +149,7 @@ TEST_F(Serve, TakesInWhatWasSentBeforeItsEnd) {
 }
 
 TEST_F(Serve, ReplacesADeadServiceAndNoLivingOne) {
-  LogService first;
+  Served first;
   const Result second = Kvolog({"serve"});
   EXPECT_EQ(second.status, 1);
   EXPECT_NE(second.err.find("listens at /var/qmz/.kvologd already"), std::string::npos);
@@ -158,7 +158,7 @@ TEST_F(Serve, ReplacesADeadServiceAndNoLivingOne) {
   first.Signal(SIGKILL);
   EXPECT_EQ(first.Wait(), 128 + SIGKILL);
   EXPECT_TRUE(fs::exists(KVO_LOG_SOCKET_PATH));
-  LogService third;
+  Served third;
   Sender("brelka").Line("again");
   EXPECT_TRUE(AwaitText(kLogPath, "again"));
   EXPECT_EQ(third.Stop(), 0);
@@ -169,7 +169,7 @@ TEST_F(Serve, ReplacesADeadServiceAndNoLivingOne) {
 
 TEST_F(Serve, RollsOverAndFollowsTheConfiguration) {
   Kvolog({"rollover", "1", "2"});
-  const LogService service;
+  const Served service;
   Sender sender("brelka-big");
   const std::string text(8000, 'x');
   for (int i = 0; i < 1000; ++i) ASSERT_TRUE(sender.Line(text));
@@ -201,7 +201,7 @@ TEST_F(Serve, RollsOverAndFollowsTheConfiguration) {
 }
 
 TEST_F(Serve, OpensItsFileAnewOnHangup) {
-  LogService service;
+  Served service;
   Sender sender("brelka");
   sender.Line("one");
   ASSERT_TRUE(AwaitText(kLogPath, "one"));
@@ -219,7 +219,7 @@ TEST_F(Serve, OpensItsFileAnewOnHangup) {
 TEST_F(Serve, OutlivesAFullDisk) {
   fs::create_directories("/var/log/qmz");
   ASSERT_EQ(mount("tmpfs", "/var/log/qmz", "tmpfs", 0, "size=64k"), 0);
-  LogService service;
+  Served service;
   Sender sender("brelka");
   const std::string text(8000, 'x');
   for (int i = 0; i < 20; ++i) ASSERT_TRUE(sender.Line(text));
@@ -234,7 +234,7 @@ TEST_F(Serve, OutlivesAFullDisk) {
 }
 
 TEST_F(Serve, LetsWaitWhoComesWhileItIsFull) {
-  LogService service([] {
+  Served service([] {
     const rlimit few = {16, 16};
     setrlimit(RLIMIT_NOFILE, &few);
   });
@@ -257,7 +257,7 @@ TEST_F(Serve, TellsAServiceManagerWhenItListens) {
   address.sun_family = AF_UNIX;
   std::strcpy(address.sun_path, "/var/qmz/notify");
   ASSERT_EQ(bind(manager.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-  const LogService service([] { setenv("NOTIFY_SOCKET", "/var/qmz/notify", 1); });
+  const Served service([] { setenv("NOTIFY_SOCKET", "/var/qmz/notify", 1); });
   char state[32] = "";
   ASSERT_GT(recv(manager.get(), state, sizeof state - 1, 0), 0);
   EXPECT_STREQ(state, "READY=1");

@@ -19,9 +19,9 @@ constexpr KvoLogConfig MakeDefaults() {
   for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
     config.levels[id] = kClasses.defaultLevels[id];
   }
-  std::string_view("/var/log/qmz/fsr.log").copy(config.outputPath, sizeof(config.outputPath));
-  config.rolloverSize = 200;
-  config.rolloverCount = 2;
+  std::string_view(KVO_LOG_OUTPUT_PATH_DEFAULT).copy(config.outputPath, sizeof(config.outputPath));
+  config.rolloverSize = KVO_LOG_ROLLOVER_SIZE_DEFAULT;
+  config.rolloverCount = KVO_LOG_ROLLOVER_COUNT_DEFAULT;
   config.magic = KVO_LOG_CONFIG_MAGIC;
   return config;
 }
