@@ -87,7 +87,7 @@ TEST(RecordReader, SaysWhatIsWrongAndReadsNothingBehindIt) {
       {Record(3, 2, std::string(3, '\0')), "a record of type 2 with the length 3"},
       {Record(35, 2, std::string(35, 'i')), "a record of type 2 with the length 35"},
       {Record(6, 2, "12brel"), "an identity that ends nowhere"},
-      {Record(7, 2, std::string("12b\0el", 7)), "an identity that ends nowhere"},
+      {Record(7, 2, std::string("12b\0ela", 7)), "an identity that ends nowhere"},
       {hello + Record(18, 1, std::string(18, '\1')), "a record of type 1 with the length 18"},
       {hello + Record(8211, 1, ""), "a record of type 1 with the length 8211"},
       {hello + Record(65535, 1, ""), "a record of type 1 with the length 65535"},
@@ -267,6 +267,24 @@ TEST_F(Files, AreFollowedAcrossManyRollovers) {
   Write(&file, "moved\n");
   follower.Read(sink);
   EXPECT_EQ(read, "late new old moved ");
+}
+
+TEST_F(Files, AreFollowedWhenAnUnfinishedLineIsTakenBack) {
+  std::ofstream log(Path("log"), std::ios::app);
+  LogFollower follower(Path("log"));
+  std::string read;
+  const auto write = [&](const char* text) {
+    log << text << std::flush;
+    follower.Read([&](std::string_view line) { read.append(line) += ' '; });
+  };
+  write("one\ntwo\nthr");
+  std::filesystem::resize_file(Path("log"), 8);
+  write("");
+  write("three\n");
+  EXPECT_EQ(read, "one two three ");
+  std::filesystem::resize_file(Path("log"), 0);
+  write("emptied\n");
+  EXPECT_EQ(read, "one two three emptied ");
 }
 
 }  // namespace

@@ -149,7 +149,8 @@ TEST_F(Serve, TakesInWhatWasSentBeforeItsEnd) {
 }
 
 TEST_F(Serve, ReplacesADeadServiceAndNoLivingOne) {
-  Served first;
+  Served first([] { umask(077); });
+  EXPECT_EQ(fs::status(KVO_LOG_SOCKET_PATH).permissions(), fs::perms(0666));  // for everyone
   const Result second = Kvolog({"serve"});
   EXPECT_EQ(second.status, 1);
   EXPECT_NE(second.err.find("listens at /var/qmz/.kvologd already"), std::string::npos);

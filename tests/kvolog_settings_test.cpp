@@ -113,6 +113,8 @@ TEST_F(Settings, SayWhyTheyRefuse) {
       {{"rollover", "5"}, 2, "both SIZE and COUNT"},
       {{"rollover", "5MB", "1"}, 2, "'5MB' is no number"},
       {{"levels", "--jsn"}, 2, "no option --jsn"},
+      {{"tail", "-n", "3", "-xf"}, 2, "no option -x\n"},
+      {{"tail", "--lines"}, 2, "--lines needs a value"},
       {{"tell"}, 2, "no command 'tell'"},
       {{}, 2, "a command is missing"},
   };

@@ -22,7 +22,11 @@ Arguments::Arguments(const Command& command, int argc, char** argv) {
   int found;
   while ((found = getopt_long(count, given.data(), shortOptions.c_str(), known.data(), nullptr)) !=
          -1) {
-    const std::string last = given[static_cast<std::size_t>(optind) - 1];
+    // A letter may stand among others, so that only getopt knows it.
+    const bool letter = found == '?' && optopt > ' ' && optopt < 0x7f &&
+                        shortOptions.find(static_cast<char>(optopt)) == std::string::npos;
+    const std::string last = letter ? std::string("-") + static_cast<char>(optopt)
+                                    : given[static_cast<std::size_t>(optind) - 1];
     if (found == ':') throw WrongUsage(last + " needs a value");
     if (found == '?') throw WrongUsage("there is no option " + last);
     m_options[found] = optarg != nullptr ? optarg : "";

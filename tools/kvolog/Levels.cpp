@@ -26,7 +26,7 @@ Row RowOf(const Names& names, unsigned int id) {
           name(KvoLogGetDefaultLevel(id))};
 }
 
-const char* Shown(const char* level) { return level != nullptr ? level : "?"; }
+const char* Shown(const char* level) { return level != nullptr ? level : "-"; }
 
 void PrintTree(const Names& names, unsigned int id, int depth) {
   const Row row = RowOf(names, id);

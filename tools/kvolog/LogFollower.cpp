@@ -116,7 +116,12 @@ void LogFollower::GoOnIn(const std::string& path) {
 
 void LogFollower::ReadToEnd(const Sink& sink) {
   if (!m_fd) return;
-  if (SizeOf(m_fd.get()) < m_offset) m_offset = 0;  // somebody emptied it
+  if (const off_t size = SizeOf(m_fd.get()); size < m_offset) {
+    // An unfinished line was taken back, or somebody emptied the file.
+    const off_t finished = m_offset - static_cast<off_t>(m_partial.size());
+    m_offset = size >= finished ? finished : 0;
+    m_partial.clear();
+  }
   std::string block(kBlock, '\0');
   for (ssize_t n; (n = pread(m_fd.get(), block.data(), block.size(), m_offset)) > 0;) {
     m_offset += n;

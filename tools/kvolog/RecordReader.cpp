@@ -1,9 +1,6 @@
 #include "RecordReader.h"
 
 #include <algorithm>
-#include <cinttypes>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 
 namespace {
@@ -70,12 +67,12 @@ std::size_t RecordReader::SizeOf(std::string_view bytes) {
   const auto type = Field<std::uint16_t>(bytes, offsetof(KvoLogRecordHead, type));
   const std::size_t size = kHead + length;
   if (type != KVO_LOG_RECORD_HELLO && type != KVO_LOG_RECORD_TRACE) {
-    Fail("a record of the unknown type %u", type);
+    Fail("a record of the unknown type " + std::to_string(type));
   } else if ((type == KVO_LOG_RECORD_HELLO) == Registered()) {
     Fail(Registered() ? "a second registration" : "a line before the registration");
   } else if (type == KVO_LOG_RECORD_HELLO ? size < kHelloText + 2 || size > sizeof(KvoLogHello)
                                           : size < kTraceText + 1 || size > sizeof(KvoLogRecord)) {
-    Fail("a record of type %u with the length %u", type, length);
+    Fail("a record of type " + std::to_string(type) + " with the length " + std::to_string(length));
   } else {
     return size;
   }
@@ -97,24 +94,15 @@ bool RecordReader::Decode(std::string_view bytes, LogRecord* record) {
   record->microseconds = Field<std::uint32_t>(bytes, offsetof(KvoLogRecord, microseconds));
   record->text = bytes.substr(kTraceText, bytes.size() - kTraceText - 1);
   if (record->level < KVO_LOG_VERBOSE || record->level > KVO_LOG_FATAL) {
-    Fail("a line of level %u", record->level);
+    Fail("a line of level " + std::to_string(record->level));
   } else if (record->classId >= KVO_LOG_CLASSES) {
-    Fail("a line of class %u", record->classId);
+    Fail("a line of class " + std::to_string(record->classId));
   } else if (record->seconds < 0 || record->seconds > kLastSecond) {
-    Fail("a line of second %" PRId64, record->seconds);
+    Fail("a line of second " + std::to_string(record->seconds));
   } else if (record->microseconds > 999999) {
-    Fail("a line of microsecond %u", record->microseconds);
+    Fail("a line of microsecond " + std::to_string(record->microseconds));
   } else if (bytes.back() != '\0') {
     Fail("a line that ends nowhere");
   }
   return m_error.empty();
-}
-
-void RecordReader::Fail(const char* format, ...) {
-  char text[96];
-  va_list arguments;
-  va_start(arguments, format);
-  std::vsnprintf(text, sizeof text, format, arguments);
-  va_end(arguments);
-  m_error = text;
 }

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "kvolog.h"
 
@@ -47,7 +48,7 @@ class RecordReader {
   std::size_t SizeOf(std::string_view bytes);
   void Register(std::string_view bytes);
   bool Decode(std::string_view bytes, LogRecord* record);
-  void Fail(const char* format, ...) KVOLOG_PRINTF(2, 3);
+  void Fail(std::string why) { m_error = std::move(why); }
 
   std::string_view m_input;       // not looked at yet
   std::string m_partial;          // the start of a record whose end has not come yet
