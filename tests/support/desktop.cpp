@@ -278,6 +278,16 @@ void User::Close(Window window) {
   XSync(m_display, False);
 }
 
+void User::Disturb(Window window, bool iconify, int by) {
+  if (iconify) {
+    XIconifyWindow(m_display, window, DefaultScreen(m_display));
+    XMapRaised(m_display, window);
+  } else {
+    XMoveWindow(m_display, window, by, by);
+  }
+  XSync(m_display, False);
+}
+
 User::Box User::Geometry(Window window) {
   Window root;
   Window child;

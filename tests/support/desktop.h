@@ -44,6 +44,8 @@ class User {
   void Key(const char* keysym, bool control = false);
   void ClickAt(int x, int y, bool control = false);
   void Close(Window window);  // as by a click on the window's close control
+  // Moves a window, or iconifies it and asks for it again.
+  void Disturb(Window window, bool iconify, int by);
   std::string Title(Window window);
   std::vector<Window> Windows();
   struct Box {
