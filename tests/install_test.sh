@@ -1,0 +1,104 @@
+#!/usr/bin/env bash
+# Installs the Debian packages where a user would have them, builds hosts in C and in C++ with
+# pkg-config and with CMake, runs them, and purges the packages: install_test.sh BUILD
+#
+# All of it in a private mount namespace with overlays over the system's folders; the machine keeps
+# nothing. Only root can let dpkg do it: for anybody else the packages are unpacked over them.
+set -euo pipefail
+shopt -s nullglob
+source=$(cd "$(dirname "$0")/.." && pwd)
+build=$(cd "$1" && pwd)
+
+if [ -z "${YRA_INSTALL_INSIDE:-}" ]; then
+  (cd "$build" && cpack -G DEB >cpack.log 2>&1) || { cat "$build/cpack.log"; exit 1; }
+  how=(unshare --mount --propagation private)
+  as_root=yes
+  [ "$(id -u)" = 0 ] || { how+=(--map-root-user); as_root=; }
+  YRA_INSTALL_INSIDE=1 as_root=$as_root exec "${how[@]}" "$0" "$build"
+fi
+
+passed=0
+pass() { passed=$((passed + 1)); }
+fail() { printf 'FAILED: %s\n' "$*"; exit 1; }
+
+scratch=/mnt
+packages=$scratch/packages
+mount -t tmpfs tmpfs $scratch
+mkdir "$packages"
+cp "$build"/packages/*.deb "$packages"
+cd "$scratch"
+
+lintian --fail-on error --tag-display-limit 0 "$packages"/*.deb 2>lintian.log ||
+  { cat lintian.log; fail "lintian found errors"; }
+pass
+
+for dir in usr etc opt var; do
+  mkdir -p {root,work}/$dir
+  mount -t overlay -o lowerdir=/$dir,upperdir=$scratch/root/$dir,workdir=$scratch/work/$dir overlay /$dir
+done
+rm -rf /var/qmz /opt/Brelka
+if [ -n "$as_root" ]; then
+  dpkg --install "$packages"/*.deb >dpkg.log 2>&1 || { cat dpkg.log; fail "dpkg --install"; }
+else
+  for package in "$packages"/*.deb; do dpkg-deb -x "$package" unpacked; done
+  for dir in usr opt; do mount -t overlay -o lowerdir=unpacked/$dir:/$dir overlay /$dir; done
+  sh "$source/packaging/debian/runtime/postinst" configure
+fi
+pass
+
+# ---- What stands where --------------------------------------------------------------------------
+arch=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+for path in /usr/lib/"$arch"/{libyrafiletransfer.so,libyrafiletransfer.so.1,pkgconfig/yrafiletransfer.pc} \
+  /usr/lib/tmpfiles.d/yrafiletransfer.conf /opt/Brelka/AVK/qmz/{en,de,fr,es,ja,zh_CN}/strings.cat \
+  /usr/share/doc/{libyrafiletransfer1,libyrafiletransfer-dev,yrafiletransfer-tools}/{copyright,changelog.Debian.gz}; do
+  [ -s "$path" ] || fail "$path is not there"
+done
+[ "$(stat -c '%a %U %G' /var/qmz)" = "775 root root" ] || fail "/var/qmz: $(stat -c '%a %U %G' /var/qmz)"
+[ -z "$as_root" ] || [[ $(ldconfig -p) = *libyrafiletransfer.so.1* ]] || fail "the loader does not know the library"
+for program in $(dpkg-deb -c "$packages"/yrafiletransfer-tools_*.deb | sed -nE 's|.* \.(/usr/bin/.+)|\1|p'); do
+  "$program" --help >help.txt || fail "$program --help"
+  grep -q "^[Uu]sage: ${program##*/}" help.txt || fail "$program --help tells no usage"
+done
+for page in "$source"/docs/man/*.[18]; do
+  man -w "${page##*.}" "$(basename "${page%.*}")" >/dev/null || fail "man does not find $page"
+done
+for completion in "$source"/packaging/completions/*; do
+  cmp "$completion" "/usr/share/bash-completion/completions/${completion##*/}" || fail "no completion"
+done
+pass
+
+# ---- Hosts --------------------------------------------------------------------------------------
+cp -r "$source/tests/install" hosts
+cd hosts
+strict=(-Wall -Wextra -Wpedantic -Werror)
+flags=$(pkg-config --cflags --libs yrafiletransfer)
+# shellcheck disable=SC2086 # one flag a word
+{
+  gcc -std=c11 "${strict[@]}" host.c $flags -o pkg-config-c
+  g++ -std=c++20 "${strict[@]}" host.cpp $flags -o pkg-config-cpp
+  # Some linkers drop what nothing names, unless they are told otherwise.
+  gcc -std=c11 "${strict[@]}" -Wl,--as-needed host.c $flags -o as-needed-c
+}
+{ cmake -B . -S . -G Ninja && cmake --build .; } >cmake.log || { cat cmake.log; fail "CMake"; }
+for host in ./{pkg-config,cmake}-{c,cpp} ./as-needed-c; do
+  text=$(env -i LANG=de_DE.UTF-8 "$host") || fail "$host ended with $?"
+  [ "$text" = Schließen ] || fail "$host printed '$text'"
+  bound=$(LD_DEBUG=bindings "$host" 2>&1 | grep "binding file $host .* \`calloc'")
+  [[ $bound = *"to /lib/$arch/libtcmalloc"* || $bound = *"to /usr/lib/$arch/libtcmalloc"* ]] ||
+    fail "$host allocates elsewhere: $bound"
+  [ "$(stat -c %s /var/qmz/.kvolog)" = 1076 ] || fail "$host left no logging configuration"
+  pass
+done
+
+# ---- And away again -----------------------------------------------------------------------------
+cd "$scratch"
+if [ -n "$as_root" ]; then
+  owned=$(dpkg -L libyrafiletransfer1 libyrafiletransfer-dev yrafiletransfer-tools | grep -E 'yra|kvo|Brelka')
+  dpkg --purge yrafiletransfer-tools libyrafiletransfer-dev libyrafiletransfer1 >dpkg.log 2>&1 ||
+    { cat dpkg.log; fail "dpkg --purge"; }
+  for path in $owned /var/qmz; do
+    [ ! -e "$path" ] || fail "$path stays behind"
+  done
+  pass
+fi
+echo "$passed passed, 0 failed"
