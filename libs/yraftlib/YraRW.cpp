@@ -10,11 +10,14 @@ namespace {
 
 constexpr TraceLayer kLayer = kLayerRw;
 
-using Row = YraContainers::Row;
+using Element = YraContainers::Element;
+using Map = YraContainers::Map;
+using yra_rules::kRowOf;
+using yra_rules::Row;
 
 // Reports the container that an operation is asked for; null, reported too, for an unknown type.
 [[gnu::always_inline]] inline const Row* Named(int queueType) {
-  const Row* row = YraContainers::Find(queueType);
+  const Row* row = yra_rules::Find(queueType);
   TRACE_VERBOSE("queue type: %d (%s)", queueType, row != nullptr ? row->name : "Unknown");
   if (row == nullptr) TRACE_ERROR("queue type is unknown.(%d)", queueType);
   return row;
@@ -42,7 +45,7 @@ YraRW::YraRW() {
 
 YraRW::~YraRW() {
   TRACE_IN();
-  for (int type = YRAFT_QUEUE_BUFFER; type <= YRAFT_MAP_UITHREAD; ++type) YraRW_QueueClear(type);
+  for (const Row& row : yra_rules::kRows) YraRW_QueueClear(row.type);
   TRACE_OUT();
 }
 
@@ -57,15 +60,12 @@ YraRW* YraRWAllocate() noexcept {
 bool YraRW::YraRW_QueueTypeCheck(int queueType) {
   TRACE_IN();
   TRACE_VERBOSE("queueType=%d.", queueType);
-  return TraceTruth(__func__, __LINE__, YraContainers::Find(queueType) != nullptr);
+  return TraceTruth(__func__, __LINE__, yra_rules::Find(queueType) != nullptr);
 }
 
 // ---- Push --------------------------------------------------------------------------------------
 
 namespace {
-
-using Element = YraContainers::Element;
-using Map = std::map<int, Element>;
 
 // How a pointer enters a sequence, or the map under a key.
 struct PushElement {
@@ -76,9 +76,9 @@ struct PushElement {
   template <class Sequence, class Rule>
   unsigned int operator()(Sequence& sequence, unsigned int& context, Rule) const {
     constexpr const Row& row = kRowOf<Rule>;
-    const unsigned int weight = row.weight(pData, len);
-    const Element element{pData, weight};
-    sequence.push_back(element);
+    unsigned int weight = 0;
+    if constexpr (row.weight != nullptr) weight = row.weight(pData, len);
+    sequence.emplace_back(pData, weight);
     if constexpr (row.named) {
       TRACE_VERBOSE("length=%u, file length=%u, name[%s].", len,
                     yra_rules::FileInfo(pData)->nameLen,
@@ -100,7 +100,7 @@ struct PushElement {
       TRACE_ERROR("Key %d is out of range.", key);
       return YRAFT_STATUS_INVALID_PARAM;
     }
-    map.emplace(key, Element{pData, 0});
+    map.emplace(key, Element(pData, 0));
     TRACE_VERBOSE("size=%u.", static_cast<unsigned int>(map.size()));
     return YRAFT_STATUS_SUCCESS;
   }
@@ -116,7 +116,7 @@ unsigned int YraRW::YraRW_QueuePush(int queueType, int key, unsigned char* pBuff
                 static_cast<int>(len));
     return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   }
-  const Row* row = YraContainers::Find(queueType);
+  const Row* row = yra_rules::Find(queueType);
   TRACE_VERBOSE("queue type: %d (%s) <0x%x - %d>", queueType,
                 row != nullptr ? row->name : "Unknown", TraceAddress(pBuffer),
                 static_cast<int>(len));
@@ -125,7 +125,7 @@ unsigned int YraRW::YraRW_QueuePush(int queueType, int key, unsigned char* pBuff
     return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   }
   try {
-    return TRACE_RET(YraContainers::With(*this, queueType, PushElement{key, pBuffer, len}));
+    return TRACE_RET(yra_rules::With(*this, queueType, PushElement{key, pBuffer, len}));
   } catch (const std::bad_alloc&) {
     TRACE_ERROR("no memory for another element.");
     return TRACE_RET(YRAFT_STATUS_NO_MEMORY);
@@ -138,7 +138,7 @@ unsigned int YraRW::YraRW_QueueSize(int queueType, int* pSize) {
   TRACE_IN();
   if (pSize == nullptr) return TRACE_RET(NullArgument("pSize"));
   if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  *pSize = YraContainers::With(*this, queueType, [](auto& container, unsigned int&, auto) {
+  *pSize = yra_rules::With(*this, queueType, [](auto& container, unsigned int&, auto) {
     return static_cast<int>(container.size());
   });
   TRACE_VERBOSE("Get size is %d.", *pSize);
@@ -147,10 +147,10 @@ unsigned int YraRW::YraRW_QueueSize(int queueType, int* pSize) {
 
 bool YraRW::YraRW_QueueIsEmpty(int queueType) {
   TRACE_IN();
-  const bool empty =
-      Named(queueType) == nullptr ||
-      YraContainers::With(*this, queueType,
-                          [](auto& container, unsigned int&, auto) { return container.empty(); });
+  const bool empty = Named(queueType) == nullptr ||
+                     yra_rules::With(*this, queueType, [](auto& container, unsigned int&, auto) {
+                       return container.empty();
+                     });
   TRACE_VERBOSE("[%s] Out: ret=%d.", kLayer.tag, empty ? 1 : 0);
   return empty;
 }
@@ -159,8 +159,8 @@ unsigned int YraRW::YraRW_QueueContextSize(int queueType, unsigned int* pContext
   TRACE_IN();
   if (pContextSize == nullptr) return TRACE_RET(NullArgument("pContextSize"));
   if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  *pContextSize = YraContainers::With(*this, queueType,
-                                      [](auto&, unsigned int& context, auto) { return context; });
+  *pContextSize =
+      yra_rules::With(*this, queueType, [](auto&, unsigned int& context, auto) { return context; });
   TRACE_VERBOSE("Get context size is %d.", static_cast<int>(*pContextSize));
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
@@ -171,7 +171,7 @@ namespace {
 
 struct ClearAll {
   template <class Rule>
-  unsigned int operator()(std::deque<Element>& queue, unsigned int& context, Rule) const {
+  unsigned int operator()(YraContainers::Queue& queue, unsigned int& context, Rule) const {
     TRACE_VERBOSE("Get queue size is %d.", static_cast<int>(queue.size()));
     for (int i = 1; !queue.empty(); ++i) {
       unsigned char* pBuffer = queue.front().pData;
@@ -184,7 +184,7 @@ struct ClearAll {
   }
 
   template <class Rule>
-  unsigned int operator()(std::list<Element>& list, unsigned int& context, Rule) const {
+  unsigned int operator()(YraContainers::List& list, unsigned int& context, Rule) const {
     TRACE_VERBOSE("File info list size is %d.", static_cast<int>(list.size()));
     for (int i = 1; !list.empty(); ++i) {
       list.pop_front();
@@ -207,12 +207,12 @@ struct ClearAll {
 unsigned int YraRW::YraRW_QueueClear(int queueType) {
   TRACE_IN();
   if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  return TRACE_RET(YraContainers::With(*this, queueType, ClearAll{}));
+  return TRACE_RET(yra_rules::With(*this, queueType, ClearAll{}));
 }
 
 unsigned int YraRW::YraRW_Reset() {
   TRACE_IN();
-  for (int type = YRAFT_QUEUE_BUFFER; type <= YRAFT_MAP_UITHREAD; ++type) YraRW_QueueClear(type);
+  for (const Row& row : yra_rules::kRows) YraRW_QueueClear(row.type);
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
 
@@ -229,7 +229,7 @@ struct AccessElement {
   unsigned char** ppBuffer;  // null for a drop
 
   template <class Rule>
-  unsigned int operator()(std::deque<Element>& queue, unsigned int& context, Rule) const {
+  unsigned int operator()(YraContainers::Queue& queue, unsigned int& context, Rule) const {
     if (queue.empty()) return Nothing(kRowOf<Rule>);
     Hand(kRowOf<Rule>, queue.front());
     if (access != Access::kLook) {
@@ -240,7 +240,7 @@ struct AccessElement {
   }
 
   template <class Rule>
-  unsigned int operator()(std::list<Element>& list, unsigned int& context, Rule) const {
+  unsigned int operator()(YraContainers::List& list, unsigned int& context, Rule) const {
     if (list.empty()) return Nothing(kRowOf<Rule>);
     TRACE_VERBOSE("Before Pop, size=%d.", static_cast<int>(list.size()));
     Hand(kRowOf<Rule>, list.front());
@@ -300,7 +300,7 @@ unsigned int YraRW::YraRW_QueueFront(int queueType, int key, unsigned char** ppB
   *ppBuffer = nullptr;
   if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   const unsigned int ret =
-      YraContainers::With(*this, queueType, AccessElement{key, Access::kLook, ppBuffer});
+      yra_rules::With(*this, queueType, AccessElement{key, Access::kLook, ppBuffer});
   if (ret == YRAFT_STATUS_SUCCESS) TRACE_VERBOSE("Get buffer is 0x%x.", TraceAddress(*ppBuffer));
   return TRACE_RET(ret);
 }
@@ -310,7 +310,7 @@ unsigned int YraRW::YraRW_QueuePopFront(int queueType, int key, unsigned char** 
   if (ppBuffer == nullptr) return TRACE_RET(NullArgument("ppBuffer"));
   if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   const unsigned int ret =
-      YraContainers::With(*this, queueType, AccessElement{key, Access::kTake, ppBuffer});
+      yra_rules::With(*this, queueType, AccessElement{key, Access::kTake, ppBuffer});
   if (ret == YRAFT_STATUS_SUCCESS) TRACE_VERBOSE("Get buffer is 0x%x.", TraceAddress(*ppBuffer));
   return TRACE_RET(ret);
 }
@@ -318,16 +318,15 @@ unsigned int YraRW::YraRW_QueuePopFront(int queueType, int key, unsigned char** 
 unsigned int YraRW::YraRW_QueuePop(int queueType, int key) {
   TRACE_IN();
   if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  return TRACE_RET(
-      YraContainers::With(*this, queueType, AccessElement{key, Access::kDrop, nullptr}));
+  return TRACE_RET(yra_rules::With(*this, queueType, AccessElement{key, Access::kDrop, nullptr}));
 }
 
 bool YraRW::YraRW_QueueFind(int queueType, int key) {
   TRACE_IN();
   bool found = false;
   if (Named(queueType) != nullptr) {
-    found = YraContainers::With(*this, queueType, [key](auto& container, unsigned int&, auto) {
-      if constexpr (YraContainers::kIsMap<decltype(container)>) {
+    found = yra_rules::With(*this, queueType, [key](auto& container, unsigned int&, auto) {
+      if constexpr (yra_rules::kIsMap<decltype(container)>) {
         const bool present = container.find(key) != container.end();
         TRACE_VERBOSE("Key %d %s.", key, present ? "find" : "do not find");
         return present;

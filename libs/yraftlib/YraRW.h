@@ -43,6 +43,10 @@ class __attribute__((visibility("default"))) YraRW {
   // What was pushed, and its share of the container's context size, so that leaving takes back
   // exactly what coming added.
   struct Element {
+    // Built in its place, field by field: copied from elsewhere it would be read as a whole right
+    // after it was written in two halves, which stalls.
+    Element(unsigned char* data, unsigned int share) : pData(data), weight(share) {}
+
     unsigned char* pData;
     unsigned int weight;
   };

@@ -12,8 +12,10 @@ namespace {
 
 constexpr TraceLayer kLayer = kLayerRw;
 
-using Row = YraContainers::Row;
 using Element = YraContainers::Element;
+using yra_rules::kRowOf;
+using yra_rules::Payload;
+using yra_rules::Row;
 
 // A block under construction, and the first thing that went wrong with an item.
 struct Packer {
@@ -25,7 +27,7 @@ struct Packer {
   // Reports an item as the functions that build and append one by one do.
   void TraceItem(unsigned int cbSize) const;
   // Answers false, reported, for a payload that makes no item or has no room.
-  bool Append(const YraContainers::Payload& payload);
+  bool Append(const Payload& payload);
 };
 
 void Packer::TraceItem(unsigned int cbSize) const {
@@ -49,7 +51,7 @@ void Packer::TraceItem(unsigned int cbSize) const {
               used + cbSize > capacity ? YRAFT_STATUS_BUFFER_TOO_SMALL : YRAFT_STATUS_SUCCESS);
 }
 
-bool Packer::Append(const YraContainers::Payload& payload) {
+bool Packer::Append(const Payload& payload) {
   const unsigned int cbSize = payload.len + sizeof(YRAFT_TLV_ITEM);
   if (payload.len == 0 || payload.len > YRAFT_PAYLOAD_MAX) {
     YRAFT_TRACE(KVO_LOG_ERROR, "pData (%p) or dataLen (%d) is invaild.", payload.pData,
@@ -130,7 +132,7 @@ class AddressWriter {
 
 // Addresses need no look at their elements, so a queue of them goes out piece by piece of its
 // memory, as long as nobody reads about single items.
-void PackAddresses(const std::deque<Element>& queue, Packer& packer) {
+void PackAddresses(const YraContainers::Queue& queue, Packer& packer) {
   std::copy(queue.begin(), queue.end(),
             AddressWriter(reinterpret_cast<unsigned char*>(packer.pBlock) + packer.used));
   packer.pBlock->ListCount = static_cast<uint16_t>(queue.size());
@@ -146,10 +148,10 @@ void Walk(Rule, Container& container, Take take, Packer& packer) {
     if (!kvolog::Connected()) return PackAddresses(container, packer);
   }
   for (auto& node : container) {
-    const Element& element = YraContainers::Of(node);
+    const Element& element = yra_rules::Of(node);
     if (row.fileSize != nullptr) total += row.fileSize(element);
     if (row.traceElement != nullptr && kvolog::Admits(kLayer.classId, KVO_LOG_VERBOSE)) {
-      row.traceElement(row.firstIndex + visited, &node, YraContainers::KeyOf(node), element);
+      row.traceElement(row.firstIndex + visited, &node, yra_rules::KeyOf(node), element);
     }
     const bool packed = packer.Append(row.payload(element));
     if (take == Take::kRemove) Release(row, element, packed);
@@ -161,7 +163,7 @@ void Walk(Rule, Container& container, Take take, Packer& packer) {
                   static_cast<unsigned int>(total));
   } else {
     TRACE_VERBOSE("Get %d %s.", visited,
-                  YraContainers::kIsMap<Container&> ? "UI thread map" : "files list");
+                  yra_rules::kIsMap<Container&> ? "UI thread map" : "files list");
   }
 }
 
@@ -181,14 +183,14 @@ unsigned int Snapshot(YraRW& rw, int queueType, Take take, unsigned char** ppBuf
     TRACE_ERROR("ppBuffer (%p) is null.", static_cast<void*>(ppBuffer));
     return YRAFT_STATUS_INVALID_PARAM;
   }
-  const Row* row = YraContainers::Find(queueType);
+  const Row* row = yra_rules::Find(queueType);
   TRACE_VERBOSE("queue type: %d (%s)", queueType, row != nullptr ? row->name : "Unknown");
   unsigned int contextSize = 0;
   if (rw.YraRW_QueueContextSize(queueType, &contextSize) != YRAFT_STATUS_SUCCESS) {
     TRACE_ERROR("callback YraRW_QueueContextSize failed.");
     return YRAFT_STATUS_INVALID_PARAM;
   }
-  return YraContainers::With(rw, queueType, [&](auto& container, unsigned int& context, auto rule) {
+  return yra_rules::With(rw, queueType, [&](auto& container, unsigned int& context, auto rule) {
     Packer packer{nullptr, 0};
     const unsigned int ret = Allocate(*row, container.size(), contextSize, packer);
     if (ret != YRAFT_STATUS_SUCCESS) return ret;
