@@ -1,442 +1,339 @@
-// The queue store: what enters, what leaves, who owns it, and what a whole container becomes.
+// The queue store: what every operation answers and leaves, who owns what, and how it does over a
+// long life and without memory.
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "YraRW.h"
+#include "store_model.h"
 #include "support/allocation.h"
 #include "yrafiletransfer.h"
 
 namespace {
 
 constexpr int kTypes[] = {1, 2, 3, 4, 5, 6, 7};
-constexpr int kUnknownTypes[] = {-1, 0, 8, 9};
+constexpr int kUnknownTypes[] = {INT_MIN, -1, 0, 8, INT_MAX};
+constexpr unsigned int kLength = 50;  // said of every pushed element
 
-bool OwnedByPusher(int type) { return type == YRAFT_LIST_FILEINFO || type == YRAFT_MAP_UITHREAD; }
-
-// An element that fits every container: a file record in at least the 32 bytes of the largest
-// other.
-unsigned char* NewElement(const std::string& name = "name", uint64_t size = 0) {
-  YRAFT_FILEINFO_ITEM* item =
-      Yraft_FileInfoItemAllocate(name.c_str(), static_cast<int>(name.size()), 0, size);
+// An element that fits every container: a file record of more than 32 bytes.
+unsigned char* NewElement(const std::string& name = "a name", uint64_t size = 0) {
+  auto* item = Yraft_FileInfoItemAllocate(name.data(), static_cast<int>(name.size()), 0, size);
   return static_cast<unsigned char*>(realloc(item, item->cbSize + sizeof(YRAFT_FILES_UI)));
 }
 
-// A store through the C interface that also releases what only its pusher may.
-class Store {
+// What an element weighs that Filled has pushed.
+unsigned int Weight(int type) {
+  constexpr unsigned int kWeights[] = {0, kLength, kLength, kLength, 7, 32, 7, 14};
+  return kWeights[type];
+}
+
+// A store whose elements are watched: what the store has not released at its end is released here.
+class Filled {
  public:
-  Store() { EXPECT_EQ(YraftRWCreate(&m_store), 0U); }
-  ~Store() {
-    for (const int type : {YRAFT_LIST_FILEINFO, YRAFT_MAP_UITHREAD}) {
-      for (int key = 0; !YraftRWEmpty(m_store, type); ++key) {
-        unsigned char* data = nullptr;
-        if (YraftRWPopFront(m_store, type, key, &data) == 0) free(data);
-      }
+  // Elements of a type, in the map under 3, 5, 7 and so on.
+  Filled(int type, int count) {
+    EXPECT_EQ(YraftRWCreate(&store), 0U);
+    for (int i = 0; i < count; ++i) {
+      EXPECT_EQ(YraftRWPush(store, type, 3 + 2 * i, New(), kLength), 0U);
     }
-    YraftRWDestory(&m_store);
   }
-  operator YraRW*() { return m_store; }  // NOLINT: stands in for the handle
-  YraRW* operator->() { return m_store; }
-
-  unsigned char* Push(int type, int key = 1, const std::string& name = "name", uint64_t size = 0) {
-    unsigned char* data = NewElement(name, size);
-    EXPECT_EQ(YraftRWPush(m_store, type, key, data, 50), 0U);
-    return data;
-  }
-  int Size(int type) {
-    int size = -1;
-    EXPECT_EQ(YraftRWSize(m_store, type, &size), 0U);
-    return size;
-  }
-  unsigned int Context(int type) {
-    unsigned int size = 0;
-    EXPECT_EQ(YraftRWContextSize(m_store, type, &size), 0U);
-    return size;
+  ~Filled() {
+    Watch([&] { return YraftRWDestory(&store); });
+    for (unsigned char* element : elements) free(element);
   }
 
- private:
-  YraRW* m_store = nullptr;
+  unsigned char* New() { return elements.emplace_back(NewElement()); }
+
+  // Answers what a call answers, and notes which elements it released: R each, the others -.
+  template <class Call>
+  unsigned int Watch(Call call) {
+    AllocationWatch watch;
+    const unsigned int answer = call();
+    watch.End();
+    released.clear();
+    for (unsigned char*& element : elements) {
+      const int releases = element != nullptr ? watch.Releases(element) : 0;
+      EXPECT_LE(releases, 1);
+      released += releases != 0 ? 'R' : '-';
+      if (releases != 0) element = nullptr;
+    }
+    return answer;
+  }
+
+  YraRW* store = nullptr;
+  std::vector<unsigned char*> elements;
+  std::string released;
 };
 
-// The context size of one element of Store::Push.
-unsigned int Weight(int type, const std::string& name = "name") {
-  if (type <= YRAFT_QUEUE_WRITE) return 50;
-  if (type == YRAFT_QUEUE_FILEUI) return 32;
-  if (type == YRAFT_MAP_UITHREAD) return 14;
-  return static_cast<unsigned int>(name.size()) + 1;
-}
+// ---- Every operation in every situation --------------------------------------------------------
 
-using Block = std::unique_ptr<YRAFT_TLV_BLOCKS, decltype(&free)>;
+constexpr uintptr_t kUntouched = 0x5A5A;
 
-std::vector<std::string> Payloads(const YRAFT_TLV_BLOCKS* block) {
-  std::vector<std::string> payloads;
-  const char* at = reinterpret_cast<const char*>(block) + block->ListBlocks;
-  for (int i = 0; i < block->ListCount; ++i) {
-    YRAFT_TLV_ITEM head;
-    memcpy(&head, at, sizeof(head));
-    EXPECT_EQ(head.Reserved, 0);
-    EXPECT_EQ(head.reserved2, 0U);
-    payloads.emplace_back(at + sizeof(head), head.cbSize - sizeof(head));
-    at += head.cbSize;
+struct Arguments {
+  YraRW* store;
+  int type;
+  int key;
+  unsigned char* element;  // to push
+  bool null;               // in place of the element or of the out-parameter
+  uintptr_t out = kUntouched;
+
+  unsigned char** Data() { return null ? nullptr : reinterpret_cast<unsigned char**>(&out); }
+  // Calls something that wants a number to write to.
+  template <class T, class Function>
+  unsigned int WithNumber(Function function) {
+    T number = static_cast<T>(out);
+    const unsigned int answer = function(null ? nullptr : &number);
+    out = static_cast<uintptr_t>(number);
+    return answer;
   }
-  return payloads;
+};
+
+enum Out { kNoOut, kElement, kBlock, kSize, kContext };  // what is put out
+enum Moves { kNothing, kAdds, kFront, kEverything };     // into the container, or out of it
+
+constexpr unsigned int kNone = 999;  // there is no such argument
+constexpr unsigned int kTrue = 1;
+constexpr unsigned int kFalse = 0;
+
+struct Operation {
+  const char* name;
+  unsigned int (*call)(Arguments& with);
+  // The answers without a store, without element or out-parameter, for an unknown type, on an empty
+  // container, on a filled queue or list, on the map for a key that it holds and one that it lacks.
+  unsigned int nullStore, nullArgument, unknown, empty, filled, keyHeld, keyLacked;
+  Out out;
+  bool clearsOut;  // a failed call leaves null or 0 in the out-parameter; else what was there
+  Moves moves;
+  const char* releases;  // the types whose leaving elements are released
+};
+
+// clang-format off
+const Operation kOperations[] = {
+    {"YraftRWPush", [](Arguments& w) { return YraftRWPush(w.store, w.type, w.key, w.null ? nullptr : w.element, kLength); },
+     70, 70, 70, 0, 0, 104, 0, kNoOut, false, kAdds, ""},
+    {"YraftRWPush of length 0", [](Arguments& w) { return YraftRWPush(w.store, w.type, w.key, w.element, 0); },
+     70, kNone, 70, 70, 70, 70, 70, kNoOut, false, kNothing, ""},
+    {"YraftRWFront", [](Arguments& w) { return YraftRWFront(w.store, w.type, w.key, w.Data()); },
+     70, 70, 70, 19, 0, 0, 19, kElement, true, kNothing, ""},
+    {"YraftRWPopFront", [](Arguments& w) { return YraftRWPopFront(w.store, w.type, w.key, w.Data()); },
+     70, 70, 70, 19, 0, 0, 19, kElement, true, kFront, ""},
+    {"YraftRWPop", [](Arguments& w) { return YraftRWPop(w.store, w.type, w.key); },
+     70, kNone, 70, 0, 0, 0, 0, kNoOut, false, kFront, "4"},
+    {"YraftRWFind", [](Arguments& w) { return unsigned{YraftRWFind(w.store, w.type, w.key)}; },
+     kFalse, kNone, kFalse, kFalse, kFalse, kTrue, kFalse, kNoOut, false, kNothing, ""},
+    {"YraftRWSize", [](Arguments& w) { return w.WithNumber<int>([&](int* n) { return YraftRWSize(w.store, w.type, n); }); },
+     70, 70, 70, 0, 0, 0, 0, kSize, true, kNothing, ""},
+    {"YraftRWEmpty", [](Arguments& w) { return unsigned{YraftRWEmpty(w.store, w.type)}; },
+     kTrue, kNone, kTrue, kTrue, kFalse, kFalse, kFalse, kNoOut, false, kNothing, ""},
+    {"YraftRWClear", [](Arguments& w) { return YraftRWClear(w.store, w.type); },
+     70, kNone, 70, 0, 0, 0, 0, kNoOut, false, kEverything, "12345"},
+    {"YraftRWReset", [](Arguments& w) { return YraftRWReset(w.store); },
+     70, kNone, 0, 0, 0, 0, 0, kNoOut, false, kEverything, "12345"},
+    {"YraftRWContextSize", [](Arguments& w) { return w.WithNumber<unsigned>([&](unsigned* n) { return YraftRWContextSize(w.store, w.type, n); }); },
+     70, 70, 70, 0, 0, 0, 0, kContext, true, kNothing, ""},
+    {"YraftRWGetAll", [](Arguments& w) { return YraftRWGetAll(w.store, w.type, w.Data()); },
+     70, 70, 70, 0, 0, 0, 0, kBlock, true, kNothing, ""},
+    {"YraRW_QueueTypeCheck", [](Arguments& w) { return unsigned{w.store->YraRW_QueueTypeCheck(w.type)}; },
+     kNone, kNone, kFalse, kTrue, kTrue, kTrue, kTrue, kNoOut, false, kNothing, ""},
+    {"YraRW_QueueFront", [](Arguments& w) { return w.store->YraRW_QueueFront(w.type, w.key, w.Data()); },
+     kNone, 70, 70, 19, 0, 0, 19, kElement, true, kNothing, ""},
+    {"YraRW_QueuePopFront", [](Arguments& w) { return w.store->YraRW_QueuePopFront(w.type, w.key, w.Data()); },
+     kNone, 70, 70, 19, 0, 0, 19, kElement, false, kFront, ""},
+    {"YraRW_QueueSize", [](Arguments& w) { return w.WithNumber<int>([&](int* n) { return w.store->YraRW_QueueSize(w.type, n); }); },
+     kNone, 70, 70, 0, 0, 0, 0, kSize, false, kNothing, ""},
+    {"YraRW_QueueContextSize", [](Arguments& w) { return w.WithNumber<unsigned>([&](unsigned* n) { return w.store->YraRW_QueueContextSize(w.type, n); }); },
+     kNone, 70, 70, 0, 0, 0, 0, kContext, false, kNothing, ""},
+    {"YraRW_QueueGetAll", [](Arguments& w) { return w.store->YraRW_QueueGetAll(w.type, w.Data()); },
+     kNone, 70, 70, 0, 0, 0, 0, kBlock, false, kNothing, ""},
+    {"YraRW_QueueGetAllPop", [](Arguments& w) { return w.store->YraRW_QueueGetAllPop(w.type, w.Data()); },
+     kNone, 70, 70, 0, 0, 0, 0, kBlock, false, kEverything, "4"},
+};
+// clang-format on
+
+// Calls an operation on a store with `count` elements of a type.
+void Try(const Operation& operation, int type, int count, int key, bool nullStore, bool null,
+         unsigned int expected) {
+  if (expected == kNone) return;
+  SCOPED_TRACE(testing::Message() << operation.name << ", type " << type << ", " << count
+                                  << " elements, key " << key << (nullStore ? ", no store" : "")
+                                  << (null ? ", no argument" : ""));
+  const bool known = type >= 1 && type <= 7;
+  Filled filled(known ? type : 1, count);
+  Arguments with{nullStore ? nullptr : filled.store, type, key, filled.New(), null};
+  ASSERT_EQ(filled.Watch([&] { return operation.call(with); }), expected);
+
+  const bool failed = expected > kTrue;
+  const bool absent = type == YRAFT_MAP_UITHREAD && (key - 3) / 2 >= count;
+  int taken = 0;
+  if (!failed && !nullStore && known && operation.moves == kFront) taken = count > 0 && !absent;
+  if (!failed && !nullStore && operation.moves == kEverything) taken = count;
+  const bool pushed = !failed && operation.moves == kAdds;
+
+  const bool releases = strchr(operation.releases, known ? '0' + type : '1') != nullptr;
+  std::string released(static_cast<std::size_t>(count) + 1, '-');
+  if (releases) released.replace(0, static_cast<std::size_t>(taken), taken, 'R');
+  EXPECT_EQ(filled.released, released);
+
+  int size = -1;
+  EXPECT_EQ(YraftRWSize(filled.store, known ? type : 1, &size), 0U);
+  EXPECT_EQ(size, count - taken + (pushed ? 1 : 0));
+  if (operation.out == kNoOut) return;
+  if (failed) {
+    EXPECT_EQ(with.out, operation.clearsOut && !nullStore && !null ? 0U : kUntouched);
+  } else if (operation.out == kElement) {
+    EXPECT_EQ(with.out, reinterpret_cast<uintptr_t>(filled.elements[0]));
+  } else if (operation.out == kSize) {
+    EXPECT_EQ(with.out, static_cast<uintptr_t>(count));
+  } else if (operation.out == kContext) {
+    EXPECT_EQ(with.out, count * Weight(type));
+  } else {
+    auto* block = reinterpret_cast<YRAFT_TLV_BLOCKS*>(with.out);
+    EXPECT_EQ(block->ListCount, count);
+    free(block);
+  }
 }
 
-Block GetAll(YraRW* store, int type, unsigned int expected = 0) {
-  unsigned char* data = nullptr;
-  EXPECT_EQ(YraftRWGetAll(store, type, &data), expected);
-  return {reinterpret_cast<YRAFT_TLV_BLOCKS*>(data), free};
-}
-
-Block GetAllPop(YraRW* store, int type, unsigned int expected = 0) {
-  unsigned char* data = nullptr;
-  EXPECT_EQ(store->YraRW_QueueGetAllPop(type, &data), expected);
-  return {reinterpret_cast<YRAFT_TLV_BLOCKS*>(data), free};
-}
-
-// ---- Refusals ----------------------------------------------------------------------------------
-
-TEST(Store, RefusesNullArgumentsInEveryFunction) {
-  Store store;
-  unsigned char* data = nullptr;
-  int n = 0;
-  unsigned int context = 0;
-  for (const int type : {1, 4, 6, 7, 9}) {
-    for (YraRW* handle : {static_cast<YraRW*>(nullptr), static_cast<YraRW*>(store)}) {
-      unsigned char** ppData = handle == nullptr ? &data : nullptr;
-      EXPECT_EQ(YraftRWFront(handle, type, 0, ppData), 70U);
-      EXPECT_EQ(YraftRWPopFront(handle, type, 0, ppData), 70U);
-      EXPECT_EQ(YraftRWGetAll(handle, type, ppData), 70U);
-      EXPECT_EQ(YraftRWSize(handle, type, handle == nullptr ? &n : nullptr), 70U);
-      EXPECT_EQ(YraftRWContextSize(handle, type, handle == nullptr ? &context : nullptr), 70U);
-      EXPECT_EQ(YraftRWPush(handle, type, 0, nullptr, 1), 70U);
+TEST(Store, AnswersAndLeavesWhatEveryOperationDocuments) {
+  for (const Operation& operation : kOperations) {
+    for (const int type : kUnknownTypes) {
+      Try(operation, type, 3, 3, false, false, operation.unknown);
     }
-    unsigned char byte = 0;
-    EXPECT_EQ(YraftRWPush(store, type, 0, &byte, 0), 70U);
-    EXPECT_EQ(YraftRWPop(nullptr, type, 0), 70U);
-    EXPECT_EQ(YraftRWClear(nullptr, type), 70U);
-    EXPECT_FALSE(YraftRWFind(nullptr, type, 0));
-    EXPECT_TRUE(YraftRWEmpty(nullptr, type));
-    EXPECT_EQ(store->YraRW_QueueGetAllPop(type, nullptr), 70U);
-  }
-  EXPECT_EQ(YraftRWReset(nullptr), 70U);
-  EXPECT_EQ(YraftRWCreate(nullptr), 70U);
-  YraRW* none = nullptr;
-  EXPECT_EQ(YraftRWDestory(&none), 0U);
-  EXPECT_EQ(YraftRWDestory(nullptr), 0U);
-}
-
-TEST(Store, RefusesUnknownTypesAndLeavesTheArgumentsAsDocumented) {
-  Store store;
-  for (const int type : kUnknownTypes) {
-    unsigned char byte = 0;
-    unsigned char* data = &byte;
-    int n = 5;
-    unsigned int context = 5;
-    EXPECT_FALSE(store->YraRW_QueueTypeCheck(type));
-    EXPECT_EQ(YraftRWPush(store, type, 0, &byte, 1), 70U);
-    EXPECT_EQ(store->YraRW_QueuePopFront(type, 0, &data), 70U);
-    EXPECT_EQ(store->YraRW_QueueGetAll(type, &data), 70U);
-    EXPECT_EQ(store->YraRW_QueueSize(type, &n), 70U);
-    EXPECT_EQ(data, &byte);
-    EXPECT_EQ(n, 5);
-    EXPECT_EQ(YraftRWFront(store, type, 0, &data), 70U);
-    EXPECT_EQ(data, nullptr);
-    EXPECT_EQ(YraftRWSize(store, type, &n), 70U);
-    EXPECT_EQ(n, 0);
-    EXPECT_EQ(YraftRWContextSize(store, type, &context), 70U);
-    EXPECT_EQ(context, 0U);
-    EXPECT_EQ(YraftRWPop(store, type, 0), 70U);
-    EXPECT_EQ(YraftRWClear(store, type), 70U);
-    EXPECT_FALSE(YraftRWFind(store, type, 0));
-    EXPECT_TRUE(YraftRWEmpty(store, type));
-  }
-}
-
-TEST(Store, AnswersForNothingThere) {
-  Store store;
-  for (const int type : kTypes) {
-    unsigned char byte = 0;
-    unsigned char* data = &byte;
-    EXPECT_TRUE(store->YraRW_QueueTypeCheck(type));
-    EXPECT_EQ(store->YraRW_QueuePopFront(type, 3, &data), 19U);
-    EXPECT_EQ(data, &byte);
-    EXPECT_EQ(YraftRWFront(store, type, 3, &data), 19U);
-    EXPECT_EQ(data, nullptr);
-    EXPECT_EQ(YraftRWPop(store, type, 3), 0U);
-    EXPECT_EQ(YraftRWClear(store, type), 0U);
-    EXPECT_TRUE(YraftRWEmpty(store, type));
-    EXPECT_EQ(store.Size(type), 0);
-    const Block block = GetAll(store, type);
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(block->ListCount, 0);
-  }
-}
-
-// ---- Elements ----------------------------------------------------------------------------------
-
-TEST(Store, CountsWhatIsThereByWhateverRoadItLeaves) {
-  for (const int type : kTypes) {
-    Store store;
-    std::vector<unsigned char*> out;
-    for (int i = 0; i < 4; ++i) out.push_back(store.Push(type, i));
-    EXPECT_EQ(store.Size(type), 4);
-    EXPECT_FALSE(YraftRWEmpty(store, type));
-    EXPECT_EQ(store.Context(type), 4 * Weight(type));
-    unsigned char* data = nullptr;
-    EXPECT_EQ(YraftRWFront(store, type, 0, &data), 0U);
-    EXPECT_EQ(data, out[0]);
-    EXPECT_EQ(YraftRWPopFront(store, type, 0, &data), 0U);
-    EXPECT_EQ(data, out[0]);
-    free(data);
-    EXPECT_EQ(store.Context(type), 3 * Weight(type));
-    EXPECT_EQ(YraftRWPop(store, type, 1), 0U);
-    if (type != YRAFT_QUEUE_FILEINFO) free(out[1]);  // every other pop leaves it to us
-    EXPECT_EQ(store.Context(type), 2 * Weight(type));
-    EXPECT_EQ(store.Size(type), 2);
-    EXPECT_EQ(YraftRWClear(store, type), 0U);
-    EXPECT_EQ(store.Context(type), 0U);
-    EXPECT_TRUE(YraftRWEmpty(store, type));
-    if (OwnedByPusher(type)) {
-      free(out[2]);
-      free(out[3]);
-    }
-  }
-}
-
-TEST(Store, FindsEntriesOfTheMapByTheirWholeKey) {
-  Store store;
-  unsigned char* three = store.Push(7, 3);
-  store.Push(7, 7);
-  unsigned char* other = NewElement();
-  EXPECT_EQ(YraftRWPush(store, 7, 3, other, 1), 104U);
-  for (const int key : {-1, 65536, 65536 + 3, INT32_MIN, INT32_MAX}) {
-    EXPECT_EQ(YraftRWPush(store, 7, key, other, 1), 70U);
-    EXPECT_FALSE(YraftRWFind(store, 7, key));
-  }
-  free(other);
-  unsigned char* data = nullptr;
-  EXPECT_EQ(YraftRWFront(store, 7, 3, &data), 0U);
-  EXPECT_EQ(data, three);
-  EXPECT_TRUE(YraftRWFind(store, 7, 7));
-  EXPECT_FALSE(YraftRWFind(store, 7, 5));
-  for (const int type : {1, 2, 3, 4, 5, 6}) EXPECT_FALSE(YraftRWFind(store, type, 3));
-}
-
-TEST(Store, ResetAndDestructionLeaveWhatIsHeldByReference) {
-  YraRW* store = nullptr;
-  ASSERT_EQ(YraftRWCreate(&store), 0U);
-  std::vector<unsigned char*> held;
-  for (int round = 0; round < 2; ++round) {
     for (const int type : kTypes) {
-      unsigned char* data = NewElement();
-      ASSERT_EQ(YraftRWPush(store, type, 9, data, 1), 0U);
-      if (OwnedByPusher(type)) held.push_back(data);
-    }
-    if (round == 0) {
-      EXPECT_EQ(YraftRWReset(store), 0U);
+      const bool map = type == YRAFT_MAP_UITHREAD;
+      Try(operation, type, 3, 3, true, false, operation.nullStore);
+      Try(operation, type, 3, 3, false, true, operation.nullArgument);
+      Try(operation, type, 0, 3, false, false, operation.empty);
+      Try(operation, type, 3, 3, false, false, map ? operation.keyHeld : operation.filled);
+      if (map) Try(operation, type, 3, 9, false, false, operation.keyLacked);
     }
   }
+}
+
+TEST(Store, IsCreatedAndDestroyedByItsHandle) {
+  YraRW* store = nullptr;
+  EXPECT_EQ(YraftRWCreate(nullptr), 70U);
+  EXPECT_EQ(YraftRWDestory(nullptr), 0U);
   EXPECT_EQ(YraftRWDestory(&store), 0U);
-  EXPECT_EQ(store, nullptr);
-  for (unsigned char* data : held) {
-    EXPECT_STREQ(YRAFT_FILEINFO_NAME(reinterpret_cast<YRAFT_FILEINFO_ITEM*>(data)), "name");
-    free(data);
+  for (const int type : kTypes) {
+    Filled filled(type, 3);
+    EXPECT_EQ(filled.Watch([&] { return YraftRWDestory(&filled.store); }), 0U);
+    EXPECT_EQ(filled.released, type <= YRAFT_QUEUE_FILEUI ? "RRR" : "---");
+    EXPECT_EQ(filled.store, nullptr);
   }
 }
 
 // ---- Snapshots ---------------------------------------------------------------------------------
 
-TEST(Snapshot, CarriesEveryElementInOrderAndKeepsOrEmptiesTheContainer) {
-  for (const int type : kTypes) {
-    Store store;
-    std::vector<std::string> expected;
-    for (const int key : {7, 3, 5}) {
-      const std::string name(static_cast<std::size_t>(key), 'n');
-      unsigned char* data = store.Push(type, key, name, 10);
-      std::string payload;
-      if (type <= YRAFT_QUEUE_WRITE) {
-        payload.assign(reinterpret_cast<char*>(&data), sizeof(data));
-      } else {
-        const auto* info = reinterpret_cast<YRAFT_FILEINFO_ITEM*>(data);
-        const std::size_t size = type == 5 ? 32 : type == 7 ? 14 : info->cbSize;
-        payload.assign(reinterpret_cast<char*>(data), size);
-      }
-      expected.push_back(payload);
-    }
-    if (type == YRAFT_MAP_UITHREAD) expected = {expected[1], expected[2], expected[0]};
-    for (int i = 0; i < 2; ++i) {
-      const Block block = GetAll(store, type);
-      EXPECT_EQ(block->ListBlocks, 12);
-      EXPECT_EQ(Payloads(block.get()), expected);
-      EXPECT_EQ(uint64_t{block->FilesSize}, type == 4 ? 30U : 0U);
-      EXPECT_EQ(store.Size(type), 3);
-    }
-    const auto address = [&](int i) {
-      unsigned char* data = nullptr;
-      memcpy(&data, expected[static_cast<std::size_t>(i)].data(), sizeof(data));
-      return data;
-    };
-    std::vector<unsigned char*> ours;
-    if (OwnedByPusher(type) || type == YRAFT_QUEUE_FILEUI) {
-      for (const int key : {3, 5, 7}) {
-        unsigned char* data = nullptr;
-        store->YraRW_QueuePopFront(type, key, &data);
-        ours.push_back(data);
-      }
-      for (int key = 0; key < 3; ++key) YraftRWPush(store, type, key, ours[key], 50);
-    }
-    const Block block = GetAllPop(store, type);
-    EXPECT_EQ(block->ListCount, 3);
-    EXPECT_EQ(store.Size(type), 0);
-    EXPECT_EQ(store.Context(type), 0U);
-    if (type <= YRAFT_QUEUE_WRITE) {
-      for (int i = 0; i < 3; ++i) free(address(i));  // the block's receiver owns them now
-    }
-    for (unsigned char* data : ours) free(data);
+TEST(Snapshot, IsABlockOfItemsBackToBack) {
+  Filled filled(YRAFT_QUEUE_FILEINFO, 0);
+  for (const char* name : {"fives", "nine nine"}) {
+    unsigned char* element = filled.elements.emplace_back(NewElement(name, strlen(name)));
+    ASSERT_EQ(YraftRWPush(filled.store, YRAFT_QUEUE_FILEINFO, 0, element, 1), 0U);
   }
+  unsigned char* block = nullptr;
+  ASSERT_EQ(YraftRWGetAll(filled.store, YRAFT_QUEUE_FILEINFO, &block), 0U);
+  const char expected[] =
+      "\x0C\0\x02\0\x0E\0\0\0\0\0\0\0"
+      "\x26\0\0\0\0\0\0\0"
+      "\x05\0\x1E\0\0\0\0\0\0\0\0\0\0\0\0\0\x05\0\0\0\0\0\0\0fives\0"
+      "\x2A\0\0\0\0\0\0\0"
+      "\x09\0\x22\0\0\0\0\0\0\0\0\0\0\0\0\0\x09\0\0\0\0\0\0\0nine nine";
+  ASSERT_EQ(sizeof(expected), 92U);
+  EXPECT_EQ(memcmp(block, expected, sizeof(expected)), 0);
+  free(block);
 }
 
 TEST(Snapshot, RefusesABlockOverTheLimitAndKeepsTheQueue) {
-  for (const int type : {1, 5, 6, 7}) {
-    const int fits = type == 1 ? 4095 : type == 5 ? 1638 : type == 6 ? 65523 / 37 : 65523 / 46;
-    Store store;
-    for (int i = 0; i < fits; ++i) store.Push(type, i);
-    EXPECT_EQ(GetAll(store, type)->ListCount, fits);
-    store.Push(type, fits);
+  constexpr int kFits[] = {0, 4095, 4095, 4095, 65523 / 39, 65523 / 40, 65523 / 39, 65523 / 46};
+  for (const int type : kTypes) {
+    const int fits = kFits[type];
+    Filled filled(type, fits);
     unsigned char* block = nullptr;
-    EXPECT_EQ(YraftRWGetAll(store, type, &block), 9U);
-    EXPECT_EQ(store->YraRW_QueueGetAllPop(type, &block), 9U);
+    EXPECT_EQ(YraftRWGetAll(filled.store, type, &block), 0U);
+    EXPECT_EQ(reinterpret_cast<YRAFT_TLV_BLOCKS*>(block)->ListCount, fits);
+    free(block);
+    EXPECT_EQ(YraftRWPush(filled.store, type, 1, filled.New(), kLength), 0U);
+    EXPECT_EQ(YraftRWGetAll(filled.store, type, &block), 9U);
     EXPECT_EQ(block, nullptr);
-    EXPECT_EQ(store.Size(type), fits + 1);
+    EXPECT_EQ(filled.store->YraRW_QueueGetAllPop(type, &block), 9U);
+    EXPECT_EQ(block, nullptr);
+    int size = 0;
+    EXPECT_EQ(YraftRWSize(filled.store, type, &size), 0U);
+    EXPECT_EQ(size, fits + 1);
   }
 }
 
-TEST(Snapshot, SkipsARecordThatMakesNoItem) {
-  Store store;
-  store.Push(4, 0, "a", 10);
-  auto* empty = reinterpret_cast<YRAFT_FILEINFO_ITEM*>(store.Push(4, 0, "b", 5));
-  empty->cbSize = 0;
-  auto* large = reinterpret_cast<YRAFT_FILEINFO_ITEM*>(store.Push(4, 0, "c", 1));
-  EXPECT_EQ(Payloads(GetAll(store, 4).get()).size(), 2U);
-  large->cbSize = 65535;  // says more than it counted for
-  const Block block = GetAllPop(store, 4, 9);
-  ASSERT_NE(block, nullptr);
-  EXPECT_EQ(Payloads(block.get()).size(), 1U);
-  EXPECT_EQ(uint64_t{block->FilesSize}, 16U);
-  EXPECT_EQ(store.Size(4), 0);
-}
+// ---- Beside a model ----------------------------------------------------------------------------
 
-// ---- No memory ---------------------------------------------------------------------------------
+// Does a step again and again, with the first allocation failing, then the second and so on, until
+// none is left to fail. Answers how many there were.
+int FailAtEveryAllocation(StoreModel& model, uint8_t operation, uint8_t type, uint8_t key) {
+  const int before = model.Failures();
+  for (int nth = 1; model.Failures() - before == nth - 1; ++nth) {
+    EXPECT_STREQ(model.Do({operation, type, key, 0, static_cast<uint8_t>(nth), kLength}), nullptr);
+  }
+  return model.Failures() - before;
+}
 
 TEST(Store, LosesNothingWhenMemoryRunsOutAtAnyAllocation) {
-  for (int nth = 1; nth <= 16; ++nth) {
-    YraRW* store = nullptr;
-    const unsigned int created = WithFailingAllocation(nth, [&] { return YraftRWCreate(&store); });
-    if (created != 0) {
-      EXPECT_EQ(created, 87U);
-      EXPECT_EQ(store, nullptr);
-      continue;
+  for (const uint8_t type : kTypes) {
+    StoreModel model;
+    int inPushes = 0;
+    for (uint8_t i = 0; i < 250; ++i) {
+      inPushes += FailAtEveryAllocation(model, StoreModel::kPush, type, i);
     }
-    for (const int type : kTypes) {
-      for (int i = 0; i < 200; ++i) {
-        unsigned char* data = NewElement();
-        const unsigned int ret =
-            WithFailingAllocation(1, [&] { return YraftRWPush(store, type, i, data, 50); });
-        if (ret == 0) {
-          if (OwnedByPusher(type)) YraftRWPop(store, type, i), free(data);
-          continue;
-        }
-        EXPECT_EQ(ret, 86U);
-        free(data);  // still ours
-      }
-      unsigned char* block = nullptr;
-      EXPECT_EQ(WithFailingAllocation(1, [&] { return YraftRWGetAll(store, type, &block); }), 86U);
-      EXPECT_EQ(block, nullptr);
-    }
-    YraftRWDestory(&store);
-    break;
+    // A queue allocates for every 32nd element and when it outgrows its table, a list for each; the
+    // map takes ten of the keys.
+    const bool queue = type <= YRAFT_QUEUE_FILEUI;
+    EXPECT_EQ(inPushes, queue ? 7 + 1 : type == YRAFT_LIST_FILEINFO ? 250 : 10);
+    EXPECT_EQ(FailAtEveryAllocation(model, StoreModel::kGetAll, type, 0), 1);
+    EXPECT_EQ(FailAtEveryAllocation(model, StoreModel::kGetAllPop, type, 0), 1);
+    EXPECT_GT(FailAtEveryAllocation(model, StoreModel::kCreateAnother, type, 0), 1);
   }
 }
 
-// ---- A model -----------------------------------------------------------------------------------
+// Operations as they come, with times in which the containers fill and times in which they drain.
+class RandomSteps {
+ public:
+  StoreModel::Step Next() {
+    const bool filling = (m_count++ / 1024) % 2 == 0;
+    return {Operation(filling),
+            Byte(Below(64) == 0 ? Below(9) : 1 + Below(7)),
+            Byte(Below(256)),
+            Byte(Below(256)),
+            Byte(Below(8) == 0 ? 1 + Below(12) : 0),
+            static_cast<uint16_t>(Below(4096) == 0 ? Below(65536) : Below(80))};
+  }
+
+ private:
+  static uint8_t Byte(unsigned int value) { return static_cast<uint8_t>(value); }
+  unsigned int Below(unsigned int limit) { return static_cast<unsigned int>(m_random()) % limit; }
+  uint8_t Operation(bool filling) {
+    const unsigned int dice = Below(400);
+    if (dice < (filling ? 220U : 140U)) return StoreModel::kPush;
+    if (dice < 300) return StoreModel::kPopFront;
+    if (dice < 360) return StoreModel::kPop;
+    if (dice < 390) return StoreModel::kFront;
+    if (dice < 399) return Below(2) == 0 ? StoreModel::kGetAll : StoreModel::kCreateAnother;
+    constexpr StoreModel::Operation kEmptying[] = {StoreModel::kClear, StoreModel::kGetAllPop,
+                                                   StoreModel::kReset};
+    return kEmptying[Below(3)];
+  }
+
+  std::mt19937 m_random{7};
+  unsigned int m_count = 0;
+};
 
 TEST(Store, BehavesAsASimpleModelOverAMillionOperations) {
-  std::minstd_rand random(7);
-  Store store;
-  std::vector<std::pair<int, unsigned char*>> model[8];  // key and element, by type
-  const auto at = [&](int type, int key) {
-    auto& elements = model[type];
-    if (type != 7) return elements.begin();
-    return std::find_if(elements.begin(), elements.end(),
-                        [key](const auto& entry) { return entry.first == key; });
-  };
+  RandomSteps steps;
+  StoreModel model;
   for (int i = 0; i < 1000000; ++i) {
-    const int type = 1 + static_cast<int>(random() % 7);
-    const int key = static_cast<int>(random() % 8);
-    auto& elements = model[type];
-    unsigned char* data = nullptr;
-    switch (random() % 8) {
-      case 0:
-      case 1:
-      case 2: {
-        data = NewElement("n");
-        const bool present = type == 7 && at(7, key) != elements.end();
-        ASSERT_EQ(YraftRWPush(store, type, key, data, 50), present ? 104U : 0U);
-        if (present) {
-          free(data);
-        } else {
-          elements.emplace_back(key, data);
-        }
-        break;
-      }
-      case 3:
-      case 4: {
-        const auto entry = at(type, key);
-        const bool there = entry != elements.end();
-        ASSERT_EQ(YraftRWPopFront(store, type, key, &data), there ? 0U : 19U);
-        if (there) {
-          ASSERT_EQ(data, entry->second);
-          free(data);
-          elements.erase(entry);
-        }
-        break;
-      }
-      case 5: {
-        const auto entry = at(type, key);
-        ASSERT_EQ(YraftRWPop(store, type, key), 0U);
-        if (entry != elements.end()) {
-          if (type != 4) free(entry->second);
-          elements.erase(entry);
-        }
-        break;
-      }
-      case 6:
-        if (random() % 64 != 0) break;
-        ASSERT_EQ(YraftRWClear(store, type), 0U);
-        if (OwnedByPusher(type)) {
-          for (const auto& entry : elements) free(entry.second);
-        }
-        elements.clear();
-        break;
-      default: {
-        const auto entry = at(type, key);
-        ASSERT_EQ(YraftRWFront(store, type, key, &data), entry != elements.end() ? 0U : 19U);
-        if (entry != elements.end()) {
-          ASSERT_EQ(data, entry->second);
-        }
-        if (elements.size() < 100 && random() % 16 == 0) {
-          ASSERT_EQ(GetAll(store, type)->ListCount, elements.size());
-        }
-      }
-    }
-    ASSERT_EQ(store.Size(type), static_cast<int>(elements.size()));
-    ASSERT_EQ(store.Context(type), elements.size() * Weight(type, "n"));
+    ASSERT_STREQ(model.Do(steps.Next()), nullptr) << "after step " << i;
   }
 }
 

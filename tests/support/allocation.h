@@ -1,16 +1,46 @@
-// Lets a chosen allocation of a call fail.
+// Watches what a call allocates and releases, and lets a chosen allocation find no memory.
+//
+// The linker wraps malloc, calloc, free and the plain operators new and delete in a program that
+// links this; calls inside shared libraries stay as they are.
 #pragma once
 
-namespace allocation {
-// Counts down on each allocation of this thread; the one that reaches 0 fails. Negative: none does.
-extern thread_local int g_countdown;
-}  // namespace allocation
+#include <cstddef>
+
+// Watches this thread for its lifetime; one at a time.
+class AllocationWatch {
+ public:
+  // The nth allocation (from 1) fails; 0: none does.
+  explicit AllocationWatch(int failing = 0);
+  ~AllocationWatch() { End(); }
+  AllocationWatch(const AllocationWatch&) = delete;
+  AllocationWatch& operator=(const AllocationWatch&) = delete;
+
+  // Watches no longer; what was seen stays.
+  void End();
+
+  // The chosen allocation was asked for.
+  bool Failed() const { return m_failed; }
+  // Allocations less releases.
+  long Balance() const { return m_balance; }
+  // How often this memory was released.
+  int Releases(const void* memory) const;
+
+  // For the wrapped functions.
+  bool Allocate();
+  void Release(void* memory);
+
+ private:
+  static constexpr std::size_t kRemembered = 8192;
+  int m_countdown;
+  bool m_failed = false;
+  long m_balance = 0;
+  std::size_t m_released = 0;
+  void* m_memory[kRemembered];
+};
 
 // Runs a call whose nth allocation (from 1) finds no memory.
 template <class Call>
 auto WithFailingAllocation(int nth, Call call) {
-  allocation::g_countdown = nth;
-  auto answer = call();
-  allocation::g_countdown = -1;
-  return answer;
+  const AllocationWatch watch(nth);
+  return call();
 }
