@@ -39,7 +39,8 @@ struct Row {
   unsigned int (*weight)(const unsigned char* pData, unsigned int len);
   unsigned int sameWeight;
   Payload (*payload)(const Element& element);
-  void (*traceElement)(int index, const void* pNode, int key, const Element& element);
+  void (*traceElement)(const char* caller, int index, const void* pNode, int key,
+                       const Element& element);
   uint64_t (*fileSize)(const Element& element);  // what FilesSize adds up; null: nothing
   unsigned int roomPerItem;                      // bytes of a block beside the context size
   unsigned int pointerRoom;  // a block carries addresses: this much each, not the contents
@@ -57,9 +58,12 @@ struct Container {
   unsigned int YraRW::*counter;  // of the elements' weights; null where they weigh the same
 };
 
-void TraceRecord(int index, const void* pNode, int key, const Element& element);
-void TraceListRecord(int index, const void* pNode, int key, const Element& element);
-void TraceThreadInfo(int index, const void* pNode, int key, const Element& element);
+void TraceRecord(const char* kCaller, int index, const void* pNode, int key,
+                 const Element& element);
+void TraceListRecord(const char* kCaller, int index, const void* pNode, int key,
+                     const Element& element);
+void TraceThreadInfo(const char* kCaller, int index, const void* pNode, int key,
+                     const Element& element);
 
 inline const YRAFT_FILEINFO_ITEM* FileInfo(const unsigned char* pData) {
   return reinterpret_cast<const YRAFT_FILEINFO_ITEM*>(pData);

@@ -16,23 +16,21 @@ using yra_rules::kRowOf;
 using yra_rules::Row;
 
 // Reports the container that an operation is asked for; null, reported too, for an unknown type.
-[[gnu::always_inline]] inline const Row* Named(int queueType) {
+template <bool kVerbose = true>
+[[gnu::always_inline]] inline const Row* Named(const char* kCaller, int queueType) {
   const Row* row = yra_rules::Find(queueType);
   TRACE_VERBOSE("queue type: %d (%s)", queueType, row != nullptr ? row->name : "Unknown");
   if (row == nullptr) TRACE_ERROR("queue type is unknown.(%d)", queueType);
   return row;
 }
 
-unsigned int NullArgument(const char* name) {
+unsigned int NullArgument(const char* kCaller, const char* name) {
   TRACE_ERROR("%s (%p) is null.", name, static_cast<void*>(nullptr));
   return YRAFT_STATUS_INVALID_PARAM;
 }
 
-bool TraceTruth(const char* function, unsigned int line, bool answer) {
-  if (kvolog::Admits(kLayer.classId, KVO_LOG_VERBOSE)) {
-    __KvoTrace(kLayer.classId, KVO_LOG_VERBOSE, __FILE__, function, line, "[%s] Out: ret=%s.",
-               kLayer.tag, TraceBool(answer));
-  }
+bool Truth(const char* kCaller, bool answer) {
+  TRACE_VERBOSE("[%s] Out: ret=%s.", kLayer.tag, TraceBool(answer));
   return answer;
 }
 
@@ -60,7 +58,7 @@ YraRW* YraRWAllocate() noexcept {
 bool YraRW::YraRW_QueueTypeCheck(int queueType) {
   TRACE_IN();
   TRACE_VERBOSE("queueType=%d.", queueType);
-  return TraceTruth(__func__, __LINE__, yra_rules::Find(queueType) != nullptr);
+  return Truth(__func__, yra_rules::Find(queueType) != nullptr);
 }
 
 // ---- Push --------------------------------------------------------------------------------------
@@ -68,7 +66,9 @@ bool YraRW::YraRW_QueueTypeCheck(int queueType) {
 namespace {
 
 // How a pointer enters a sequence, or the map under a key.
+template <bool kVerbose>
 struct PushElement {
+  const char* kCaller;
   int key;
   unsigned char* pData;
   unsigned int len;
@@ -106,10 +106,9 @@ struct PushElement {
   }
 };
 
-}  // namespace
-
-unsigned int YraRW::YraRW_QueuePush(int queueType, int key, unsigned char* pBuffer,
-                                    unsigned int len) {
+template <bool kVerbose>
+unsigned int YraRW_QueuePush(YraRW& rw, int queueType, int key, unsigned char* pBuffer,
+                             unsigned int len) {
   TRACE_IN();
   if (pBuffer == nullptr || len == 0) {
     TRACE_ERROR("pBuffer (%p) is null or len (%d) is zero.", static_cast<void*>(pBuffer),
@@ -125,19 +124,27 @@ unsigned int YraRW::YraRW_QueuePush(int queueType, int key, unsigned char* pBuff
     return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   }
   try {
-    return TRACE_RET(yra_rules::With(*this, queueType, PushElement{key, pBuffer, len}));
+    return TRACE_RET(
+        yra_rules::With(rw, queueType, PushElement<kVerbose>{__func__, key, pBuffer, len}));
   } catch (const std::bad_alloc&) {
     TRACE_ERROR("no memory for another element.");
     return TRACE_RET(YRAFT_STATUS_NO_MEMORY);
   }
 }
 
+}  // namespace
+
+unsigned int YraRW::YraRW_QueuePush(int queueType, int key, unsigned char* pBuffer,
+                                    unsigned int len) {
+  return TRACE_CALL(::YraRW_QueuePush, *this, queueType, key, pBuffer, len);
+}
+
 // ---- Figures -----------------------------------------------------------------------------------
 
 unsigned int YraRW::YraRW_QueueSize(int queueType, int* pSize) {
   TRACE_IN();
-  if (pSize == nullptr) return TRACE_RET(NullArgument("pSize"));
-  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  if (pSize == nullptr) return TRACE_RET(NullArgument(__func__, "pSize"));
+  if (Named(__func__, queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   *pSize = yra_rules::With(*this, queueType, [](auto& container, unsigned int&, auto) {
     return static_cast<int>(container.size());
   });
@@ -147,7 +154,7 @@ unsigned int YraRW::YraRW_QueueSize(int queueType, int* pSize) {
 
 bool YraRW::YraRW_QueueIsEmpty(int queueType) {
   TRACE_IN();
-  const bool empty = Named(queueType) == nullptr ||
+  const bool empty = Named(__func__, queueType) == nullptr ||
                      yra_rules::With(*this, queueType, [](auto& container, unsigned int&, auto) {
                        return container.empty();
                      });
@@ -157,8 +164,8 @@ bool YraRW::YraRW_QueueIsEmpty(int queueType) {
 
 unsigned int YraRW::YraRW_QueueContextSize(int queueType, unsigned int* pContextSize) {
   TRACE_IN();
-  if (pContextSize == nullptr) return TRACE_RET(NullArgument("pContextSize"));
-  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  if (pContextSize == nullptr) return TRACE_RET(NullArgument(__func__, "pContextSize"));
+  if (Named(__func__, queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   *pContextSize =
       yra_rules::With(*this, queueType, [](auto&, unsigned int& context, auto) { return context; });
   TRACE_VERBOSE("Get context size is %d.", static_cast<int>(*pContextSize));
@@ -170,6 +177,8 @@ unsigned int YraRW::YraRW_QueueContextSize(int queueType, unsigned int* pContext
 namespace {
 
 struct ClearAll {
+  const char* kCaller;
+
   template <class Rule>
   unsigned int operator()(YraContainers::Queue& queue, unsigned int& context, Rule) const {
     TRACE_VERBOSE("Get queue size is %d.", static_cast<int>(queue.size()));
@@ -206,8 +215,8 @@ struct ClearAll {
 
 unsigned int YraRW::YraRW_QueueClear(int queueType) {
   TRACE_IN();
-  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  return TRACE_RET(yra_rules::With(*this, queueType, ClearAll{}));
+  if (Named(__func__, queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  return TRACE_RET(yra_rules::With(*this, queueType, ClearAll{__func__}));
 }
 
 unsigned int YraRW::YraRW_Reset() {
@@ -223,7 +232,9 @@ namespace {
 // What an access does with the element it finds.
 enum class Access { kLook, kTake, kDrop };
 
+template <bool kVerbose>
 struct AccessElement {
+  const char* kCaller;
   int key;
   Access access;
   unsigned char** ppBuffer;  // null for a drop
@@ -292,49 +303,66 @@ struct AccessElement {
   }
 };
 
+template <bool kVerbose>
+unsigned int YraRW_QueueFront(YraRW& rw, int queueType, int key, unsigned char** ppBuffer) {
+  TRACE_IN();
+  if (ppBuffer == nullptr) return TRACE_RET(NullArgument(__func__, "ppBuffer"));
+  *ppBuffer = nullptr;
+  if (Named<kVerbose>(__func__, queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  const unsigned int ret = yra_rules::With(
+      rw, queueType, AccessElement<kVerbose>{__func__, key, Access::kLook, ppBuffer});
+  if (ret == YRAFT_STATUS_SUCCESS) TRACE_VERBOSE("Get buffer is 0x%x.", TraceAddress(*ppBuffer));
+  return TRACE_RET(ret);
+}
+
+template <bool kVerbose>
+unsigned int YraRW_QueuePopFront(YraRW& rw, int queueType, int key, unsigned char** ppBuffer) {
+  TRACE_IN();
+  if (ppBuffer == nullptr) return TRACE_RET(NullArgument(__func__, "ppBuffer"));
+  if (Named<kVerbose>(__func__, queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  const unsigned int ret = yra_rules::With(
+      rw, queueType, AccessElement<kVerbose>{__func__, key, Access::kTake, ppBuffer});
+  if (ret == YRAFT_STATUS_SUCCESS) TRACE_VERBOSE("Get buffer is 0x%x.", TraceAddress(*ppBuffer));
+  return TRACE_RET(ret);
+}
+
+template <bool kVerbose>
+unsigned int YraRW_QueuePop(YraRW& rw, int queueType, int key) {
+  TRACE_IN();
+  if (Named<kVerbose>(__func__, queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+  return TRACE_RET(yra_rules::With(rw, queueType,
+                                   AccessElement<kVerbose>{__func__, key, Access::kDrop, nullptr}));
+}
+
 }  // namespace
 
 unsigned int YraRW::YraRW_QueueFront(int queueType, int key, unsigned char** ppBuffer) {
-  TRACE_IN();
-  if (ppBuffer == nullptr) return TRACE_RET(NullArgument("ppBuffer"));
-  *ppBuffer = nullptr;
-  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  const unsigned int ret =
-      yra_rules::With(*this, queueType, AccessElement{key, Access::kLook, ppBuffer});
-  if (ret == YRAFT_STATUS_SUCCESS) TRACE_VERBOSE("Get buffer is 0x%x.", TraceAddress(*ppBuffer));
-  return TRACE_RET(ret);
+  return TRACE_CALL(::YraRW_QueueFront, *this, queueType, key, ppBuffer);
 }
 
 unsigned int YraRW::YraRW_QueuePopFront(int queueType, int key, unsigned char** ppBuffer) {
-  TRACE_IN();
-  if (ppBuffer == nullptr) return TRACE_RET(NullArgument("ppBuffer"));
-  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  const unsigned int ret =
-      yra_rules::With(*this, queueType, AccessElement{key, Access::kTake, ppBuffer});
-  if (ret == YRAFT_STATUS_SUCCESS) TRACE_VERBOSE("Get buffer is 0x%x.", TraceAddress(*ppBuffer));
-  return TRACE_RET(ret);
+  return TRACE_CALL(::YraRW_QueuePopFront, *this, queueType, key, ppBuffer);
 }
 
 unsigned int YraRW::YraRW_QueuePop(int queueType, int key) {
-  TRACE_IN();
-  if (Named(queueType) == nullptr) return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  return TRACE_RET(yra_rules::With(*this, queueType, AccessElement{key, Access::kDrop, nullptr}));
+  return TRACE_CALL(::YraRW_QueuePop, *this, queueType, key);
 }
 
 bool YraRW::YraRW_QueueFind(int queueType, int key) {
   TRACE_IN();
   bool found = false;
-  if (Named(queueType) != nullptr) {
-    found = yra_rules::With(*this, queueType, [key](auto& container, unsigned int&, auto) {
-      if constexpr (yra_rules::kIsMap<decltype(container)>) {
-        const bool present = container.find(key) != container.end();
-        TRACE_VERBOSE("Key %d %s.", key, present ? "find" : "do not find");
-        return present;
-      } else {
-        TRACE_VERBOSE("Do not support.");
-        return false;
-      }
-    });
+  if (Named(__func__, queueType) != nullptr) {
+    found = yra_rules::With(*this, queueType,
+                            [key, kCaller = __func__](auto& container, unsigned int&, auto) {
+                              if constexpr (yra_rules::kIsMap<decltype(container)>) {
+                                const bool present = container.find(key) != container.end();
+                                TRACE_VERBOSE("Key %d %s.", key, present ? "find" : "do not find");
+                                return present;
+                              } else {
+                                TRACE_VERBOSE("Do not support.");
+                                return false;
+                              }
+                            });
   }
-  return TraceTruth(__func__, __LINE__, found);
+  return Truth(__func__, found);
 }

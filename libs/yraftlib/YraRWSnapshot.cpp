@@ -19,50 +19,70 @@ using yra_rules::Row;
 
 // A block under construction, and the first thing that went wrong with an item.
 struct Packer {
-  YRAFT_TLV_BLOCKS* pBlock;
-  unsigned int capacity;
+  const char* kCaller;
+  YRAFT_TLV_BLOCKS* pBlock = nullptr;
+  unsigned int capacity = 0;
   unsigned int used = sizeof(YRAFT_TLV_BLOCKS);
   unsigned int status = YRAFT_STATUS_SUCCESS;
+  // Somebody reads about single items; asked once, for all of them.
+  bool itemsAreRead = kvolog::Admits(KVO_CLASS_YRAFT, KVO_LOG_INFO);
 
-  // Reports an item as the functions that build and append one by one do.
-  void TraceItem(unsigned int cbSize) const;
   // Answers false, reported, for a payload that makes no item or has no room.
   bool Append(const Payload& payload);
+
+ private:
+  // Report what the functions of these names do for one item.
+  void Yraft_TlvItemAllocate(const Payload& payload) const;
+  void Yraft_TlvBlocksAddItem(unsigned int cbSize) const;
 };
 
-void Packer::TraceItem(unsigned int cbSize) const {
-  const auto size = static_cast<int>(cbSize);
+bool IsItem(const Payload& payload) { return payload.len != 0 && payload.len <= YRAFT_PAYLOAD_MAX; }
+
+void Packer::Yraft_TlvItemAllocate(const Payload& payload) const {
+  const auto len = static_cast<int>(payload.len);
+  const auto cbSize = len + static_cast<int>(sizeof(YRAFT_TLV_ITEM));
+  const bool made = IsItem(payload);
   YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] In.");
-  YRAFT_TRACE(KVO_LOG_INFO, "item attrs is invaild.(%d - %d)", 0, size);
-  YRAFT_TRACE(KVO_LOG_INFO, "End: cbSize=%d, Reserved=%u.", size, 0U);
-  YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] Out: Data=0x%x.",
-              TraceAddress(reinterpret_cast<unsigned char*>(pBlock) + used));
-  YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] In.");
-  YRAFT_TRACE(KVO_LOG_VERBOSE, "pktLen=%d, cbSize=%d, Reserved=%u.", static_cast<int>(used), size,
-              0U);
-  if (used + cbSize > capacity) {
-    YRAFT_TRACE(KVO_LOG_ERROR, "buffer space is too small.( (%d + %d) > %d )",
-                static_cast<int>(used), size, static_cast<int>(capacity));
+  if (made) {
+    YRAFT_TRACE(KVO_LOG_INFO, "item attrs is invaild.(%d - %d)", 0, cbSize);
+    YRAFT_TRACE(KVO_LOG_INFO, "End: cbSize=%d, Reserved=%u.", cbSize, 0U);
   } else {
-    YRAFT_TRACE(KVO_LOG_VERBOSE, "pktLen=%d, ListBlocks=%d, ListCount=%d.", static_cast<int>(used),
+    YRAFT_TRACE(KVO_LOG_ERROR, "pData (%p) or dataLen (%d) is invaild.", payload.pData, len);
+  }
+  YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] Out: Data=0x%x.",
+              made ? TraceAddress(reinterpret_cast<unsigned char*>(pBlock) + used) : 0U);
+}
+
+void Packer::Yraft_TlvBlocksAddItem(unsigned int cbSize) const {
+  const auto size = static_cast<int>(cbSize);
+  const auto pktLen = static_cast<int>(used);
+  const bool fits = used + cbSize <= capacity;
+  YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] In.");
+  YRAFT_TRACE(KVO_LOG_VERBOSE, "pktLen=%d, cbSize=%d, Reserved=%u.", pktLen, size, 0U);
+  if (fits) {
+    YRAFT_TRACE(KVO_LOG_VERBOSE, "pktLen=%d, ListBlocks=%d, ListCount=%d.", pktLen,
                 pBlock->ListBlocks, pBlock->ListCount);
+  } else {
+    YRAFT_TRACE(KVO_LOG_ERROR, "buffer space is too small.( (%d + %d) > %d )", pktLen, size,
+                static_cast<int>(capacity));
   }
   YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] Out: ret=0x%x.",
-              used + cbSize > capacity ? YRAFT_STATUS_BUFFER_TOO_SMALL : YRAFT_STATUS_SUCCESS);
+              fits ? YRAFT_STATUS_SUCCESS : YRAFT_STATUS_BUFFER_TOO_SMALL);
 }
 
 bool Packer::Append(const Payload& payload) {
   const unsigned int cbSize = payload.len + sizeof(YRAFT_TLV_ITEM);
-  if (payload.len == 0 || payload.len > YRAFT_PAYLOAD_MAX) {
-    YRAFT_TRACE(KVO_LOG_ERROR, "pData (%p) or dataLen (%d) is invaild.", payload.pData,
-                static_cast<int>(payload.len));
+  const bool made = IsItem(payload);
+  if (itemsAreRead || !made) Yraft_TlvItemAllocate(payload);
+  if (!made) {
     TRACE_ERROR("callback Yraft_TlvItemAllocate failed.");
     // A record that says it is empty is skipped; one too long for any item is an item lost.
     if (payload.len != 0 && status == YRAFT_STATUS_SUCCESS) status = YRAFT_STATUS_BUFFER_TOO_SMALL;
     return false;
   }
-  if (kvolog::Connected()) TraceItem(cbSize);
-  if (used + cbSize > capacity) {
+  const bool fits = used + cbSize <= capacity;
+  if (itemsAreRead || !fits) Yraft_TlvBlocksAddItem(cbSize);
+  if (!fits) {
     TRACE_ERROR("callback Yraft_TlvBlocksAddItem failed.(%d - 0x%x)", static_cast<int>(capacity),
                 YRAFT_STATUS_BUFFER_TOO_SMALL);
     if (status == YRAFT_STATUS_SUCCESS) status = YRAFT_STATUS_BUFFER_TOO_SMALL;
@@ -79,6 +99,7 @@ bool Packer::Append(const Payload& payload) {
 
 // Allocates the block for n elements of the container, or says why not.
 unsigned int Allocate(const Row& row, std::size_t n, unsigned int context, Packer& packer) {
+  const char* kCaller = packer.kCaller;
   const uint64_t carried = row.pointerRoom != 0 ? uint64_t{row.pointerRoom} * n : context;
   const uint64_t needed = sizeof(YRAFT_TLV_BLOCKS) + carried + uint64_t{row.roomPerItem} * n;
   const auto bufferLen = static_cast<unsigned int>(needed);
@@ -131,7 +152,7 @@ class AddressWriter {
 };
 
 // Addresses need no look at their elements, so a queue of them goes out piece by piece of its
-// memory, as long as nobody reads about single items.
+// memory.
 void PackAddresses(const YraContainers::Queue& queue, Packer& packer) {
   std::copy(queue.begin(), queue.end(),
             AddressWriter(reinterpret_cast<unsigned char*>(packer.pBlock) + packer.used));
@@ -140,27 +161,39 @@ void PackAddresses(const YraContainers::Queue& queue, Packer& packer) {
 }
 
 template <class Container, class Rule>
-void Walk(Rule, Container& container, Take take, Packer& packer) {
+void PackElements(Rule, Container& container, Take take, Packer& packer) {
   constexpr const Row& row = kRowOf<Rule>;
-  int visited = 0;
-  uint64_t total = 0;
-  if constexpr (row.pointerRoom != 0) {
-    if (!kvolog::Connected()) return PackAddresses(container, packer);
-  }
+  const bool elementsAreRead =
+      row.traceElement != nullptr && kvolog::Admits(kLayer.classId, KVO_LOG_VERBOSE);
+  int index = row.firstIndex;
   for (auto& node : container) {
     const Element& element = yra_rules::Of(node);
-    if (row.fileSize != nullptr) total += row.fileSize(element);
-    if (row.traceElement != nullptr && kvolog::Admits(kLayer.classId, KVO_LOG_VERBOSE)) {
-      row.traceElement(row.firstIndex + visited, &node, yra_rules::KeyOf(node), element);
-    }
+    if (row.fileSize != nullptr) packer.pBlock->FilesSize += row.fileSize(element);
+    if (elementsAreRead)
+      row.traceElement(packer.kCaller, index, &node, yra_rules::KeyOf(node), element);
     const bool packed = packer.Append(row.payload(element));
     if (take == Take::kRemove) Release(row, element, packed);
-    ++visited;
+    ++index;
   }
-  packer.pBlock->FilesSize = total;
+}
+
+template <class Container, class Rule>
+void Pack(Rule rule, Container& container, Take take, Packer& packer) {
+  const char* kCaller = packer.kCaller;
+  constexpr const Row& row = kRowOf<Rule>;
+  [[maybe_unused]] const auto visited = static_cast<int>(container.size());
+  if constexpr (row.pointerRoom != 0) {
+    if (packer.itemsAreRead) {
+      PackElements(rule, container, take, packer);
+    } else {
+      PackAddresses(container, packer);
+    }
+  } else {
+    PackElements(rule, container, take, packer);
+  }
   if (row.fileSize != nullptr) {
     TRACE_VERBOSE("Get %d files list and all file size is %u.", visited,
-                  static_cast<unsigned int>(total));
+                  static_cast<unsigned int>(packer.pBlock->FilesSize));
   } else {
     TRACE_VERBOSE("Get %d %s.", visited,
                   yra_rules::kIsMap<Container&> ? "UI thread map" : "files list");
@@ -168,7 +201,7 @@ void Walk(Rule, Container& container, Take take, Packer& packer) {
 }
 
 // How a snapshot reports the queue afterwards; only the queue of files does.
-void TraceAfterwards(const Row& row, Take take, [[maybe_unused]] std::size_t n) {
+void TraceAfterwards(const char* kCaller, const Row& row, Take take, std::size_t n) {
   if (row.fileSize == nullptr) return;
   if (take == Take::kRemove) {
     TRACE_VERBOSE("pop after, queue size=%d.", static_cast<int>(n));
@@ -178,7 +211,8 @@ void TraceAfterwards(const Row& row, Take take, [[maybe_unused]] std::size_t n) 
   }
 }
 
-unsigned int Snapshot(YraRW& rw, int queueType, Take take, unsigned char** ppBuffer) {
+unsigned int Snapshot(const char* kCaller, YraRW& rw, int queueType, Take take,
+                      unsigned char** ppBuffer) {
   if (ppBuffer == nullptr) {
     TRACE_ERROR("ppBuffer (%p) is null.", static_cast<void*>(ppBuffer));
     return YRAFT_STATUS_INVALID_PARAM;
@@ -191,15 +225,15 @@ unsigned int Snapshot(YraRW& rw, int queueType, Take take, unsigned char** ppBuf
     return YRAFT_STATUS_INVALID_PARAM;
   }
   return yra_rules::With(rw, queueType, [&](auto& container, unsigned int& context, auto rule) {
-    Packer packer{nullptr, 0};
+    Packer packer{kCaller};
     const unsigned int ret = Allocate(*row, container.size(), contextSize, packer);
     if (ret != YRAFT_STATUS_SUCCESS) return ret;
-    Walk(rule, container, take, packer);
+    Pack(rule, container, take, packer);
     if (take == Take::kRemove) {
       container.clear();
       context = 0;
     }
-    TraceAfterwards(*row, take, container.size());
+    TraceAfterwards(kCaller, *row, take, container.size());
     *ppBuffer = reinterpret_cast<unsigned char*>(packer.pBlock);
     TRACE_VERBOSE("Get buffer is 0x%x.", TraceAddress(*ppBuffer));
     return packer.status;
@@ -210,10 +244,10 @@ unsigned int Snapshot(YraRW& rw, int queueType, Take take, unsigned char** ppBuf
 
 unsigned int YraRW::YraRW_QueueGetAll(int queueType, unsigned char** ppBuffer) {
   TRACE_IN();
-  return TRACE_RET(Snapshot(*this, queueType, Take::kKeep, ppBuffer));
+  return TRACE_RET(Snapshot(__func__, *this, queueType, Take::kKeep, ppBuffer));
 }
 
 unsigned int YraRW::YraRW_QueueGetAllPop(int queueType, unsigned char** ppBuffer) {
   TRACE_IN();
-  return TRACE_RET(Snapshot(*this, queueType, Take::kRemove, ppBuffer));
+  return TRACE_RET(Snapshot(__func__, *this, queueType, Take::kRemove, ppBuffer));
 }

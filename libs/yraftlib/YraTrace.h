@@ -10,6 +10,7 @@
 #endif
 
 #include <cstdint>
+#include <utility>
 
 #include "common/libs/log/trace.h"
 
@@ -35,7 +36,32 @@ inline unsigned int TraceAddress(const void* p) {
 }
 inline const char* TraceBool(bool value) { return value ? "True" : "False"; }
 
-#define TRACE_AT(level, ...) KVO_TRACE(kLayer.classId, level, __VA_ARGS__)
+// Two names that a function may take for itself, as a parameter or a member:
+//
+// kVerbose  A function that runs for every buffer of a transfer is a template over it: one version
+//           is without the lines of level 1, and whether anyone reads those is asked once a call.
+// kCaller   A helper that reports for another function has that function's name in it.
+inline constexpr bool kVerbose = true;
+inline constexpr const char* kCaller = nullptr;
+
+// `return TRACE_CALL(Function, arguments…);` calls the version that the log wants now.
+#define TRACE_CALL(function, ...)                                                                \
+  (kvolog::Admits(kLayer.classId, KVO_LOG_VERBOSE) ? TraceVerbosely<function<true>>(__VA_ARGS__) \
+                                                   : function<false>(__VA_ARGS__))
+
+// Out of line, so that the road without lines needs no room for what they say.
+template <auto kFunction, class... Arguments>
+[[gnu::noinline, gnu::cold]] auto TraceVerbosely(Arguments&&... arguments) {
+  return kFunction(std::forward<Arguments>(arguments)...);
+}
+
+#define TRACE_AT(level, ...)                                                                 \
+  do {                                                                                       \
+    if ((kVerbose || (level) != KVO_LOG_VERBOSE) && kvolog::Admits(kLayer.classId, level)) { \
+      __KvoTrace(kLayer.classId, level, __FILE__, kCaller != nullptr ? kCaller : __func__,   \
+                 __LINE__, __VA_ARGS__);                                                     \
+    }                                                                                        \
+  } while (false)
 #define TRACE_VERBOSE(...) TRACE_AT(KVO_LOG_VERBOSE, __VA_ARGS__)
 #define TRACE_INFO(...) TRACE_AT(KVO_LOG_INFO, __VA_ARGS__)
 #define TRACE_WARNING(...) TRACE_AT(KVO_LOG_WARNING, __VA_ARGS__)
@@ -45,15 +71,16 @@ inline const char* TraceBool(bool value) { return value ? "True" : "False"; }
 #define TRACE_OUT() TRACE_VERBOSE("[%s] Out.", kLayer.tag)
 
 // `return TRACE_RET(status);` reports the way out and answers the status.
-#define TRACE_RET(status) TraceResult<kLayer.classId>(kLayer, __FILE__, __func__, __LINE__, status)
+#define TRACE_RET(status) \
+  TraceResult<kLayer.classId, kVerbose>(kLayer, __FILE__, __func__, __LINE__, status)
 
 #define TRACE_FAILED(operation, status) \
   TRACE_ERROR("callback %s failed.(0x%x)", operation, static_cast<unsigned int>(status))
 
-template <unsigned int kClassId>
+template <unsigned int kClassId, bool kReported>
 inline unsigned int TraceResult(const TraceLayer& layer, const char* file, const char* function,
                                 unsigned int line, unsigned int status) {
-  if (kvolog::Admits(kClassId, KVO_LOG_VERBOSE)) {
+  if (kReported && kvolog::Admits(kClassId, KVO_LOG_VERBOSE)) {
     __KvoTrace(kClassId, KVO_LOG_VERBOSE, file, function, line, "[%s] Out: %s0x%x.", layer.tag,
                layer.result, status);
   }
