@@ -2,16 +2,20 @@
 // long life and without memory.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
 #include <random>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "YraRW.h"
 #include "store_model.h"
 #include "support/allocation.h"
+#include "support/log_service.h"
 #include "yrafiletransfer.h"
 
 namespace {
@@ -70,6 +74,38 @@ class Filled {
   std::string released;
 };
 
+// A log service that gets every line of the store.
+class Log {
+ public:
+  Log() {
+    EXPECT_EQ(KvoLogInit(), 1);
+    EXPECT_TRUE(m_service.Accept());
+    EXPECT_EQ(KvoLogSetCurrentLevel(KVO_CLASS_YRAFT, KVO_LOG_VERBOSE), 1);
+    Lines();  // the registration
+  }
+  ~Log() { KvoLogShutdown(); }
+
+  // The lines since the last time.
+  std::vector<Line> Lines() {
+    std::vector<Line> lines;
+    const std::string bytes = m_service.Waiting();
+    for (std::size_t at = 0; at < bytes.size();) {
+      KvoLogRecordHead head;
+      memcpy(&head, bytes.data() + at, sizeof(head));
+      const std::size_t size = sizeof(head) + head.length;
+      if (head.type == KVO_LOG_RECORD_TRACE) {
+        Line& line = lines.emplace_back(bytes.substr(at, size));
+        line.text.pop_back();  // the NUL
+      }
+      at += size;
+    }
+    return lines;
+  }
+
+ private:
+  LogService m_service;
+};
+
 // ---- Every operation in every situation --------------------------------------------------------
 
 constexpr uintptr_t kUntouched = 0x5A5A;
@@ -110,6 +146,7 @@ struct Operation {
   bool clearsOut;  // a failed call leaves null or 0 in the out-parameter; else what was there
   Moves moves;
   const char* releases;  // the types whose leaving elements are released
+  bool answersTruth = false;
 };
 
 // clang-format off
@@ -125,21 +162,21 @@ const Operation kOperations[] = {
     {"YraftRWPop", [](Arguments& w) { return YraftRWPop(w.store, w.type, w.key); },
      70, kNone, 70, 0, 0, 0, 0, kNoOut, false, kFront, "4"},
     {"YraftRWFind", [](Arguments& w) { return unsigned{YraftRWFind(w.store, w.type, w.key)}; },
-     kFalse, kNone, kFalse, kFalse, kFalse, kTrue, kFalse, kNoOut, false, kNothing, ""},
+     kFalse, kNone, kFalse, kFalse, kFalse, kTrue, kFalse, kNoOut, false, kNothing, "", true},
     {"YraftRWSize", [](Arguments& w) { return w.WithNumber<int>([&](int* n) { return YraftRWSize(w.store, w.type, n); }); },
      70, 70, 70, 0, 0, 0, 0, kSize, true, kNothing, ""},
     {"YraftRWEmpty", [](Arguments& w) { return unsigned{YraftRWEmpty(w.store, w.type)}; },
-     kTrue, kNone, kTrue, kTrue, kFalse, kFalse, kFalse, kNoOut, false, kNothing, ""},
+     kTrue, kNone, kTrue, kTrue, kFalse, kFalse, kFalse, kNoOut, false, kNothing, "", true},
     {"YraftRWClear", [](Arguments& w) { return YraftRWClear(w.store, w.type); },
      70, kNone, 70, 0, 0, 0, 0, kNoOut, false, kEverything, "12345"},
     {"YraftRWReset", [](Arguments& w) { return YraftRWReset(w.store); },
-     70, kNone, 0, 0, 0, 0, 0, kNoOut, false, kEverything, "12345"},
+     70, kNone, kNone, 0, 0, 0, 0, kNoOut, false, kEverything, "12345"},
     {"YraftRWContextSize", [](Arguments& w) { return w.WithNumber<unsigned>([&](unsigned* n) { return YraftRWContextSize(w.store, w.type, n); }); },
      70, 70, 70, 0, 0, 0, 0, kContext, true, kNothing, ""},
     {"YraftRWGetAll", [](Arguments& w) { return YraftRWGetAll(w.store, w.type, w.Data()); },
      70, 70, 70, 0, 0, 0, 0, kBlock, true, kNothing, ""},
     {"YraRW_QueueTypeCheck", [](Arguments& w) { return unsigned{w.store->YraRW_QueueTypeCheck(w.type)}; },
-     kNone, kNone, kFalse, kTrue, kTrue, kTrue, kTrue, kNoOut, false, kNothing, ""},
+     kNone, kNone, kNone, kTrue, kTrue, kTrue, kTrue, kNoOut, false, kNothing, "", true},
     {"YraRW_QueueFront", [](Arguments& w) { return w.store->YraRW_QueueFront(w.type, w.key, w.Data()); },
      kNone, 70, 70, 19, 0, 0, 19, kElement, true, kNothing, ""},
     {"YraRW_QueuePopFront", [](Arguments& w) { return w.store->YraRW_QueuePopFront(w.type, w.key, w.Data()); },
@@ -155,9 +192,37 @@ const Operation kOperations[] = {
 };
 // clang-format on
 
+// Holds what the log got of a call against what the call answered: its first and its last line, and
+// whether there is a complaint. The C functions complain of null arguments at a level of their own.
+void CompareLines(const std::vector<Line>& lines, const Operation& operation, bool nullArgument,
+                  bool unknownType, unsigned int answer) {
+  const std::string name(operation.name, strcspn(operation.name, " "));
+  const bool exported = name.starts_with("Yraft");
+  const std::string layer = name + (exported ? ": [YRAFT_LIB_UI] " : ": [YRAFT_LIB_RW] ");
+  const bool spaced = exported && name != "YraftRWFind";
+  std::ostringstream out;
+  out << layer << "Out: ret" << (spaced ? " = " : "=");
+  if (operation.answersTruth) {
+    out << (answer != 0 ? "True." : "False.");
+  } else {
+    out << "0x" << std::hex << answer << '.';
+  }
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ(lines.front().text, layer + "In.");
+  EXPECT_EQ(lines.back().text, out.str());
+  const auto any = [&](int level, const char* what) {
+    return std::any_of(lines.begin(), lines.end(), [&](const Line& line) {
+      return line.head.level == level && line.text.find(what) != std::string::npos;
+    });
+  };
+  const bool itsOwnComplaint = exported && nullArgument;
+  EXPECT_EQ(any(KVO_LOG_INFO, " is NULL."), itsOwnComplaint);
+  EXPECT_EQ(any(KVO_LOG_ERROR, ""), (answer > kTrue || unknownType) && !itsOwnComplaint);
+}
+
 // Calls an operation on a store with `count` elements of a type.
 void Try(const Operation& operation, int type, int count, int key, bool nullStore, bool null,
-         unsigned int expected) {
+         unsigned int expected, Log* log) {
   if (expected == kNone) return;
   SCOPED_TRACE(testing::Message() << operation.name << ", type " << type << ", " << count
                                   << " elements, key " << key << (nullStore ? ", no store" : "")
@@ -165,7 +230,12 @@ void Try(const Operation& operation, int type, int count, int key, bool nullStor
   const bool known = type >= 1 && type <= 7;
   Filled filled(known ? type : 1, count);
   Arguments with{nullStore ? nullptr : filled.store, type, key, filled.New(), null};
+  if (log != nullptr) log->Lines();
   ASSERT_EQ(filled.Watch([&] { return operation.call(with); }), expected);
+  if (log != nullptr) {
+    const bool nullOut = null && operation.out != kNoOut;
+    CompareLines(log->Lines(), operation, nullStore || nullOut, !known, expected);
+  }
 
   const bool failed = expected > kTrue;
   const bool absent = type == YRAFT_MAP_UITHREAD && (key - 3) / 2 >= count;
@@ -198,20 +268,92 @@ void Try(const Operation& operation, int type, int count, int key, bool nullStor
   }
 }
 
-TEST(Store, AnswersAndLeavesWhatEveryOperationDocuments) {
+void TryEverything(Log* log) {
   for (const Operation& operation : kOperations) {
     for (const int type : kUnknownTypes) {
-      Try(operation, type, 3, 3, false, false, operation.unknown);
+      Try(operation, type, 3, 3, false, false, operation.unknown, log);
     }
     for (const int type : kTypes) {
       const bool map = type == YRAFT_MAP_UITHREAD;
-      Try(operation, type, 3, 3, true, false, operation.nullStore);
-      Try(operation, type, 3, 3, false, true, operation.nullArgument);
-      Try(operation, type, 0, 3, false, false, operation.empty);
-      Try(operation, type, 3, 3, false, false, map ? operation.keyHeld : operation.filled);
-      if (map) Try(operation, type, 3, 9, false, false, operation.keyLacked);
+      Try(operation, type, 3, 3, true, false, operation.nullStore, log);
+      Try(operation, type, 3, 3, false, true, operation.nullArgument, log);
+      Try(operation, type, 0, 3, false, false, operation.empty, log);
+      Try(operation, type, 3, 3, false, false, map ? operation.keyHeld : operation.filled, log);
+      if (map) Try(operation, type, 3, 9, false, false, operation.keyLacked, log);
     }
   }
+}
+
+TEST(Store, AnswersAndLeavesWhatEveryOperationDocuments) { TryEverything(nullptr); }
+
+TEST(Store, TellsTheLogWhatItAnswers) {
+  Log log;
+  TryEverything(&log);
+}
+
+// Class, level and text of each line; addresses are told by their low half.
+constexpr char kSteps[] = R"(177 1 YraftRWPush: [YRAFT_LIB_UI] In.
+177 1 YraftRWPush: Push: queueType=6, key=0, pData=ADDRESS, dataLen=50.
+187 1 YraRW_QueuePush: [YRAFT_LIB_RW] In.
+187 1 YraRW_QueuePush: queue type: 6 (FileInfo List) <ADDRESS - 50>
+187 1 YraRW_QueuePush: length=50, file length=6, name[a name].
+187 1 YraRW_QueuePush: [YRAFT_LIB_RW] Out: ret=0x0.
+177 1 YraftRWPush: [YRAFT_LIB_UI] Out: ret = 0x0.
+177 1 YraftRWPop: [YRAFT_LIB_UI] In.
+177 1 YraftRWPop: Pop: queueType=7, key9.
+187 1 YraRW_QueuePop: [YRAFT_LIB_RW] In.
+187 1 YraRW_QueuePop: queue type: 7 (UiThread Map)
+187 1 YraRW_QueuePop: Key 9 do not find.
+187 1 YraRW_QueuePop: [YRAFT_LIB_RW] Out: ret=0x0.
+177 1 YraftRWPop: [YRAFT_LIB_UI] Out: ret = 0x0.
+177 1 YraftRWGetAll: [YRAFT_LIB_UI] In.
+177 1 YraftRWGetAll: Pop: queueType=6.
+187 1 YraRW_QueueGetAll: [YRAFT_LIB_RW] In.
+187 1 YraRW_QueueGetAll: queue type: 6 (FileInfo List)
+187 1 YraRW_QueueContextSize: [YRAFT_LIB_RW] In.
+187 1 YraRW_QueueContextSize: queue type: 6 (FileInfo List)
+187 1 YraRW_QueueContextSize: Get context size is 7.
+187 1 YraRW_QueueContextSize: [YRAFT_LIB_RW] Out: ret=0x0.
+187 1 YraRW_QueueGetAll: list size=1.
+187 1 YraRW_QueueGetAll: bufferLen=51, size=1, contextSize=7.
+175 1 Yraft_TlvBlocksAllocate: [YRAFT] In.
+175 1 Yraft_TlvBlocksAllocate: [YRAFT] Out: ret=0x0.
+187 1 YraRW_QueueGetAll: [1]: iter=ADDRESS, *iter=ADDRESS.
+187 1 YraRW_QueueGetAll: [1]: file context=0, size=0, length=6, name[a name].
+175 1 Yraft_TlvItemAllocate: [YRAFT] In.
+175 2 Yraft_TlvItemAllocate: item attrs is invaild.(0 - 39)
+175 2 Yraft_TlvItemAllocate: End: cbSize=39, Reserved=0.
+175 1 Yraft_TlvItemAllocate: [YRAFT] Out: Data=ADDRESS.
+175 1 Yraft_TlvBlocksAddItem: [YRAFT] In.
+175 1 Yraft_TlvBlocksAddItem: pktLen=12, cbSize=39, Reserved=0.
+175 1 Yraft_TlvBlocksAddItem: pktLen=12, ListBlocks=12, ListCount=0.
+175 1 Yraft_TlvBlocksAddItem: [YRAFT] Out: ret=0x0.
+187 1 YraRW_QueueGetAll: Get 1 files list.
+187 1 YraRW_QueueGetAll: Get buffer is ADDRESS.
+187 1 YraRW_QueueGetAll: [YRAFT_LIB_RW] Out: ret=0x0.
+177 1 YraftRWGetAll: [YRAFT_LIB_UI] Out: ret = 0x0.
+187 1 YraRW_QueueIsEmpty: [YRAFT_LIB_RW] In.
+187 1 YraRW_QueueIsEmpty: queue type: 9 (Unknown)
+187 4 YraRW_QueueIsEmpty: queue type is unknown.(9)
+187 1 YraRW_QueueIsEmpty: [YRAFT_LIB_RW] Out: ret=1.
+)";
+
+TEST(Store, TellsTheLogEveryStep) {
+  Filled filled(YRAFT_QUEUE_BUFFER, 0);
+  unsigned char* element = filled.New();
+  unsigned char* data = nullptr;
+  Log log;
+  YraftRWPush(filled.store, YRAFT_LIST_FILEINFO, 0, element, kLength);
+  YraftRWPop(filled.store, YRAFT_MAP_UITHREAD, 9);
+  YraftRWGetAll(filled.store, YRAFT_LIST_FILEINFO, &data);
+  free(data);
+  filled.store->YraRW_QueueIsEmpty(9);
+  std::string text;
+  for (const Line& line : log.Lines()) {
+    text += std::to_string(line.head.classId) + ' ' + std::to_string(line.head.level) + ' ' +
+            std::regex_replace(line.text, std::regex("0[xX][0-9a-fA-F]{4,}"), "ADDRESS") + '\n';
+  }
+  EXPECT_EQ(text, kSteps);
 }
 
 TEST(Store, IsCreatedAndDestroyedByItsHandle) {

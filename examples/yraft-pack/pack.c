@@ -28,20 +28,21 @@ static void PrintName(const char* name) {
   putchar('\n');
 }
 
-/* Walks the items of a block, which lie back to back behind its header. */
-static Tally ReadBlock(const YRAFT_TLV_BLOCKS* block, bool print) {
-  const unsigned char* at = (const unsigned char*)block + block->ListBlocks;
+/* Answers what the items of a block say; one item less for each that is no file record. */
+static Tally ReadBlock(const YRAFT_TLV_BLOCKS* block, size_t length, bool print) {
   Tally tally = {0, 0};
-  for (int i = 0; i < block->ListCount; ++i) {
-    const YRAFT_TLV_ITEM* item = (const YRAFT_TLV_ITEM*)at;
-    const YRAFT_FILEINFO_ITEM* file = (const YRAFT_FILEINFO_ITEM*)YRAFT_TLV_PAYLOAD(item);
+  YRAFT_TLV_WALK walk;
+  const YRAFT_TLV_ITEM* item;
+  Yraft_TlvBlocksWalk(&walk, block, length);
+  while ((item = Yraft_TlvBlocksNext(&walk)) != NULL) {
+    const YRAFT_FILEINFO_ITEM* file = Yraft_TlvItemFileInfo(item);
+    if (file == NULL) continue;
     ++tally.files;
     tally.bytes += file->fileSize;
     if (print) {
       printf("%12" PRIu64 "  ", file->fileSize);
       PrintName(YRAFT_FILEINFO_NAME(file));
     }
-    at += item->cbSize;
   }
   return tally;
 }
@@ -55,8 +56,8 @@ static unsigned int TakeBlock(Packer* packer) {
   if (result == YRAFT_STATUS_SUCCESS) {
     YRAFT_TLV_BLOCKS* block = (YRAFT_TLV_BLOCKS*)data;
     unsigned short size = 0;
-    const Tally tally = ReadBlock(block, packer->printsItems);
     Yraft_TlvBlocksGetSize(block, &size);
+    const Tally tally = ReadBlock(block, size, packer->printsItems);
     ++packer->blocks;
     packer->packed.files += tally.files;
     packer->packed.bytes += tally.bytes;
