@@ -162,7 +162,7 @@ unsigned int KvoLogGetRolloverCount(void);
 
 /* ---- Files and records --------------------------------------------------------------------------
  *
- * For a log service and for tools. Host byte order; packed.
+ * For a log service and for tools. Host byte order; the records are packed.
  */
 
 #define KVO_LOG_CONFIG_PATH "/var/qmz/.kvolog"  /* a KvoLogConfig */
@@ -179,8 +179,7 @@ unsigned int KvoLogGetRolloverCount(void);
 #define KVO_LOG_IDENTITY_SIZE 32 /* bytes of an identity, its NUL included */
 #define KVO_LOG_TEXT_SIZE 8192   /* bytes of a line, its NUL included */
 
-#pragma pack(push, 1)
-
+/* Its words are aligned: every process reads and writes them whole. */
 typedef struct KvoLogConfig {
   uint32_t flags;
   uint32_t levels[KVO_LOG_CLASSES];
@@ -189,6 +188,8 @@ typedef struct KvoLogConfig {
   uint32_t rolloverCount;
   uint32_t magic; /* KVO_LOG_CONFIG_MAGIC once the file has been initialised */
 } KvoLogConfig;
+
+#pragma pack(push, 1)
 
 /* What every record on the stream starts with. */
 typedef struct KvoLogRecordHead {
