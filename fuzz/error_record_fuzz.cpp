@@ -1,9 +1,11 @@
 // Error records with any lengths and texts: adopted or refused, traced with their texts, released.
+#include "YraWinUI.h"
+// After the trace vocabulary.
+#include <glib.h>
+
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-
-#include "YraWinUI.h"
 
 namespace {
 
@@ -34,6 +36,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (record->cbSize >= kEmpty || texts > size) record->cbSize = static_cast<uint16_t>(size);
   YraWinUI winUI;
   const unsigned int ret = winUI.YraErrorMessageDiagCreate(record);
+  while (g_source_remove_by_user_data(&winUI)) {  // there is no loop that would show it
+  }
   if ((ret == YRAFT_STATUS_SUCCESS) != (texts <= size)) std::abort();
   return 0;
 }
