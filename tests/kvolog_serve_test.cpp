@@ -257,6 +257,7 @@ TEST_F(Serve, TellsAServiceManagerWhenItListens) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::strcpy(address.sun_path, "/var/qmz/notify");
+  fs::remove(address.sun_path);
   ASSERT_EQ(bind(manager.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
   const Served service([] { setenv("NOTIFY_SOCKET", "/var/qmz/notify", 1); });
   char state[32] = "";
