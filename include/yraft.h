@@ -253,6 +253,8 @@ YRAFT_ASSERT(offsetof(YRAFT_TLV_ITEM, reserved2) == 4);
 /* ---- Functions ---------------------------------------------------------------------------------
  */
 
+/* NOLINTBEGIN(modernize-use-nullptr): C has none */
+
 /* Allocates an empty block.
  *
  * ppTlvBlocks  receives the block, which the caller releases with free(); NULL on failure
@@ -513,6 +515,8 @@ static inline const YRAFT_FILEINFO_ITEM* Yraft_TlvItemFileInfo(const YRAFT_TLV_I
   if (memchr(pName, '\0', pFileInfo->nameLen + 1U) != pName + pFileInfo->nameLen) return NULL;
   return pFileInfo;
 }
+
+/* NOLINTEND(modernize-use-nullptr) */
 
 #ifdef __cplusplus
 }

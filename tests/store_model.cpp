@@ -15,6 +15,8 @@ namespace {
 // Few enough to meet again, and those at the edges of what the map takes.
 constexpr int kKeys[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, -1, 65535, 65536, 65536 + 3, INT_MIN, INT_MAX};
 
+constexpr uint8_t kMaxLie = 16;
+
 bool Known(int type) { return type >= 1 && type <= StoreModel::kTypes; }
 bool IsFileInfo(int type) { return type == YRAFT_QUEUE_FILEINFO || type == YRAFT_LIST_FILEINFO; }
 bool IsBuffers(int type) { return type <= YRAFT_QUEUE_WRITE; }
@@ -77,12 +79,16 @@ unsigned char* StoreModel::NewElement(const Step& step) {
   const int nameLen = std::clamp<int>(step.length, sizeof(YRAFT_FILES_UI), YRAFT_NAME_MAX);
   ++m_serial;
   auto* item = Yraft_FileInfoItemAllocate(name.data(), nameLen, m_serial, m_serial);
-  if (step.lie == 1) item->cbSize = 0;
-  if (step.lie == 2) {
-    item = static_cast<YRAFT_FILEINFO_ITEM*>(realloc(item, UINT16_MAX));
-    memset(reinterpret_cast<char*>(item) + item->cbSize, 0, UINT16_MAX - item->cbSize);
-    item->cbSize = UINT16_MAX;
+  if (step.lie == 0 || step.lie > kMaxLie) return reinterpret_cast<unsigned char*>(item);
+  const int told = step.lie == 1   ? 0
+                   : step.lie == 2 ? UINT16_MAX
+                                   : std::min<int>(item->cbSize + step.lie, UINT16_MAX);
+  if (told > item->cbSize) {
+    item = static_cast<YRAFT_FILEINFO_ITEM*>(realloc(item, static_cast<std::size_t>(told)));
+    memset(reinterpret_cast<char*>(item) + item->cbSize, 0,
+           static_cast<std::size_t>(told - item->cbSize));
   }
+  item->cbSize = static_cast<uint16_t>(told);
   return reinterpret_cast<unsigned char*>(item);
 }
 
@@ -101,12 +107,10 @@ void StoreModel::Push(int type, int key, const Step& step) {
   m_failures += watch.Failed() ? 1 : 0;
   const bool isMap = type == YRAFT_MAP_UITHREAD;
   unsigned int expected = 0;
-  if (step.length == 0 || !Known(type)) {
+  if (step.length == 0 || !Known(type) || (isMap && (key < 0 || key > UINT16_MAX))) {
     expected = 70;
   } else if (isMap && Find(type, key) != m_elements[type].end()) {
     expected = 104;
-  } else if (isMap && (key < 0 || key > UINT16_MAX)) {
-    expected = 70;
   } else if (watch.Failed()) {
     expected = 86;
   }

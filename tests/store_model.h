@@ -28,7 +28,8 @@ class StoreModel {
     uint8_t operation;  // an Operation, counted around
     uint8_t type;       // 1 to 7 and, counted around, the unknown 0 and 8
     uint8_t key;        // an index into the keys that the model knows, counted around
-    uint8_t lie;        // a pushed record says: 1 nothing, 2 everything, else the truth of its size
+    uint8_t lie;        // in a pushed record's size: 1 empty, 2 as large as can be, up to 16 that
+                        // many bytes too many; else it says the truth
     uint8_t failing;    // which allocation of the call finds no memory; 0: none
     uint16_t length;    // of a pushed element, and of its name
   };

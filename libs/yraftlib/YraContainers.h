@@ -35,9 +35,9 @@ struct Row {
   int type;
   const char* name;
   const char* countWord;  // what a snapshot counts
-  // An element's share of the context size. Null: the same for each, and no counter is needed.
+  // An element's share of the context size: what is said of it, or the same for each.
   unsigned int (*weight)(const unsigned char* pData, unsigned int len);
-  unsigned int sameWeight;
+  unsigned int sameWeight;  // 0: see `weight`
   Payload (*payload)(const Element& element);
   void (*traceElement)(const char* caller, int index, const void* pNode, int key,
                        const Element& element);

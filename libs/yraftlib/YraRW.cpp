@@ -77,7 +77,7 @@ struct PushElement {
   unsigned int operator()(Sequence& sequence, unsigned int& context, Rule) const {
     constexpr const Row& row = kRowOf<Rule>;
     unsigned int weight = 0;
-    if constexpr (row.weight != nullptr) weight = row.weight(pData, len);
+    if constexpr (row.sameWeight == 0) weight = row.weight(pData, len);
     sequence.emplace_back(pData, weight);
     if constexpr (row.named) {
       TRACE_VERBOSE("length=%u, file length=%u, name[%s].", len,
@@ -303,6 +303,24 @@ struct AccessElement {
   }
 };
 
+struct FindKey {
+  const char* kCaller;
+  int key;
+
+  template <class Sequence, class Rule>
+  bool operator()(Sequence&, unsigned int&, Rule) const {
+    TRACE_VERBOSE("Do not support.");
+    return false;
+  }
+
+  template <class Rule>
+  bool operator()(Map& map, unsigned int&, Rule) const {
+    const bool present = map.find(key) != map.end();
+    TRACE_VERBOSE("Key %d %s.", key, present ? "find" : "do not find");
+    return present;
+  }
+};
+
 template <bool kVerbose>
 unsigned int YraRW_QueueFront(YraRW& rw, int queueType, int key, unsigned char** ppBuffer) {
   TRACE_IN();
@@ -350,19 +368,6 @@ unsigned int YraRW::YraRW_QueuePop(int queueType, int key) {
 
 bool YraRW::YraRW_QueueFind(int queueType, int key) {
   TRACE_IN();
-  bool found = false;
-  if (Named(__func__, queueType) != nullptr) {
-    found = yra_rules::With(*this, queueType,
-                            [key, kCaller = __func__](auto& container, unsigned int&, auto) {
-                              if constexpr (yra_rules::kIsMap<decltype(container)>) {
-                                const bool present = container.find(key) != container.end();
-                                TRACE_VERBOSE("Key %d %s.", key, present ? "find" : "do not find");
-                                return present;
-                              } else {
-                                TRACE_VERBOSE("Do not support.");
-                                return false;
-                              }
-                            });
-  }
-  return Truth(__func__, found);
+  if (Named(__func__, queueType) == nullptr) return Truth(__func__, false);
+  return Truth(__func__, yra_rules::With(*this, queueType, FindKey{__func__, key}));
 }

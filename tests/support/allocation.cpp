@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <new>
 
 namespace {
 thread_local AllocationWatch* g_watch = nullptr;
+thread_local void* g_released[8192];  // since the watch began
 
 bool Refused() { return g_watch != nullptr && !g_watch->Allocate(); }
 void Released(void* memory) {
@@ -27,12 +29,12 @@ bool AllocationWatch::Allocate() {
 
 void AllocationWatch::Release(void* memory) {
   --m_balance;
-  if (m_released == kRemembered) abort();
-  m_memory[m_released++] = memory;
+  if (m_released == std::size(g_released)) abort();
+  g_released[m_released++] = memory;
 }
 
 int AllocationWatch::Releases(const void* memory) const {
-  return static_cast<int>(std::count(m_memory, m_memory + m_released, memory));
+  return static_cast<int>(std::count(g_released, g_released + m_released, memory));
 }
 
 // The linker's names: __wrap_ takes the calls, __real_ is what they were for. The operators new and

@@ -15,7 +15,7 @@ class AllocationWatch {
   AllocationWatch(const AllocationWatch&) = delete;
   AllocationWatch& operator=(const AllocationWatch&) = delete;
 
-  // Watches no longer; what was seen stays.
+  // Watches no longer; what was seen stays until the next watch begins.
   void End();
 
   // The chosen allocation was asked for.
@@ -30,12 +30,10 @@ class AllocationWatch {
   void Release(void* memory);
 
  private:
-  static constexpr std::size_t kRemembered = 8192;
   int m_countdown;
   bool m_failed = false;
   long m_balance = 0;
   std::size_t m_released = 0;
-  void* m_memory[kRemembered];
 };
 
 // Runs a call whose nth allocation (from 1) finds no memory.
