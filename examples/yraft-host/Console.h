@@ -1,16 +1,29 @@
-// What the program says: a line a file and a progress line on standard output, complaints on
-// standard error. Only the channel thread speaks.
+// What the program says: results and a progress line on standard output, complaints on standard
+// error. Only the channel thread speaks.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
+
+// The texts of a display that cannot be opened, the same for every command.
+inline constexpr char kNoDisplay[] = "no display: the dialogs cannot be shown (is DISPLAY set?)";
+
+struct ProgressFigures {
+  std::size_t number;  // of the file, from 1
+  std::size_t count;
+  std::string name;
+  std::uint64_t offset;  // bytes
+  std::uint64_t size;
+  bool paused;
+};
 
 class Console {
  public:
   Console();
 
   // Rewrites the progress line; does nothing where standard output is no terminal.
-  void Progress(const std::string& name, std::uint64_t offset, std::uint64_t size, bool paused);
+  void ShowProgress(const ProgressFigures& figures);
 
   // A finished line. Both remove the progress line first and are shown at once.
   void Say(const std::string& line);
@@ -19,7 +32,7 @@ class Console {
  private:
   void EraseProgress();
 
-  const bool m_terminal;
+  const bool m_terminal;  // one that understands more than line feeds
   bool m_progressShown = false;
 };
 

@@ -1,226 +1,15 @@
-#include "Download.h"
-
-#include <fcntl.h>
-
-#include <algorithm>
-#include <cerrno>
-#include <chrono>
+// The download: the user chooses files, each is copied into a folder, the progress window follows.
 #include <cstring>
-#include <optional>
-#include <utility>
-#include <vector>
+#include <string>
 
-#include "ChosenFiles.h"
+#include "Choice.h"
+#include "Command.h"
 #include "Console.h"
 #include "FileCopy.h"
 #include "Session.h"
-#include "kvolocalise.h"
+#include "Transfer.h"
 
 namespace {
-
-using Clock = std::chrono::steady_clock;
-using std::chrono::milliseconds;
-
-constexpr std::size_t kBlockSize = 256 * 1024;
-constexpr auto kRefreshInterval = milliseconds(50);
-constexpr std::uint64_t kBlocksPerSecond = 20;  // of a limited rate, so that the bar moves evenly
-
-std::string BaseName(const std::string& path) {
-  return path.substr(path.rfind('/') + 1);  // npos + 1 is 0
-}
-
-// What the progress window is told of a file, in its 32 bits: a large file's figures are scaled.
-// A file under way stays below its size, since reaching it makes the window go.
-struct Figures {
-  std::uint32_t offset;
-  std::uint32_t size;
-};
-
-Figures Scaled(std::uint64_t offset, std::uint64_t size) {
-  while (size > UINT32_MAX) {
-    size >>= 1;
-    offset >>= 1;
-  }
-  if (size > 0) offset = std::min(offset, size - 1);
-  return {static_cast<std::uint32_t>(offset), static_cast<std::uint32_t>(size)};
-}
-
-// Lets a byte count pass at a limited rate. Time in which nothing was to be done is not made up.
-class Throttle {
- public:
-  explicit Throttle(std::uint64_t rate) : m_rate(rate) {}
-
-  // How long to wait until `moved` more bytes may count as done.
-  milliseconds Delay(std::size_t moved) {
-    if (m_rate == 0 || moved == 0) return milliseconds(0);
-    const auto cost = std::chrono::duration_cast<Clock::duration>(
-        std::chrono::duration<double>(static_cast<double>(moved) / static_cast<double>(m_rate)));
-    const auto now = Clock::now();
-    m_due = std::max(m_due, now - milliseconds(100)) + cost;
-    return std::chrono::ceil<milliseconds>(std::max(m_due - now, Clock::duration::zero()));
-  }
-
-  std::size_t BlockSize() const {
-    if (m_rate == 0) return kBlockSize;
-    return std::clamp<std::uint64_t>(m_rate / kBlocksPerSecond, 1, kBlockSize);
-  }
-
- private:
-  const std::uint64_t m_rate;
-  Clock::time_point m_due = Clock::now();
-};
-
-// The transfer of one choice. Lives in the channel thread; what the user presses is looked at
-// between two blocks.
-class Transfer {
- public:
-  Transfer(Session& session, Console& console, int folder, std::uint64_t rate)
-      : m_session(session), m_console(console), m_folder(folder), m_throttle(rate) {}
-
-  ExitStatus Run(const std::vector<std::string>& paths);
-
- private:
-  bool Receive(const std::string& path);
-  bool BlockDone(std::uint64_t offset, std::size_t moved);
-  void Begin(const std::string& name, std::uint64_t size);
-  void Refresh();
-  void Report(int evtType);
-  void Handle(const Event& event);
-  void HandleFor(milliseconds time);
-  void WaitWhilePaused();
-
-  Session& m_session;
-  Console& m_console;
-  const int m_folder;
-  Throttle m_throttle;
-
-  bool m_paused = false;
-  bool m_cancelled = false;
-  bool m_windowGone = false;
-
-  unsigned int m_filesNum = 0;
-  unsigned int m_fileContext = 0;
-  std::string m_name;
-  std::uint64_t m_offset = 0;
-  std::uint64_t m_size = 0;
-  Clock::time_point m_refreshed;
-};
-
-ExitStatus Transfer::Run(const std::vector<std::string>& paths) {
-  m_filesNum = static_cast<unsigned int>(paths.size());
-  std::size_t arrived = 0;
-  for (m_fileContext = 0; m_fileContext < m_filesNum && !m_cancelled; ++m_fileContext) {
-    if (Receive(paths[m_fileContext])) ++arrived;
-  }
-  Report(YRAFT_PROGRESS_CLOSE);
-  if (arrived == paths.size()) return kExitWhole;
-  m_console.Complain((m_cancelled ? "cancelled; " : "") + std::to_string(arrived) + " of " +
-                     std::to_string(paths.size()) + " files arrived");
-  return kExitIncomplete;
-}
-
-bool Transfer::Receive(const std::string& path) {
-  std::string why;
-  const std::optional<Source> source = OpenSource(path, why);
-  if (!source) {
-    m_console.Complain(Printable(path) + ": " + why);
-    return false;
-  }
-  // A pause pressed while the file before was being finished holds as any other.
-  HandleFor(milliseconds(0));
-  WaitWhilePaused();
-  if (m_cancelled) return false;
-
-  Begin(BaseName(path), source->size);
-  const CopyResult result = CopyInto(
-      m_folder, m_name, *source, m_throttle.BlockSize(),
-      [this](std::uint64_t offset, std::size_t moved) { return BlockDone(offset, moved); });
-  if (result.outcome == CopyResult::Outcome::kFailed) {
-    m_console.Complain(Printable(path) + ": " + result.detail);
-  }
-  if (result.outcome != CopyResult::Outcome::kWhole) return false;
-  std::string line = Printable(m_name) + ": " + std::to_string(source->size) + " bytes";
-  if (result.detail != m_name) line += ", kept as " + Printable(result.detail);
-  m_console.Say(line);
-  return true;
-}
-
-bool Transfer::BlockDone(std::uint64_t offset, std::size_t moved) {
-  m_offset = offset;
-  HandleFor(m_throttle.Delay(moved));
-  WaitWhilePaused();
-  if (!m_cancelled && Clock::now() - m_refreshed >= kRefreshInterval) Refresh();
-  return !m_cancelled;
-}
-
-void Transfer::Begin(const std::string& name, std::uint64_t size) {
-  m_name = name;
-  m_offset = 0;
-  m_size = size;
-  m_refreshed = Clock::now();
-  Report(YRAFT_PROGRESS_CREATE);
-}
-
-void Transfer::Refresh() {
-  m_refreshed = Clock::now();
-  Report(YRAFT_PROGRESS_REFRESH);
-  m_console.Progress(m_name, m_offset, m_size, m_paused);
-}
-
-void Transfer::Report(int evtType) {
-  auto record = NewRecord<YRAFT_PROGRESS_BAR_INFO>();
-  if (!record || m_windowGone) return;  // the files matter, the picture of them does not
-  const Figures figures = Scaled(m_offset, m_size);
-  record->evtType = static_cast<std::uint32_t>(evtType);
-  record->fileContext = static_cast<std::uint16_t>(m_fileContext);
-  record->filesNum = static_cast<std::uint16_t>(m_filesNum);
-  record->fileOffset = figures.offset;
-  record->fileSize = figures.size;
-  record->fileTransferOperation = YRAFT_OPERATION_DOWNLOAD;
-  std::memcpy(record->name, m_name.c_str(), std::min(m_name.size(), sizeof(record->name) - 1));
-  m_session.Send(YRAFT_UI_SIGNAL_PROGRESS_BAR, evtType, std::move(record));
-}
-
-// Beginning a file resets the window's Pause button, so a press that still named the file before
-// was undone on the screen and counts no more.
-void Transfer::Handle(const Event& event) {
-  if (event.kind == Event::Kind::kInterrupted) m_cancelled = true;
-  if (event.kind == Event::Kind::kUiEnded) {
-    m_console.Complain("the dialogs have ended; the transfer goes on without them");
-    m_windowGone = true;
-    m_paused = false;
-  }
-  if (event.kind != Event::Kind::kNotification) return;
-  if (event.code == YRAFT_NOTIFY_CANCEL) m_cancelled = true;
-  if (event.value != m_fileContext) return;
-  if (event.code == YRAFT_NOTIFY_PAUSE) m_paused = true;
-  if (event.code == YRAFT_NOTIFY_RESUME) m_paused = false;
-}
-
-// Handles every event that waits, and those of the time to come unless the user wants to stop.
-void Transfer::HandleFor(milliseconds time) {
-  const auto end = Clock::now() + time;
-  do {
-    const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
-    const auto event = m_session.Next(std::max(left, milliseconds(0)));
-    if (!event && Clock::now() >= end) return;
-    if (event) Handle(*event);
-  } while (!m_cancelled && !m_paused);
-}
-
-void Transfer::WaitWhilePaused() {
-  if (!m_paused || m_cancelled) return;
-  Refresh();
-  while (m_paused && !m_cancelled) {
-    if (const auto event = m_session.Next(Session::kForever)) Handle(*event);
-  }
-}
-
-// The user's choice, or the exit status where there is none.
-struct Choice {
-  ExitStatus status = kExitIncomplete;
-  std::vector<std::string> paths;
-};
 
 // No limit is this program's own; the whole of every field is allowed.
 Allocated<YRAFT_THRESHOLD_INFO> NoLimits() {
@@ -229,68 +18,41 @@ Allocated<YRAFT_THRESHOLD_INFO> NoLimits() {
   return limits;
 }
 
-bool AskForFiles(Session& session, Console& console) {
-  switch (session.SendFirst(YRAFT_UI_SIGNAL_SELECT_FLIES, NoLimits())) {
-    case Session::Start::kReady:
-      return true;
-    case Session::Start::kUiEnded:
-      console.Complain("no display: the dialogs cannot be shown (is DISPLAY set?)");
-      return false;
-    case Session::Start::kTimedOut:
-      console.Complain("the display does not answer");
-      return false;
-    case Session::Start::kInterrupted:
-      break;
+ExitStatus RunDownload(const Arguments& arguments) {
+  const auto to = arguments.options.find("to");
+  if (to == arguments.options.end()) throw UsageError("download needs --to DIR");
+  const std::uint64_t rate = arguments.Number("rate", UINT64_MAX).value_or(0);
+  Console console;
+  std::string why;
+  const UniqueFd folder = OpenFolder(to->second, why);
+  if (!folder) {
+    console.Complain(Printable(to->second) + ": " + why);
+    return kExitNoStart;
   }
-  console.Complain("interrupted");
-  return false;
-}
-
-Choice ReadChoice(const Event& event, Console& console) {
-  if (event.status == YRAFT_OPT_STATUS_CANCELLED) {
-    console.Complain("nothing was chosen");
-    return {};
-  }
-  if (event.status != YRAFT_OPT_STATUS_SUCCESS) {
-    console.Complain("the choice failed: no file in it, or more than one choice can hold");
-    return {};
-  }
-  auto paths = ChosenPaths(event.block.get(), event.value);
-  if (!paths || paths->empty()) {
-    console.Complain("the choice cannot be read");
-    return {};
-  }
-  return {kExitWhole, std::move(*paths)};
-}
-
-Choice Choose(Session& session, Console& console) {
-  if (!AskForFiles(session, console)) return {kExitNoStart, {}};
-  while (true) {
-    const auto event = session.Next(Session::kForever);
-    if (!event) continue;
-    if (event->kind == Event::Kind::kInterrupted) {
-      console.Complain("interrupted");
-      return {};
-    }
-    if (event->kind == Event::Kind::kUiEnded) {
-      console.Complain("the dialogs have ended");
-      return {};
-    }
-    if (event->code == YRAFT_NOTIFY_CHOOSE_FILES) return ReadChoice(*event, console);
-  }
+  Session session;
+  const Choice choice = Choose(session, console, YRAFT_UI_SIGNAL_SELECT_FLIES, NoLimits());
+  if (choice.status != kExitDone) return choice.status;
+  return RunTransfer(session, console,
+                     {choice.paths, folder.get(), YRAFT_OPERATION_DOWNLOAD, rate});
 }
 
 }  // namespace
 
-ExitStatus RunDownload(const DownloadOptions& options) {
-  Console console;
-  const UniqueFd folder(open(options.folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!folder) {
-    console.Complain(Printable(options.folder) + ": " + ErrorText(errno));
-    return kExitNoStart;
-  }
-  Session session;
-  const Choice choice = Choose(session, console);
-  if (choice.status != kExitWhole) return choice.status;
-  return Transfer(session, console, folder.get(), options.rate).Run(choice.paths);
-}
+const Command kDownload = {
+    "download",
+    "usage: yraft-host download --to DIR [--rate N]\n"
+    "\n"
+    "Asks for files in the file chooser and copies each into DIR, while the progress window shows\n"
+    "how far it is and lets you pause, resume and cancel. Prints a line for each file.\n"
+    "\n"
+    "  --to DIR   an existing folder; nothing in it is replaced, a second \"name\" becomes\n"
+    "             \"name (2)\"\n"
+    "  --rate N   copy at most N bytes a second, to have time to watch\n"
+    "  --help     show this text\n"
+    "\n"
+    "Exit status: 0 every chosen file arrived whole; 1 nothing was chosen, the transfer was\n"
+    "cancelled or a file did not arrive; 2 wrong usage, DIR takes no files, or no display.\n",
+    {{"to", true}, {"rate", true}},
+    0,
+    0,
+    RunDownload};

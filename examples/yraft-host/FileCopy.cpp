@@ -177,6 +177,17 @@ CopyResult CopyBlocks(const Source& source, Target& target, std::size_t blockSiz
 
 }  // namespace
 
+std::string BaseName(const std::string& path) {
+  return path.substr(path.rfind('/') + 1);  // npos + 1 is 0
+}
+
+UniqueFd OpenFolder(const std::string& path, std::string& why) {
+  UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (folder && faccessat(folder.get(), ".", W_OK | X_OK, AT_EACCESS) == 0) return folder;
+  why = ErrorText(errno);
+  return UniqueFd();
+}
+
 std::optional<Source> OpenSource(const std::string& path, std::string& why) {
   struct stat status {};
   if (stat(path.c_str(), &status) != 0) {

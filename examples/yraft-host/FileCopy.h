@@ -20,6 +20,12 @@ struct Source {
   timespec modified{};
 };
 
+// The part of a path behind its last '/'.
+std::string BaseName(const std::string& path);
+
+// Opens a folder that files can be put into; empty, with the reason in `why`, where it is none.
+UniqueFd OpenFolder(const std::string& path, std::string& why);
+
 // Opens a file for reading, links followed. Refuses everything but a regular file; `why` then says
 // what it is, or which error there was.
 std::optional<Source> OpenSource(const std::string& path, std::string& why);

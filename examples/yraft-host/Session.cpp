@@ -1,5 +1,6 @@
 #include "Session.h"
 
+#include <gtk/gtk.h>
 #include <poll.h>
 #include <pthread.h>
 #include <signal.h>
@@ -92,6 +93,23 @@ unsigned int Notified(unsigned int code, unsigned int subCode, unsigned int stat
   return YRAFT_STATUS_SUCCESS;
 }
 
+void Push(Event::Kind kind) {
+  Event event;
+  event.kind = kind;
+  if (EventQueue* queue = g_queue.load()) queue->Push(std::move(event));
+}
+
+gboolean OnHide(GSignalInvocationHint*, guint, const GValue* arguments, gpointer) {
+  if (GTK_IS_MESSAGE_DIALOG(g_value_get_object(arguments))) Push(Event::Kind::kBoxClosed);
+  return TRUE;  // go on watching
+}
+
+// Runs in the UI thread, in front of the first request.
+int WatchHide(void*) {
+  g_signal_add_emission_hook(g_signal_lookup("hide", GTK_TYPE_WIDGET), 0, OnHide, nullptr, nullptr);
+  return FALSE;
+}
+
 }  // namespace
 
 struct Session::Ui {
@@ -113,9 +131,7 @@ void Session::Ui::Run() {
   char* argv[] = {name, nullptr};
   YraMainWinUICreate(1, argv, &signals, &object);
   ended = true;
-  Event event;
-  event.kind = Event::Kind::kUiEnded;
-  events.Push(std::move(event));
+  Push(Event::Kind::kUiEnded);
 }
 
 // A second Ctrl+C ends the program the usual way, should ending it properly take too long.
@@ -159,6 +175,10 @@ Session::~Session() {
   YraMainWinUIDestory(m_ui->object);
   m_ui->RestoreSignals();
 }
+
+// The library reports no error box that was closed. It is a message dialog of GTK's in this
+// process, though, and GTK tells everyone who asks what its widgets do.
+void Session::WatchBoxes() { g_idle_add(WatchHide, nullptr); }
 
 Session::Start Session::SendFirst(int signalType, Allocated<void> input) {
   const auto limit = Clock::now() + kStartLimit;

@@ -25,6 +25,7 @@ Allocated<Record> NewRecord() {
 struct Event {
   enum class Kind {
     kNotification,  // of the library; the fields below tell
+    kBoxClosed,     // the user has closed an error box, see WatchBoxes
     kInterrupted,   // the program was asked to end: SIGINT, SIGTERM or SIGHUP
     kUiEnded        // the UI thread has returned
   };
@@ -47,6 +48,9 @@ class Session {
 
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
+
+  // From now on an error box that leaves the screen is an event. Call it before the first request.
+  void WatchBoxes();
 
   enum class Start { kReady, kUiEnded, kInterrupted, kTimedOut };
 

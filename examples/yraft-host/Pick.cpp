@@ -1,0 +1,148 @@
+// The one-call choosers: a dialog in this thread, what was chosen on standard output.
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "ChosenFiles.h"
+#include "Command.h"
+#include "Console.h"
+#include "PrintPaths.h"
+#include "Session.h"
+
+namespace {
+
+constexpr char kOverLimit[] = "the choice is over a limit";
+
+struct Limits {
+  std::uint64_t files = UINT16_MAX;
+  std::uint64_t bytes = UINT64_MAX;
+};
+
+// What a one-call chooser answered.
+struct Answer {
+  unsigned int result = YRAFT_STATUS_SUCCESS;
+  unsigned int status = YRAFT_OPT_STATUS_SUCCESS;
+  Allocated<YRAFT_TLV_BLOCKS> block;
+};
+
+// A name for the toolkit.
+struct ProgramName {
+  char name[11] = "yraft-host";
+  char* argv[2] = {name, nullptr};
+};
+
+Answer AskForFiles(const Limits& limits) {
+  YRAFT_THRESHOLD_INFO record;
+  std::memset(&record, 0xFF, sizeof(record));
+  record.maxFiles = static_cast<std::uint16_t>(limits.files);
+  record.maxFileSize =
+      static_cast<std::uint32_t>(std::min<std::uint64_t>(limits.bytes, UINT32_MAX));
+  ProgramName program;
+  Answer answer;
+  YRAFT_TLV_BLOCKS* block = nullptr;
+  answer.result = YraGetChooseFilesList(1, program.argv, &record, &answer.status, &block);
+  answer.block.reset(block);
+  return answer;
+}
+
+// No file is to be uploaded here: the request has no name and no size.
+Answer AskForDirectory() {
+  const Allocated<YRAFT_FILEINFO_ITEM> record(Yraft_FileInfoItemAllocate(nullptr, 0, 0, 0));
+  if (!record) throw std::bad_alloc();
+  ProgramName program;
+  Answer answer;
+  YRAFT_TLV_BLOCKS* block = nullptr;
+  answer.result = YraGetChooseDirectory(1, program.argv, record.get(), &answer.status, &block);
+  answer.block.reset(block);
+  return answer;
+}
+
+// The library counts the size in 32 bits, so that a file of 4 GiB and a byte passes as one byte.
+bool IsOver(const std::vector<std::string>& paths, std::uint64_t limit) {
+  std::uint64_t total = 0;
+  for (const std::string& path : paths) {
+    std::error_code unreadable;
+    const std::uint64_t size = std::filesystem::file_size(path, unreadable);
+    if (!unreadable) total += size;
+  }
+  return total > limit;
+}
+
+ExitStatus Complain(const char* why, ExitStatus status = kExitIncomplete) {
+  Console().Complain(why);
+  return status;
+}
+
+// Prints what was chosen, or complains that nothing was.
+ExitStatus Report(const Answer& answer, PathFormat format, std::uint64_t maxBytes) {
+  if (answer.result == YRAFT_STATUS_BUFFER_TOO_SMALL) {
+    return Complain("the choice is more than one answer can hold");
+  }
+  if (answer.result != YRAFT_STATUS_SUCCESS) return Complain("the choice failed");
+  if (answer.status == YRAFT_OPT_STATUS_LIMIT_EXCEEDED) return Complain(kOverLimit);
+  if (answer.status != YRAFT_OPT_STATUS_SUCCESS) return Complain(kNoDisplay, kExitNoStart);
+  unsigned short length = 0;
+  Yraft_TlvBlocksGetSize(answer.block.get(), &length);
+  const auto paths = ChosenPaths(answer.block.get(), length);
+  if (!paths) return Complain("the choice cannot be read");
+  if (paths->empty()) return Complain("nothing was chosen");
+  if (IsOver(*paths, maxBytes)) return Complain(kOverLimit);
+  if (!PrintPaths(*paths, format)) return Complain("the choice cannot be written");
+  return kExitDone;
+}
+
+ExitStatus RunPickFiles(const Arguments& arguments) {
+  const PathFormat format = PathFormatOf(arguments);
+  Limits limits;
+  limits.files = arguments.Number("max-files", UINT16_MAX).value_or(limits.files);
+  limits.bytes = arguments.Number("max-bytes", UINT32_MAX).value_or(limits.bytes);
+  return Report(AskForFiles(limits), format, limits.bytes);
+}
+
+ExitStatus RunPickDirectory(const Arguments& arguments) {
+  const PathFormat format = PathFormatOf(arguments);
+  return Report(AskForDirectory(), format, UINT64_MAX);
+}
+
+}  // namespace
+
+const Command kPickFiles = {
+    "pick-files",
+    "usage: yraft-host pick-files [--max-files N] [--max-bytes N] [-0 | --json]\n"
+    "\n"
+    "Asks for files in the file chooser and prints their paths, one a line. A choice over a limit\n"
+    "is refused with an error box.\n"
+    "\n"
+    "  --max-files N   at most N files (1 to 65535)\n"
+    "  --max-bytes N   at most N bytes together (1 to 4294967295)\n"
+    "  -0, --null      end each path with a NUL instead of a line feed\n"
+    "  --json          print an array of objects, each with a \"path\", or for a path that is not\n"
+    "                  UTF-8 a \"path_hex\"\n"
+    "  --help          show this text\n"
+    "\n"
+    "Exit status: 0 files were chosen; 1 none, or over a limit; 2 wrong usage or no display.\n",
+    {{"max-files", true}, {"max-bytes", true}, {"null", false, '0'}, {"json", false}},
+    0,
+    0,
+    RunPickFiles};
+
+const Command kPickDirectory = {
+    "pick-directory",
+    "usage: yraft-host pick-directory [-0 | --json]\n"
+    "\n"
+    "Asks for a folder in the folder chooser and prints its path.\n"
+    "\n"
+    "  -0, --null   end the path with a NUL instead of a line feed\n"
+    "  --json       print an array of one object with a \"path\", or for a path that is not UTF-8\n"
+    "               a \"path_hex\"\n"
+    "  --help       show this text\n"
+    "\n"
+    "Exit status: 0 a folder was chosen; 1 none; 2 wrong usage or no display.\n",
+    {{"null", false, '0'}, {"json", false}},
+    0,
+    0,
+    RunPickDirectory};
