@@ -13,7 +13,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr std::size_t kBlockSize = 256U * 1024;
+constexpr std::size_t kBlockSize = 256UL * 1024;
 constexpr auto kRefreshInterval = milliseconds(50);
 constexpr std::uint64_t kBlocksPerSecond = 20;  // of a limited rate, so that the bar moves evenly
 
