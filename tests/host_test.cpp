@@ -1,0 +1,421 @@
+// yraft-host as a person uses it: real windows, real keys, real files.
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/mount.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include "host_program.h"
+#include "support/desktop.h"
+
+namespace fs = std::filesystem;
+using std::chrono::milliseconds;
+
+namespace {
+
+constexpr char kOpen[] = "Select Files to Download";
+constexpr char kUploadFolder[] = "Select Upload Folder";
+constexpr char kProgress[] = "File transfer: ";
+
+class HostTest : public testing::Test {
+ protected:
+  HostTest() {
+    char root[] = "/tmp/yra-host-XXXXXX";
+    m_root = mkdtemp(root);
+    setenv("XDG_CONFIG_HOME", (m_root / "config").c_str(), 1);
+    for (const char* name : {"home", "files", "config"}) fs::create_directory(m_root / name);
+  }
+  ~HostTest() override { fs::remove_all(m_root); }
+
+  fs::path Home() const { return m_root / "home"; }
+  fs::path Files() const { return m_root / "files"; }
+  ProgramSetup AtHome() const {
+    ProgramSetup setup;
+    setup.home = Home();
+    return setup;
+  }
+  std::vector<std::string> Download() const { return {"download", "--to", Files()}; }
+  std::vector<std::string> SlowDownload(const char* rate) const {
+    return {"download", "--to", Files(), "--rate", rate};
+  }
+
+  Desktop& m_desktop = Desktop::Get();  // in front of its user
+  User m_user;
+
+ private:
+  fs::path m_root;
+};
+
+// Bytes without a hole.
+std::string Bytes(std::size_t size) {
+  std::minstd_rand random(static_cast<unsigned>(size) + 1);
+  std::string bytes(size, '\0');
+  for (char& byte : bytes) byte = static_cast<char>(random());
+  return bytes;
+}
+
+void Write(const fs::path& path, const std::string& bytes) {
+  std::ofstream(path, std::ios::binary) << bytes;
+}
+
+std::string Read(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  std::ostringstream bytes;
+  bytes << file.rdbuf();
+  return file ? bytes.str() : "no such file: " + path.string();
+}
+
+std::set<std::string> Names(const fs::path& folder) {
+  std::set<std::string> names;
+  for (const auto& entry : fs::directory_iterator(folder)) names.insert(entry.path().filename());
+  return names;
+}
+
+using Lines = std::multiset<std::string>;
+
+Lines LinesOf(const std::string& text, char end = '\n') {
+  Lines lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line, end);) lines.insert(line);
+  return lines;
+}
+
+bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+void Press(const std::string& keys) {
+  if (std::system(("xdotool key " + keys).c_str()) != 0) throw std::runtime_error(keys);
+}
+
+Window Shown(User& user, const std::string& titlePart) {
+  for (const Window window : user.Windows()) {
+    if (Contains(user.Title(window), titlePart)) return window;
+  }
+  return None;
+}
+
+template <class Condition>
+bool WaitUntil(Condition condition) {
+  for (int i = 0; i < 3000; ++i) {
+    if (condition()) return true;
+    std::this_thread::sleep_for(milliseconds(10));
+  }
+  return false;
+}
+
+// Presses keys until the chooser is gone. Before its list is there they choose nothing, and
+// whatever comes up behind it takes no notice of them.
+bool Accept(User& user, const std::string& title, const std::string& keys) {
+  if (user.Face(title) == None) return false;
+  int i = 0;
+  return WaitUntil([&] {
+    if (Shown(user, title) == None) return true;
+    if (i++ % 30 == 0) Press(keys);
+    return false;
+  });
+}
+
+bool AcceptAllFiles(User& user, const std::string& title) {
+  return Accept(user, title, "ctrl+a alt+o");
+}
+
+bool AcceptFolder(User& user, const std::string& title) { return Accept(user, title, "alt+s"); }
+
+// ---- Transfers ---------------------------------------------------------------------------------
+
+TEST_F(HostTest, ADownloadBringsEveryFileAndReplacesNone) {
+  const std::string names[] = {"a b.txt",   "\u00fcber.txt", "line\nfeed",
+                               "b\xff.bin", "empty",         std::string(251, 'x') + ".txt"};
+  for (const std::string& name : names) Write(Home() / name, Bytes(name == "empty" ? 0 : 300000));
+  Write(Files() / "a b.txt", "old");
+  Write(Files() / names[5], "old");
+  Program program(AtHome(), Download());
+  ASSERT_TRUE(AcceptAllFiles(m_user, kOpen));
+  EXPECT_EQ(program.Wait(), 0) << program.Errors();
+
+  EXPECT_EQ(Read(Files() / "a b.txt"), "old");
+  EXPECT_EQ(Read(Files() / names[5]), "old");
+  EXPECT_EQ(Read(Files() / "a b (2).txt"), Bytes(300000));
+  EXPECT_EQ(Read(Files() / (std::string(247, 'x') + " (2).txt")), Bytes(300000));
+  for (const std::string& name : {names[1], names[2], names[3]}) {
+    EXPECT_EQ(Read(Files() / name), Bytes(300000)) << name;
+  }
+  EXPECT_EQ(Read(Files() / "empty"), "");
+  EXPECT_EQ(Names(Files()).size(), 8U);
+  const Lines lines = LinesOf(program.Output());
+  EXPECT_EQ(lines.size(), 6U);
+  EXPECT_EQ(lines.count("a b.txt: 300000 bytes, kept as a b (2).txt"), 1U);
+  EXPECT_EQ(lines.count("line?feed: 300000 bytes"), 1U);
+  EXPECT_EQ(program.Errors(), "");
+}
+
+TEST_F(HostTest, AnUploadBringsWhatCanBeReadAndSaysWhatCannot) {
+  Write(Files() / "note.txt", "new");
+  Write(Files() / "other.bin", Bytes(1000));
+  Write(Home() / "note.txt", "old");
+  ProgramSetup setup = AtHome();
+  setup.folder = Files();
+  {
+    Program program(setup, {"upload", "note.txt", "../files/note.txt", "other.bin"});
+    ASSERT_TRUE(AcceptFolder(m_user, kUploadFolder));
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+  }
+  EXPECT_EQ(Read(Home() / "note.txt"), "old");
+  EXPECT_EQ(Read(Home() / "note (2).txt"), "new");
+  EXPECT_EQ(Read(Home() / "note (3).txt"), "new");
+  EXPECT_EQ(Read(Home() / "other.bin"), Bytes(1000));
+
+  Write(Files() / "secret", "secret");
+  fs::permissions(Files() / "secret", fs::perms::none);
+  setup.ordinaryUser = true;
+  Program program(setup, {"upload", "nowhere", "secret", ".", "note.txt"});
+  ASSERT_TRUE(AcceptFolder(m_user, kUploadFolder));
+  EXPECT_EQ(program.Wait(), 1);
+  EXPECT_EQ(Read(Home() / "note (4).txt"), "new");
+  EXPECT_EQ(Names(Home()).size(), 5U);
+  EXPECT_TRUE(Contains(program.Errors(), "nowhere: cannot be opened: No such file"))
+      << program.Errors();
+  EXPECT_TRUE(Contains(program.Errors(), "secret: cannot be opened: Permission denied"));
+  EXPECT_TRUE(Contains(program.Errors(), "is a folder, not a file"));
+  EXPECT_TRUE(Contains(program.Errors(), "1 of 4 files arrived"));
+}
+
+// A transfer of a small file and a long one, interrupted during the second.
+struct Ending {
+  const char* keys;  // in the progress window
+  int signal;
+};
+
+class EndedTransfer : public HostTest, public testing::WithParamInterface<Ending> {};
+
+TEST_P(EndedTransfer, KeepsWholeFilesAndRemovesThePartialOne) {
+  Write(Home() / "1", Bytes(1000));
+  Write(Home() / "2", Bytes(4000000));
+  Program program(AtHome(), SlowDownload("200000"));
+  ASSERT_TRUE(AcceptAllFiles(m_user, kOpen));
+  ASSERT_NE(m_user.WaitWindow(kProgress + std::string("1%")), None);
+  EXPECT_EQ(Names(Files()).size(), 2U);  // the second by its temporary name
+  ASSERT_NE(m_user.Face(kProgress), None);
+  if (GetParam().keys != nullptr) Press(GetParam().keys);
+  if (GetParam().signal != 0) program.Signal(GetParam().signal);
+  EXPECT_EQ(program.Wait(), 1);
+  EXPECT_EQ(Names(Files()), std::set<std::string>{"1"});
+  EXPECT_EQ(LinesOf(program.Output()), Lines{"1: 1000 bytes"});
+  EXPECT_EQ(program.Errors(), "yraft-host: cancelled; 1 of 2 files arrived\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(By, EndedTransfer,
+                         testing::Values(Ending{"Tab space", 0}, Ending{nullptr, SIGINT},
+                                         Ending{nullptr, SIGTERM}, Ending{"space", SIGINT},
+                                         Ending{"space Tab space", 0}));
+
+// The progress lines of a terminal's text: each is taken back by what follows it.
+std::vector<std::string> ProgressLines(const std::string& text) {
+  const std::string takeBack = "\r\033[K";
+  std::vector<std::string> lines;
+  std::size_t start = text.find(takeBack);
+  while (start != std::string::npos) {
+    start += takeBack.size();
+    const std::size_t end = text.find(takeBack, start);
+    if (end != std::string::npos) lines.push_back(text.substr(start, end - start));
+    start = end;
+  }
+  return lines;
+}
+
+TEST_F(HostTest, APauseHoldsAndTheProgressLineFitsTheTerminal) {
+  const std::string name = "\u65e5\u672c\u8a9e " + std::string(60, 'x');
+  Write(Home() / name, Bytes(1000000));
+  ProgramSetup setup = AtHome();
+  setup.terminalColumns = 50;
+  Program program(setup, SlowDownload("500000"));
+  ASSERT_TRUE(AcceptAllFiles(m_user, kOpen));
+  const Window window = m_user.Face(kProgress);
+  Press("space");
+  ASSERT_TRUE(WaitUntil([&] { return Contains(program.Output(), "KiB  paused"); }));
+  const std::string title = m_user.Title(window);
+  std::this_thread::sleep_for(milliseconds(500));
+  EXPECT_EQ(m_user.Title(window), title);
+  EXPECT_TRUE(program.Running());
+  Press("space");
+  EXPECT_EQ(program.Wait(), 0);
+
+  EXPECT_EQ(Read(Files() / name), Bytes(1000000));
+  const auto lines = ProgressLines(program.Output());
+  EXPECT_GE(lines.size(), 5U);
+  for (const std::string& line : lines) {
+    std::string ascii = line;  // a wide character has three bytes and two columns
+    ascii.erase(std::remove(ascii.begin(), ascii.end(), '\xe6'), ascii.end());
+    EXPECT_LE(ascii.size(), 50U) << line;
+    EXPECT_EQ(line.substr(line.size() - 3), "...");
+  }
+  EXPECT_TRUE(Contains(program.Output(), "\r\033[K" + name + ": 1000000 bytes\r\n"));
+}
+
+TEST_F(HostTest, AFolderThatTakesNothingIsRefused) {
+  Write(Home() / "1", "1");
+  ProgramSetup setup = AtHome();
+  setup.ordinaryUser = true;
+  fs::permissions(Files(), fs::perms::owner_read | fs::perms::owner_exec);
+  Program download(setup, Download());
+  EXPECT_EQ(download.Wait(), 2);
+  EXPECT_EQ(download.Errors(), "yraft-host: " + Files().string() + ": Permission denied\n");
+
+  setup.home = Files();
+  Program upload(setup, {"upload", Home() / "1"});
+  ASSERT_TRUE(AcceptFolder(m_user, kUploadFolder));
+  EXPECT_EQ(upload.Wait(), 1);
+  EXPECT_EQ(upload.Errors(), "yraft-host: " + Files().string() + ": Permission denied\n");
+  fs::permissions(Files(), fs::perms::owner_all);
+}
+
+TEST_F(HostTest, AFullDiskTakesNoPartOfAFile) {
+  ASSERT_EQ(mount("tmpfs", Files().c_str(), "tmpfs", 0, "size=1m"), 0);
+  Write(Home() / "1", Bytes(2000000));
+  Write(Home() / "2", Bytes(500000));
+  Program program(AtHome(), Download());
+  EXPECT_TRUE(AcceptAllFiles(m_user, kOpen));
+  EXPECT_EQ(program.Wait(), 1);
+  EXPECT_EQ(Names(Files()), std::set<std::string>{"2"});
+  EXPECT_EQ(Read(Files() / "2"), Bytes(500000));
+  EXPECT_TRUE(Contains(program.Errors(), "/1: cannot be written: No space left on device"));
+  EXPECT_TRUE(Contains(program.Errors(), "1 of 2 files arrived"));
+  umount(Files().c_str());
+}
+
+// ---- One-call dialogs --------------------------------------------------------------------------
+
+TEST_F(HostTest, ChosenFilesArePrintedForPeopleAndForScripts) {
+  for (const char* name : {"a b", "line\nfeed", "b\xff"}) Write(Home() / name, "123");
+  const std::string home = Home();
+  const auto output = [&](const char* format) {
+    Program program(AtHome(), {"pick-files", "--max-files", "3", "--max-bytes", "9", format});
+    EXPECT_TRUE(AcceptAllFiles(m_user, "Open:"));
+    EXPECT_EQ(program.Wait(), 0) << program.Errors();
+    return program.Output();
+  };
+  const Lines paths{home + "/a b", home + "/line\nfeed", home + "/b\xff"};
+  EXPECT_EQ(LinesOf(output("--null"), '\0'), paths);
+  const auto json = nlohmann::json::parse(output("--json"));
+  ASSERT_EQ(json.size(), 3U);
+  std::set<std::string> members;
+  for (const auto& object : json)
+    members.insert(object.begin().key() + object.begin()->get<std::string>());
+  EXPECT_EQ(members.count("path" + home + "/a b"), 1U);
+  EXPECT_EQ(members.count("path" + home + "/line\nfeed"), 1U);
+  EXPECT_EQ(members.rbegin()->substr(members.rbegin()->size() - 6), "2f62ff");
+}
+
+TEST_F(HostTest, AChoiceOverALimitIsRefusedInABox) {
+  for (const char* name : {"1", "2"}) Write(Home() / name, "123");
+  for (const auto& [option, limit] : {std::pair{"--max-files", "1"}, {"--max-bytes", "5"}}) {
+    Program program(AtHome(), {"pick-files", option, limit});
+    ASSERT_TRUE(AcceptAllFiles(m_user, "Open:"));
+    ASSERT_NE(m_user.Face("File Transfer Error"), None);
+    EXPECT_TRUE(program.Running());
+    Press("Return");
+    EXPECT_EQ(program.Wait(), 1);
+    EXPECT_EQ(program.Output(), "");
+    EXPECT_EQ(program.Errors(), "yraft-host: the choice is over a limit\n");
+  }
+}
+
+TEST_F(HostTest, AChosenDirectoryIsPrinted) {
+  Program program(AtHome(), {"pick-directory"});
+  ASSERT_TRUE(AcceptFolder(m_user, "Upload To"));
+  EXPECT_EQ(program.Wait(), 0);
+  EXPECT_EQ(program.Output(), Home().string() + "\n");
+}
+
+TEST_F(HostTest, ADeclinedChooserLeavesNothing) {
+  Write(Files() / "1", "1");
+  const std::pair<std::vector<std::string>, const char*> kCommands[] = {
+      {{"pick-files"}, "Open:"},
+      {{"pick-directory", "--json"}, "Upload To"},
+      {Download(), kOpen},
+      {{"upload", Files() / "1"}, kUploadFolder}};
+  for (const auto& [arguments, title] : kCommands) {
+    Program program(AtHome(), arguments);
+    ASSERT_NE(m_user.Face(title), None);
+    Press("Escape");
+    EXPECT_EQ(program.Wait(), 1) << title;
+    EXPECT_EQ(program.Output(), "");
+    EXPECT_EQ(program.Errors(), "yraft-host: nothing was chosen\n");
+  }
+}
+
+TEST_F(HostTest, AMessageStaysUntilItIsClosed) {
+  const std::vector<std::string> arguments = {"message", "A title", "5 < 6 & <b>no markup", "\xff"};
+  for (const char* key : {"Return", "Escape", "interrupt"}) {
+    Program program(AtHome(), arguments);
+    ASSERT_NE(m_user.Face("A title"), None);
+    std::this_thread::sleep_for(milliseconds(200));
+    EXPECT_TRUE(program.Running());
+    const bool interrupt = key == std::string("interrupt");
+    if (interrupt)
+      program.Signal(SIGINT);
+    else
+      Press(key);
+    EXPECT_EQ(program.Wait(), interrupt ? 1 : 0);
+    EXPECT_EQ(program.Errors(), interrupt ? "yraft-host: interrupted\n" : "");
+  }
+}
+
+// ---- Without a dialog --------------------------------------------------------------------------
+
+TEST_F(HostTest, WithoutADisplayEveryCommandSaysSo) {
+  Write(Files() / "1", "1");
+  const std::vector<std::string> kCommands[] = {Download(),
+                                                {"upload", Files() / "1"},
+                                                {"pick-files"},
+                                                {"pick-directory"},
+                                                {"message", "a", "b"}};
+  ProgramSetup setup = AtHome();
+  setup.display = false;
+  for (const auto& arguments : kCommands) {
+    Program program(setup, arguments);
+    EXPECT_EQ(program.Wait(), 2) << arguments[0];
+    EXPECT_EQ(program.Errors(),
+              "yraft-host: no display: the dialogs cannot be shown (is DISPLAY set?)\n");
+  }
+}
+
+TEST_F(HostTest, WrongUsageIsNamed) {
+  const std::pair<std::vector<std::string>, const char*> kLines[] = {
+      {{}, "a command is missing"},
+      {{"copy"}, "unknown command"},
+      {{"download"}, "needs --to DIR"},
+      {{"download", "--to"}, "--to needs a value"},
+      {{"download", "--to", "/tmp", "--rate", "0"}, "--rate takes a number from 1"},
+      {{"download", "--to", "/tmp", "more"}, "too many arguments"},
+      {{"download", "--to", "/nowhere"}, "/nowhere: No such file or directory"},
+      {{"download", "--to", "/dev/null"}, "/dev/null: Not a directory"},
+      {{"upload"}, "an argument is missing"},
+      {{"pick-files", "--max-files", "65536"}, "--max-files takes a number from 1 to 65535"},
+      {{"pick-files", "--max-bytes", "-1"}, "--max-bytes takes a number"},
+      {{"pick-files", "-0", "--json"}, "exclude each other"},
+      {{"pick-directory", "-x"}, "unknown option -x"},
+      {{"message", "title"}, "an argument is missing"},
+      {{"message", "title", std::string(65524, 'x')}, "longer than"},
+  };
+  for (const auto& [arguments, what] : kLines) {
+    Program program(AtHome(), arguments);
+    EXPECT_EQ(program.Wait(), 2) << what;
+    EXPECT_TRUE(Contains(program.Errors(), what)) << program.Errors();
+  }
+  Program nothingToUpload(AtHome(), {"upload", "/nowhere"});
+  EXPECT_EQ(nothingToUpload.Wait(), 1);
+}
+
+}  // namespace
