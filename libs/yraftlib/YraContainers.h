@@ -202,8 +202,6 @@ template <std::size_t kIndex>
 struct Rule {
   static constexpr const Row& row = std::get<kIndex>(kContainers).row;
 };
-template <class Rule>
-inline constexpr const Row& kRowOf = Rule::row;
 
 // Answers the row of a type, or null for an unknown one.
 inline const Row* Find(int queueType) {

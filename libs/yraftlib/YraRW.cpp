@@ -12,7 +12,6 @@ constexpr TraceLayer kLayer = kLayerRw;
 
 using Element = YraContainers::Element;
 using Map = YraContainers::Map;
-using yra_rules::kRowOf;
 using yra_rules::Row;
 
 // Reports the container that an operation is asked for; null, reported too, for an unknown type.
@@ -75,7 +74,7 @@ struct PushElement {
 
   template <class Sequence, class Rule>
   unsigned int operator()(Sequence& sequence, unsigned int& context, Rule) const {
-    constexpr const Row& row = kRowOf<Rule>;
+    constexpr const Row& row = Rule::row;
     unsigned int weight = 0;
     if constexpr (row.sameWeight == 0) weight = row.weight(pData, len);
     sequence.emplace_back(pData, weight);
@@ -186,7 +185,7 @@ struct ClearAll {
       unsigned char* pBuffer = queue.front().pData;
       queue.pop_front();
       TRACE_VERBOSE("[%02d]: pBuffer=0x%x.", i, TraceAddress(pBuffer));
-      if (kRowOf<Rule>.freedOnClear) std::free(pBuffer);
+      if (Rule::row.freedOnClear) std::free(pBuffer);
     }
     context = 0;
     return YRAFT_STATUS_SUCCESS;
@@ -241,8 +240,8 @@ struct AccessElement {
 
   template <class Rule>
   unsigned int operator()(YraContainers::Queue& queue, unsigned int& context, Rule) const {
-    if (queue.empty()) return Nothing(kRowOf<Rule>);
-    Hand(kRowOf<Rule>, queue.front());
+    if (queue.empty()) return Nothing(Rule::row);
+    Hand(Rule::row, queue.front());
     if (access != Access::kLook) {
       context -= queue.front().weight;
       queue.pop_front();
@@ -252,9 +251,9 @@ struct AccessElement {
 
   template <class Rule>
   unsigned int operator()(YraContainers::List& list, unsigned int& context, Rule) const {
-    if (list.empty()) return Nothing(kRowOf<Rule>);
+    if (list.empty()) return Nothing(Rule::row);
     TRACE_VERBOSE("Before Pop, size=%d.", static_cast<int>(list.size()));
-    Hand(kRowOf<Rule>, list.front());
+    Hand(Rule::row, list.front());
     if (access != Access::kLook) {
       context -= list.front().weight;
       list.pop_front();
@@ -273,7 +272,7 @@ struct AccessElement {
     }
     TRACE_VERBOSE("Key %d find.", key);
     unsigned char* pData = entry->second.pData;
-    Hand(kRowOf<Rule>, entry->second);
+    Hand(Rule::row, entry->second);
     if (access != Access::kLook) map.erase(entry);
     const auto size = static_cast<unsigned int>(map.size());
     if (access == Access::kLook) {

@@ -13,7 +13,6 @@ namespace {
 constexpr TraceLayer kLayer = kLayerRw;
 
 using Element = YraContainers::Element;
-using yra_rules::kRowOf;
 using yra_rules::Payload;
 using yra_rules::Row;
 
@@ -162,7 +161,7 @@ void PackAddresses(const YraContainers::Queue& queue, Packer& packer) {
 
 template <class Container, class Rule>
 void PackElements(Rule, Container& container, Take take, Packer& packer) {
-  constexpr const Row& row = kRowOf<Rule>;
+  constexpr const Row& row = Rule::row;
   const bool elementsAreRead =
       row.traceElement != nullptr && kvolog::Admits(kLayer.classId, KVO_LOG_VERBOSE);
   int index = row.firstIndex;
@@ -180,7 +179,7 @@ void PackElements(Rule, Container& container, Take take, Packer& packer) {
 template <class Container, class Rule>
 void Pack(Rule rule, Container& container, Take take, Packer& packer) {
   const char* kCaller = packer.kCaller;
-  constexpr const Row& row = kRowOf<Rule>;
+  constexpr const Row& row = Rule::row;
   [[maybe_unused]] const auto visited = static_cast<int>(container.size());
   if constexpr (row.pointerRoom != 0) {
     if (packer.itemsAreRead) {
