@@ -1,36 +1,23 @@
 // The dialog in which the user picks the session directory that receives an upload.
 #include <unistd.h>
 
-#include "YraDialog.h"
-#include "YraNotify.h"
+#include "YraChooser.h"
 #include "common/libs/kvolocalise/messages.h"
 
 namespace {
 
 constexpr TraceLayer kLayer = kLayerWin;
 
+constexpr YraChooserLook kLook{GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER, GTK_STOCK_SAVE, FALSE};
+
 void YraChooseDirectoryDiagDestoryCallback(GtkWidget* widget, void* pWin) {
   TRACE_IN();
   TRACE_VERBOSE("widget=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(pWin));
-  auto* pWinUI = static_cast<YraWinUI*>(pWin);
-  GtkWidget* pDialog = pWinUI != nullptr ? pWinUI->YraGetChooseDirectoryDiag() : nullptr;
-  if (pDialog == nullptr) {
-    TRACE_WARNING("Choose directory dialog is null.");
-  } else {
-    TRACE_VERBOSE("Will hide dialog...");
-    gtk_widget_hide(pDialog);
-    if (pDialog == widget) pWinUI->YraSetChooseDirectoryDiag(nullptr);
-  }
+  YraForgetDialog(static_cast<YraWinUI*>(pWin), widget, kYraChooseDirectory, KVO_LOG_VERBOSE);
   TRACE_OUT();
 }
 
-gboolean YraChooseDirectoryDiagDelEventCallback(GtkWidget* widget, GdkEvent* event, void* data) {
-  TRACE_IN();
-  TRACE_VERBOSE("widget=0x%x, event=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(event),
-                TraceAddress(data));
-  TRACE_OUT();
-  return FALSE;
-}
+YRA_DELETE_EVENT_HANDLER(YraChooseDirectoryDiagDelEventCallback, KVO_LOG_VERBOSE)
 
 const char* OrNull(const char* text) { return text != nullptr ? text : "(NULL)"; }
 
@@ -48,19 +35,9 @@ gboolean YraChooseDirectoryDiagFilterCallback(const GtkFileFilterInfo* filter_in
   return admitted ? TRUE : FALSE;
 }
 
-GtkWidget* BuildChooser(const char* title, YraWinUI* pWinUI) {
-  GtkWidget* pDialog = gtk_file_chooser_dialog_new(
-      title, nullptr, GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER, GTK_STOCK_CANCEL, GTK_RESPONSE_CANCEL,
-      GTK_STOCK_SAVE, GTK_RESPONSE_ACCEPT, nullptr);
-  if (pDialog == nullptr) {
-    TRACE_ERROR("Callback gtk_file_chooser_dialog_new is failed.");
-    return nullptr;
-  }
-  GtkFileChooser* pChooser = GTK_FILE_CHOOSER(pDialog);
-  gtk_dialog_set_default_response(GTK_DIALOG(pDialog), GTK_RESPONSE_ACCEPT);
-  gtk_file_chooser_set_select_multiple(pChooser, FALSE);
-  gtk_file_chooser_set_do_overwrite_confirmation(pChooser, TRUE);
-  gtk_file_chooser_set_current_folder(pChooser, g_get_home_dir());
+GtkWidget* Build(const char* pTitle, YraWinUI* pWinUI) {
+  GtkWidget* pDialog = YraBuildChooser(kLook, pTitle);
+  if (pDialog == nullptr) return nullptr;
   g_signal_connect(pDialog, "destroy", G_CALLBACK(YraChooseDirectoryDiagDestoryCallback), pWinUI);
   g_signal_connect(pDialog, "delete-event", G_CALLBACK(YraChooseDirectoryDiagDelEventCallback),
                    pWinUI);
@@ -90,9 +67,10 @@ unsigned int YraWinUI::YraChooseDirectoryDiagCreate() {
     TRACE_ERROR("Choose directroy dialog already created.");
     return TRACE_RET(YRAFT_STATUS_BAD_STATE);
   }
-  GtkWidget* pDialog = BuildChooser(YraText(YRAFT_ENG_DIRECTORY_DIALOG_TITLE).c_str(), this);
+  GtkWidget* pDialog = Build(YraText(YRAFT_ENG_DIRECTORY_DIALOG_TITLE).c_str(), this);
   if (pDialog == nullptr) return TRACE_RET(YRAFT_OPT_STATUS_FAILED);
   YraSetChooseDirectoryDiag(pDialog);
+  m_directoryRequests.Watch(pDialog);
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
   gtk_window_set_position(GTK_WINDOW(pDialog), GTK_WIN_POS_CENTER_ALWAYS);
   SetFilter(pDialog);
@@ -143,53 +121,29 @@ unsigned int YraWinUI::YraChooseDirectoryDiagCreate(int argc, char** argv,
       YraOperationName(pFileInfo->fileTransferOperation), pFileInfo->cbSize, pFileInfo->fileContext,
       static_cast<unsigned int>(pFileInfo->fileSize), pFileInfo->nameLen,
       YRAFT_FILEINFO_NAME(pFileInfo));
-  if (!YraInitGtk(argc, argv)) {
-    YraSetChooseOptStatusCode(YRAFT_OPT_STATUS_FAILED);
-    return TRACE_RET(YRAFT_OPT_STATUS_FAILED);
-  }
-  YraRunMainLoop(YraChooseDirectoryIdleFunc, this);
-  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+  return TRACE_RET(YraCallChooser(this, argc, argv, YraChooseDirectoryIdleFunc));
 }
 
 namespace {
 
-void ChooseOnce(YraWinUI* pWinUI) {
-  if (pWinUI == nullptr) {
-    TRACE_ERROR("data (%p) is NULL.", static_cast<void*>(pWinUI));
-    return;
-  }
-  YraRW* pRW = pWinUI->YraRWGet();
-  if (pRW == nullptr) {
-    TRACE_ERROR("callback YraRWGet get RW is null.");
-    return;
-  }
-  GtkWidget* pDialog = BuildChooser("Upload To", pWinUI);
-  if (pDialog == nullptr) {
-    pWinUI->YraSetChooseOptStatusCode(YRAFT_OPT_STATUS_FAILED);
-    return;
-  }
-  TRACE_VERBOSE("Will callback gtk_dialog_run.");
-  const int result = YraRunModal(pDialog);
-  if (result == GTK_RESPONSE_ACCEPT) {
+void QueueAccepted(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
+  if (response == GTK_RESPONSE_ACCEPT) {
     const uint64_t size = YraUIThread::FileItem(pWinUI).fileSize;
-    [[maybe_unused]] const YraChosen chosen =
-        YraQueueChosen(pDialog, pRW, {.numbered = true, .sizeOfPath = false, .size = size});
+    [[maybe_unused]] const YraChosen chosen = YraQueueChosen(
+        pDialog, pWinUI->YraRWGet(), {.numbered = true, .sizeOfPath = false, .size = size});
     TRACE_VERBOSE("Choosed %d directory", chosen.paths);
-  } else if (result != GTK_RESPONSE_CANCEL && result != GTK_RESPONSE_DELETE_EVENT) {
-    TRACE_ERROR("gtk_dialog_run is not GTK_RESPONSE_ACCEPT. (%d)", result);
+  } else if (!YraIsDeclined(response)) {
+    TRACE_ERROR("gtk_dialog_run is not GTK_RESPONSE_ACCEPT. (%d)", response);
   }
-  TRACE_VERBOSE("Will callback gtk_widget_destroy.");
-  gtk_widget_destroy(pDialog);
 }
 
 }  // namespace
 
 int YraChooseDirectoryIdleFunc(void* data) {
   TRACE_IN();
-  const GdkLock lock;
-  ChooseOnce(static_cast<YraWinUI*>(data));
-  TRACE_VERBOSE("Will callback gtk_main_quit.");
-  gtk_main_quit();
+  YraRunChooserOnce(
+      static_cast<YraWinUI*>(data), [](YraWinUI* pWinUI) { return Build("Upload To", pWinUI); },
+      QueueAccepted);
   TRACE_OUT();
   return FALSE;
 }
@@ -203,8 +157,7 @@ unsigned int YraWinUI::YraChooseDirectoryDiagCreate(YRAFT_FILEINFO_ITEM* pFileIn
     return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   }
   YraSetFileItemInfo(pFileInfo);
-  ++m_directoryRequests.unanswered;
-  g_idle_add(YraChooseDirectorySelfSignalIdleFunc, this);
+  m_directoryRequests.Accept();
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
 
@@ -222,32 +175,25 @@ YraChoice TakeAccepted(YraWinUI* pWinUI, GtkWidget* pDialog) {
   return YraTakeChoice(pWinUI);
 }
 
-YraChoice RunDialog(YraWinUI* pWinUI) {
-  if (pWinUI->YraGetChooseDirectoryDiag() == nullptr) {
-    TRACE_WARNING("Choose directory dialog no created.");
-    const unsigned int ret = pWinUI->YraChooseDirectoryDiagCreate();
-    if (ret != YRAFT_STATUS_SUCCESS) TRACE_FAILED("YraChooseDirectoryDiagCreate", ret);
-  }
-  GtkWidget* pDialog = pWinUI->YraGetChooseDirectoryDiag();
-  if (pDialog == nullptr) return {};
-  if (pWinUI->YraRWGet() == nullptr) {
-    TRACE_ERROR("callback YraRWGet get RW is null.");
-    return {};
-  }
-  const int result = YraRunChooser(pDialog);
-  YraChoice choice =
-      result == GTK_RESPONSE_ACCEPT ? TakeAccepted(pWinUI, pDialog) : YraDeclinedChoice(result);
-  YraHideDialog(pDialog);
-  return choice;
+void Answer(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
+  YraAnswerChoice(pWinUI, pDialog, response, YRAFT_NOTIFY_CHOOSE_DIRECTORY, TakeAccepted);
 }
 
 }  // namespace
 
+const YraDialogKind kYraChooseDirectory{YraChooseDirectorySelfSignalIdleFunc,
+                                        &YraWinUI::YraGetChooseDirectoryDiag,
+                                        &YraWinUI::YraSetChooseDirectoryDiag,
+                                        &YraWinUI::YraChooseDirectoryDiagCreate,
+                                        "YraChooseDirectoryDiagCreate",
+                                        "Choose directory dialog no created.",
+                                        "Choose directory dialog is null.",
+                                        YraOpenChooser,
+                                        Answer};
+
 int YraChooseDirectorySelfSignalIdleFunc(void* data) {
   TRACE_IN();
-  auto* pWinUI = static_cast<YraWinUI*>(data);
-  YraServeChoices(pWinUI, pWinUI != nullptr ? &YraUIThread::DirectoryRequests(pWinUI) : nullptr,
-                  YRAFT_NOTIFY_CHOOSE_DIRECTORY, RunDialog);
+  YraServeChoices(data, YraUIThread::DirectoryRequests, YRAFT_NOTIFY_CHOOSE_DIRECTORY);
   TRACE_OUT();
   return FALSE;
 }

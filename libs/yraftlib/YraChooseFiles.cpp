@@ -1,8 +1,5 @@
 // The dialog in which the user picks the session files to download.
-#include <cstdlib>
-
-#include "YraDialog.h"
-#include "YraNotify.h"
+#include "YraChooser.h"
 #include "common/libs/kvolocalise/messages.h"
 #include "kvolocalise.h"
 
@@ -10,42 +7,20 @@ namespace {
 
 constexpr TraceLayer kLayer = kLayerWin;
 
+constexpr YraChooserLook kLook{GTK_FILE_CHOOSER_ACTION_OPEN, GTK_STOCK_OPEN, TRUE};
+
 void YraChooseFilesDiagDestoryCallback(GtkWidget* widget, void* pWin) {
   TRACE_IN();
   TRACE_VERBOSE("widget=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(pWin));
-  auto* pWinUI = static_cast<YraWinUI*>(pWin);
-  GtkWidget* pDialog = pWinUI != nullptr ? pWinUI->YraGetChooseFilesDiag() : nullptr;
-  if (pDialog == nullptr) {
-    TRACE_WARNING("Choose files dialog is null.");
-  } else {
-    TRACE_VERBOSE("Will hide dialog...");
-    gtk_widget_hide(pDialog);
-    if (pDialog == widget) pWinUI->YraSetChooseFilesDiag(nullptr);
-  }
+  YraForgetDialog(static_cast<YraWinUI*>(pWin), widget, kYraChooseFiles, KVO_LOG_VERBOSE);
   TRACE_OUT();
 }
 
-gboolean YraChooseFilesDiagDelEventCallback(GtkWidget* widget, GdkEvent* event, void* data) {
-  TRACE_IN();
-  TRACE_VERBOSE("widget=0x%x, event=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(event),
-                TraceAddress(data));
-  TRACE_OUT();
-  return FALSE;
-}
+YRA_DELETE_EVENT_HANDLER(YraChooseFilesDiagDelEventCallback, KVO_LOG_VERBOSE)
 
-GtkWidget* BuildChooser(const char* title, YraWinUI* pWinUI) {
-  GtkWidget* pDialog = gtk_file_chooser_dialog_new(title, nullptr, GTK_FILE_CHOOSER_ACTION_OPEN,
-                                                   GTK_STOCK_CANCEL, GTK_RESPONSE_CANCEL,
-                                                   GTK_STOCK_OPEN, GTK_RESPONSE_ACCEPT, nullptr);
-  if (pDialog == nullptr) {
-    TRACE_ERROR("Callback gtk_file_chooser_dialog_new is failed.");
-    return nullptr;
-  }
-  GtkFileChooser* pChooser = GTK_FILE_CHOOSER(pDialog);
-  gtk_dialog_set_default_response(GTK_DIALOG(pDialog), GTK_RESPONSE_ACCEPT);
-  gtk_file_chooser_set_select_multiple(pChooser, TRUE);
-  gtk_file_chooser_set_do_overwrite_confirmation(pChooser, TRUE);
-  gtk_file_chooser_set_current_folder(pChooser, g_get_home_dir());
+GtkWidget* Build(const char* pTitle, YraWinUI* pWinUI) {
+  GtkWidget* pDialog = YraBuildChooser(kLook, pTitle);
+  if (pDialog == nullptr) return nullptr;
   g_signal_connect(pDialog, "destroy", G_CALLBACK(YraChooseFilesDiagDestoryCallback), pWinUI);
   g_signal_connect(pDialog, "delete-event", G_CALLBACK(YraChooseFilesDiagDelEventCallback), pWinUI);
   return pDialog;
@@ -65,9 +40,10 @@ unsigned int YraWinUI::YraChooseFilesDiagCreate() {
     TRACE_ERROR("Choose Files Dialog already created.");
     return TRACE_RET(YRAFT_STATUS_BAD_STATE);
   }
-  GtkWidget* pDialog = BuildChooser(YraText(YRAFT_ENG_CHOOSE_DIALOG_TITLE).c_str(), this);
+  GtkWidget* pDialog = Build(YraText(YRAFT_ENG_CHOOSE_DIALOG_TITLE).c_str(), this);
   if (pDialog == nullptr) return TRACE_RET(YRAFT_OPT_STATUS_FAILED);
   YraSetChooseFilesDiag(pDialog);
+  m_fileRequests.Watch(pDialog);
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
   gtk_window_set_position(GTK_WINDOW(pDialog), GTK_WIN_POS_CENTER_ALWAYS);
   gtk_widget_hide(pDialog);
@@ -105,53 +81,29 @@ unsigned int YraWinUI::YraChooseFilesDiagCreate(int argc, char** argv,
       "Set Threshold Info: maxDataQueueLen=%u, maxBlockSize=%u, maxFileSize=%u, maxFiles=%u.",
       pThresholdInfo->maxDataQueueLen, pThresholdInfo->maxBlockSize, pThresholdInfo->maxFileSize,
       pThresholdInfo->maxFiles);
-  if (!YraInitGtk(argc, argv)) {
-    YraSetChooseOptStatusCode(YRAFT_OPT_STATUS_FAILED);
-    return TRACE_RET(YRAFT_OPT_STATUS_FAILED);
-  }
-  YraRunMainLoop(YraChooseFilesIdleFunc, this);
-  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+  return TRACE_RET(YraCallChooser(this, argc, argv, YraChooseFilesIdleFunc));
 }
 
 namespace {
 
-void ChooseOnce(YraWinUI* pWinUI) {
-  if (pWinUI == nullptr) {
-    TRACE_ERROR("data (%p) is NULL.", static_cast<void*>(pWinUI));
-    return;
-  }
-  YraRW* pRW = pWinUI->YraRWGet();
-  if (pRW == nullptr) {
-    TRACE_ERROR("callback YraRWGet get RW is null.");
-    return;
-  }
-  GtkWidget* pDialog = BuildChooser("Open:", pWinUI);
-  if (pDialog == nullptr) {
-    pWinUI->YraSetChooseOptStatusCode(YRAFT_OPT_STATUS_FAILED);
-    return;
-  }
-  YraShowInFront(pDialog);
-  const int result = YraRunModal(pDialog);
-  if (result == GTK_RESPONSE_ACCEPT) {
-    [[maybe_unused]] const YraChosen chosen =
-        YraQueueChosen(pDialog, pRW, {.numbered = true, .sizeOfPath = true, .size = 0});
+void QueueAccepted(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
+  if (response == GTK_RESPONSE_ACCEPT) {
+    [[maybe_unused]] const YraChosen chosen = YraQueueChosen(
+        pDialog, pWinUI->YraRWGet(), {.numbered = true, .sizeOfPath = true, .size = 0});
     TRACE_VERBOSE("Choosed %d files", chosen.paths);
-  } else if (result != GTK_RESPONSE_CANCEL && result != GTK_RESPONSE_DELETE_EVENT) {
+  } else if (!YraIsDeclined(response)) {
     TRACE_ERROR("gtk_dialog_run is not GTK_RESPONSE_ACCEPT. (0x%x)",
-                static_cast<unsigned int>(result));
+                static_cast<unsigned int>(response));
   }
-  TRACE_VERBOSE("Will callback gtk_widget_destroy.");
-  gtk_widget_destroy(pDialog);
 }
 
 }  // namespace
 
 int YraChooseFilesIdleFunc(void* data) {
   TRACE_IN();
-  const GdkLock lock;
-  ChooseOnce(static_cast<YraWinUI*>(data));
-  TRACE_VERBOSE("Will callback gtk_main_quit.");
-  gtk_main_quit();
+  YraRunChooserOnce(
+      static_cast<YraWinUI*>(data), [](YraWinUI* pWinUI) { return Build("Open:", pWinUI); },
+      QueueAccepted);
   TRACE_OUT();
   return FALSE;
 }
@@ -185,8 +137,7 @@ unsigned int YraWinUI::YraChooseFilesDiagCreate(YRAFT_THRESHOLD_INFO* pThreshold
     return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   }
   YraSetThresholdInfo(pThresholdInfo);
-  ++m_fileRequests.unanswered;
-  g_idle_add(YraChooseFilesSelfSignalIdleFunc, this);
+  m_fileRequests.Accept();
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
 
@@ -206,33 +157,31 @@ YraChoice TakeAccepted(YraWinUI* pWinUI, GtkWidget* pDialog) {
   return choice;
 }
 
-YraChoice RunDialog(YraWinUI* pWinUI) {
-  if (pWinUI->YraGetChooseFilesDiag() == nullptr) {
-    TRACE_WARNING("Choose files dialog no created.");
-    const unsigned int ret = pWinUI->YraChooseFilesDiagCreate();
-    if (ret != YRAFT_STATUS_SUCCESS) TRACE_FAILED("YraChooseFilesDiagCreate", ret);
-  }
-  GtkWidget* pDialog = pWinUI->YraGetChooseFilesDiag();
-  if (pDialog == nullptr) return {};
-  if (pWinUI->YraRWGet() == nullptr) {
-    TRACE_ERROR("callback YraRWGet get RW is null.");
-    return {};
-  }
+bool Open(YraWinUI* pWinUI, GtkWidget* pDialog) {
+  if (!YraOpenChooser(pWinUI, pDialog)) return false;
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
-  const int result = YraRunChooser(pDialog);
-  const YraChoice choice =
-      result == GTK_RESPONSE_ACCEPT ? TakeAccepted(pWinUI, pDialog) : YraDeclinedChoice(result);
-  YraHideDialog(pDialog);
-  return choice;
+  return true;
+}
+
+void Answer(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
+  YraAnswerChoice(pWinUI, pDialog, response, YRAFT_NOTIFY_CHOOSE_FILES, TakeAccepted);
 }
 
 }  // namespace
 
+const YraDialogKind kYraChooseFiles{YraChooseFilesSelfSignalIdleFunc,
+                                    &YraWinUI::YraGetChooseFilesDiag,
+                                    &YraWinUI::YraSetChooseFilesDiag,
+                                    &YraWinUI::YraChooseFilesDiagCreate,
+                                    "YraChooseFilesDiagCreate",
+                                    "Choose files dialog no created.",
+                                    "Choose files dialog is null.",
+                                    Open,
+                                    Answer};
+
 int YraChooseFilesSelfSignalIdleFunc(void* data) {
   TRACE_IN();
-  auto* pWinUI = static_cast<YraWinUI*>(data);
-  YraServeChoices(pWinUI, pWinUI != nullptr ? &YraUIThread::FileRequests(pWinUI) : nullptr,
-                  YRAFT_NOTIFY_CHOOSE_FILES, RunDialog);
+  YraServeChoices(data, YraUIThread::FileRequests, YRAFT_NOTIFY_CHOOSE_FILES);
   TRACE_OUT();
   return FALSE;
 }

@@ -3,11 +3,6 @@
 
 #include <gdk/gdkx.h>
 
-#include <cstdlib>
-#include <cstring>
-#include <utility>
-
-#include "YraNotify.h"
 #include "kvolocalise.h"
 
 namespace {
@@ -20,11 +15,23 @@ bool YraInitGtk(int argc, char** argv) {
   return false;
 }
 
-void YraRunMainLoop(GSourceFunc idle, void* data) {
-  const GdkLock lock;
-  if (idle != nullptr) g_idle_add(idle, data);
-  gtk_main();
-  gdk_flush();  // nobody else will: what was destroyed must leave the screen now
+// ---- Windows -----------------------------------------------------------------------------------
+
+namespace {
+
+// Window managers hold a modal window against all windows of its X group.
+void LeadOwnGroup(GtkWidget* pWindow, void*) {
+  GdkWindow* pGdkWindow = gtk_widget_get_window(pWindow);
+  gdk_window_set_group(pGdkWindow, pGdkWindow);
+}
+
+}  // namespace
+
+void YraStandAlone(GtkWidget* pWindow) {
+  GtkWindowGroup* pGroup = gtk_window_group_new();
+  gtk_window_group_add_window(pGroup, GTK_WINDOW(pWindow));
+  g_object_unref(pGroup);  // the window keeps it
+  g_signal_connect(pWindow, "realize", G_CALLBACK(LeadOwnGroup), nullptr);
 }
 
 void YraShowInFront(GtkWidget* pWindow) {
@@ -36,11 +43,95 @@ void YraShowInFront(GtkWidget* pWindow) {
   gtk_window_present_with_time(GTK_WINDOW(pWindow), now);
 }
 
+void YraHideDialog(GtkWidget* pDialog) {
+  if (pDialog == nullptr) return;
+  TRACE_VERBOSE("Will hide dialog...");
+  gtk_widget_hide(pDialog);
+  gdk_flush();
+}
+
+// ---- One call, one dialog ----------------------------------------------------------------------
+
+void YraRunMainLoop(GSourceFunc idle, void* data) {
+  const GdkLock lock;
+  if (idle != nullptr) g_idle_add(idle, data);
+  gtk_main();
+  gdk_flush();  // nobody else will: what was destroyed must leave the screen now
+}
+
 int YraRunModal(GtkWidget* pDialog) {
   const int result = gtk_dialog_run(GTK_DIALOG(pDialog));
   TRACE_VERBOSE("result=%d.", result);
   return result;
 }
+
+// ---- Persistent dialogs ------------------------------------------------------------------------
+
+void YraDialogLine::Accept() {
+  ++m_unanswered;
+  g_idle_add(m_kind.idle, m_pWinUI);
+}
+
+void YraDialogLine::Serve() {
+  if (m_running || m_unanswered == 0 || YraUIThread::Ending(m_pWinUI)) return;
+  const GdkLock lock;
+  GtkWidget* pDialog = TakeDialog();
+  m_running = pDialog != nullptr && m_kind.open(m_pWinUI, pDialog);
+  if (!m_running) Answer(nullptr, GTK_RESPONSE_NONE);
+}
+
+GtkWidget* YraDialogLine::TakeDialog() {
+  if ((m_pWinUI->*m_kind.get)() == nullptr) {
+    TRACE_WARNING("%s", m_kind.pNotCreated);
+    const unsigned int ret = (m_pWinUI->*m_kind.build)();
+    if (ret != YRAFT_STATUS_SUCCESS) TRACE_FAILED(m_kind.pBuild, ret);
+  }
+  return (m_pWinUI->*m_kind.get)();
+}
+
+void YraDialogLine::Watch(GtkWidget* pDialog) {
+  const auto onResponse = +[](GtkDialog*, int response, void* pLine) {
+    static_cast<YraDialogLine*>(pLine)->End(response);
+  };
+  const auto onHide =
+      +[](GtkWidget*, void* pLine) { static_cast<YraDialogLine*>(pLine)->End(GTK_RESPONSE_NONE); };
+  g_signal_connect(pDialog, "response", G_CALLBACK(onResponse), this);
+  g_signal_connect(pDialog, "hide", G_CALLBACK(onHide), this);
+  // Behind every other handler: a closed window is used again.
+  g_signal_connect(pDialog, "delete-event", G_CALLBACK(gtk_widget_hide_on_delete), nullptr);
+  gtk_window_set_modal(GTK_WINDOW(pDialog), TRUE);
+  YraStandAlone(pDialog);
+}
+
+void YraDialogLine::End(int response) {
+  if (!m_running) return;
+  m_running = false;
+  Answer((m_pWinUI->*m_kind.get)(), response);
+  // The next run starts when the events of this one are done with.
+  if (m_unanswered > 0) g_idle_add(m_kind.idle, m_pWinUI);
+}
+
+void YraDialogLine::EndAll(int response) {
+  while (m_unanswered > 0) Answer(nullptr, response);
+}
+
+void YraDialogLine::Answer(GtkWidget* pDialog, int response) {
+  --m_unanswered;
+  m_kind.answer(m_pWinUI, pDialog, response);
+}
+
+void YraForgetDialog(YraWinUI* pWinUI, GtkWidget* pWidget, const YraDialogKind& kind, int level) {
+  GtkWidget* pDialog = pWinUI != nullptr ? (pWinUI->*kind.get)() : nullptr;
+  if (pDialog == nullptr) {
+    TRACE_WARNING("%s", kind.pNull);
+    return;
+  }
+  TRACE_AT(level, "Will hide dialog...");
+  gtk_widget_hide(pDialog);
+  if (pDialog == pWidget) (pWinUI->*kind.set)(nullptr);
+}
+
+// ---- Texts -------------------------------------------------------------------------------------
 
 std::string YraValidText(const char* pText) {
   if (pText == nullptr) return {};
@@ -60,123 +151,7 @@ std::string YraCutText(std::string text, std::size_t size) {
   return text;
 }
 
-namespace {
-
-void ClearEntry(GtkWidget* pWidget, void*) {
-  if (GTK_IS_ENTRY(pWidget)) {
-    gtk_entry_set_text(GTK_ENTRY(pWidget), "");
-  } else if (GTK_IS_CONTAINER(pWidget)) {
-    gtk_container_forall(GTK_CONTAINER(pWidget), ClearEntry, nullptr);
-  }
-}
-
-}  // namespace
-
-void YraResetChooser(GtkWidget* pDialog) {
-  GtkFileChooser* pChooser = GTK_FILE_CHOOSER(pDialog);
-  gtk_file_chooser_unselect_all(pChooser);
-  ClearEntry(pDialog, nullptr);
-  gtk_file_chooser_set_current_folder(pChooser, g_get_home_dir());
-}
-
-YraChosen YraQueueChosen(GtkWidget* pChooser, YraRW* pRW, const YraItemRule& rule) {
-  YraChosen chosen;
-  GSList* pPaths = gtk_file_chooser_get_filenames(GTK_FILE_CHOOSER(pChooser));
-  for (GSList* pNode = pPaths; pNode != nullptr; pNode = pNode->next, ++chosen.paths) {
-    const char* pPath = static_cast<const char*>(pNode->data);
-    const int64_t size =
-        rule.sizeOfPath ? Yraft_GetFileSize(pPath) : static_cast<int64_t>(rule.size);
-    YRAFT_FILEINFO_ITEM* pItem = Yraft_FileInfoItemAllocate(
-        pPath, static_cast<int>(strlen(pPath)),
-        static_cast<unsigned short>(rule.numbered ? chosen.paths : 0), static_cast<uint64_t>(size));
-    if (pItem == nullptr) {
-      TRACE_ERROR("callback Yraft_FileInfoItemAllocate failed.");
-      continue;
-    }
-    const unsigned int ret = pRW->YraRW_QueuePush(
-        YRAFT_QUEUE_FILEINFO, 0, reinterpret_cast<unsigned char*>(pItem), pItem->cbSize);
-    if (ret != YRAFT_STATUS_SUCCESS) {
-      TRACE_ERROR("callback YraRW_QueuePush push queue failed.(0x%x)", ret);
-      std::free(pItem);
-      continue;
-    }
-    ++chosen.pushed;
-    chosen.totalSize += static_cast<uint64_t>(size);
-  }
-  g_slist_free_full(pPaths, g_free);
-  return chosen;
-}
-
-YraChoice YraTakeChoice(YraWinUI* pWinUI) {
-  YraChoice choice;
-  unsigned int ret = pWinUI->YraGetAllChooseTlvBlocksPop(&choice.pBlock);
-  if (ret != YRAFT_STATUS_SUCCESS) {
-    TRACE_FAILED("YraGetAllChooseTlvBlocksPop", ret);
-  } else if ((ret = Yraft_TlvBlocksGetSize(choice.pBlock, &choice.blockLen)) !=
-             YRAFT_STATUS_SUCCESS) {
-    TRACE_FAILED("Yraft_TlvBlocksGetSize", ret);
-  }
-  if (ret == YRAFT_STATUS_SUCCESS) {
-    choice.status = YRAFT_OPT_STATUS_SUCCESS;
-  } else {
-    // What is left over must not join the next choice.
-    pWinUI->YraRWGet()->YraRW_QueueClear(YRAFT_QUEUE_FILEINFO);
-  }
-  return choice;
-}
-
-YraChoice YraDeclinedChoice(int result) {
-  YraChoice choice;
-  if (result == GTK_RESPONSE_CANCEL || result == GTK_RESPONSE_DELETE_EVENT) {
-    choice.status = YRAFT_OPT_STATUS_CANCELLED;
-  } else {
-    TRACE_ERROR("gtk_dialog_run is not GTK_RESPONSE_ACCEPT. (%d)", result);
-  }
-  return choice;
-}
-
-int YraRunChooser(GtkWidget* pDialog) {
-  YraResetChooser(pDialog);
-  gtk_window_set_position(GTK_WINDOW(pDialog), GTK_WIN_POS_CENTER_ALWAYS);
-  TRACE_VERBOSE("will show dialog...");
-  YraShowInFront(pDialog);
-  return YraRunModal(pDialog);
-}
-
-void YraHideDialog(GtkWidget* pDialog) {
-  TRACE_VERBOSE("Will hide dialog...");
-  gtk_widget_hide(pDialog);
-  gdk_flush();
-}
-
 const char* YraOperationName(uint32_t operation) {
   if (operation == YRAFT_OPERATION_UPLOAD) return "Upload";
   return operation == YRAFT_OPERATION_DOWNLOAD ? "Download" : "Unknown";
-}
-
-namespace {
-
-void ServeChoice(YraWinUI* pWinUI, YraRequestLine& line, unsigned int event,
-                 YraChoice (*run)(YraWinUI*)) {
-  YraChoice choice;
-  if (YraUIThread::Ending(pWinUI)) {
-    choice.status = YRAFT_OPT_STATUS_CANCELLED;
-  } else {
-    const GdkLock lock;
-    choice = run(pWinUI);
-  }
-  if (line.unanswered > 0) --line.unanswered;
-  YraNotifyChoice(event, choice.status, choice.pBlock, choice.blockLen);
-}
-
-}  // namespace
-
-void YraServeChoices(YraWinUI* pWinUI, YraRequestLine* pLine, unsigned int event,
-                     YraChoice (*run)(YraWinUI*)) {
-  if (pWinUI == nullptr) {
-    TRACE_ERROR("data (%p) is NULL.", static_cast<void*>(pWinUI));
-    YraNotifyChoice(event, YRAFT_OPT_STATUS_NO_UI, nullptr, 0);
-    return;
-  }
-  YraServeRequests(*pLine, [=] { ServeChoice(pWinUI, *pLine, event, run); });
 }

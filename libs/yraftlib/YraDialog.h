@@ -1,5 +1,5 @@
-// What the dialogs share: GTK's start, its lock, a modal run, a one-call main loop, texts, the road
-// from chosen paths to a block, and the line in which requests wait.
+// What the dialogs share: GTK's start and its lock, how a window is shown, the two ways to run a
+// dialog, and texts.
 #pragma once
 
 #include "YraWinUI.h"
@@ -19,18 +19,68 @@ class GdkLock {
   GdkLock& operator=(const GdkLock&) = delete;
 };
 
+// Gives the lock up while the host is called, which may wait for a thread that wants it.
+class GdkUnlock {
+ public:
+  GdkUnlock() { gdk_threads_leave(); }
+  ~GdkUnlock() { gdk_threads_enter(); }
+  GdkUnlock(const GdkUnlock&) = delete;
+  GdkUnlock& operator=(const GdkUnlock&) = delete;
+};
+
 // Starts GTK, any number of times. Answers false, traced, where there is no display.
 bool YraInitGtk(int argc, char** argv);
 
-// Runs a GTK main loop in which `idle` is called once with `data`, until someone quits it.
-void YraRunMainLoop(GSourceFunc idle, void* data);
+// ---- Windows -----------------------------------------------------------------------------------
 
+// Makes a modal window block nothing but itself: neither the toolkit's grab nor the window manager
+// may keep the user from another dialog that is open.
+void YraStandAlone(GtkWidget* pWindow);
 // Shows a window in front with the keyboard focus, also one that was used and hidden before: the
 // window manager goes by the time of the window's last use.
 void YraShowInFront(GtkWidget* pWindow);
+// Hides a dialog of the persistent UI at once; null is harmless.
+void YraHideDialog(GtkWidget* pDialog);
 
-// Runs a dialog modally and answers its response. Other idle functions are served meanwhile.
+// ---- One call, one dialog ----------------------------------------------------------------------
+
+// Runs a GTK main loop in which `idle` is called once with `data`, until someone quits it.
+void YraRunMainLoop(GSourceFunc idle, void* data);
+// Runs a dialog in a modal loop and answers its response.
 int YraRunModal(GtkWidget* pDialog);
+
+// ---- Persistent dialogs ------------------------------------------------------------------------
+
+// Says how the requests of one kind are answered, in the UI thread.
+struct YraDialogKind {
+  GSourceFunc idle;  // serves the line
+  GtkWidget* (YraWinUI::*get)();
+  unsigned int (YraWinUI::*set)(GtkWidget*);
+  unsigned int (YraWinUI::*build)();
+  const char* pBuild;       // as the log knows it
+  const char* pNotCreated;  // what the log says of a dialog that is still missing …
+  const char* pNull;        // … and of one that is gone
+  // Fills the dialog for the next request and shows it; false where there is nothing to show.
+  bool (*open)(YraWinUI* pWinUI, GtkWidget* pDialog);
+  // Gives a request its answer and hides the dialog, null where none could be opened.
+  void (*answer)(YraWinUI* pWinUI, GtkWidget* pDialog, int response);
+};
+
+// For a "destroy" handler: hides the dialog that the object holds, and forgets it if it is this
+// widget. The level is that of the trace.
+void YraForgetDialog(YraWinUI* pWinUI, GtkWidget* pWidget, const YraDialogKind& kind, int level);
+
+// Defines a "delete-event" handler that lets the event go on to the toolkit.
+#define YRA_DELETE_EVENT_HANDLER(name, level)                                     \
+  gboolean name(GtkWidget* widget, GdkEvent* event, void* data) {                 \
+    TRACE_AT(level, "[%s] In.", kLayer.tag);                                      \
+    TRACE_AT(level, "widget=0x%x, event=0x%x, udata=0x%x.", TraceAddress(widget), \
+             TraceAddress(event), TraceAddress(data));                            \
+    TRACE_AT(level, "[%s] Out.", kLayer.tag);                                     \
+    return FALSE;                                                                 \
+  }
+
+// ---- Texts -------------------------------------------------------------------------------------
 
 // A text of the catalog as valid UTF-8.
 std::string YraText(int number);
@@ -39,62 +89,29 @@ std::string YraValidText(const char* pText);
 // Cuts a valid text to at most `size` bytes at a character's border.
 std::string YraCutText(std::string text, std::size_t size);
 
-// Where a file chooser comes to: the home directory, nothing selected, nothing typed.
-void YraResetChooser(GtkWidget* pDialog);
-
-// Says how a chosen path becomes an item.
-struct YraItemRule {
-  bool numbered;    // fileContext counts the paths; else it is 0
-  bool sizeOfPath;  // fileSize is the file's own; else `size`
-  uint64_t size;
-};
-
-struct YraChosen {
-  int paths = 0;           // what the chooser returned
-  int pushed = 0;          // what reached the store
-  uint64_t totalSize = 0;  // of what reached the store
-};
-
-// Pushes an item for every path selected in the chooser into the store's file-info queue.
-YraChosen YraQueueChosen(GtkWidget* pChooser, YraRW* pRW, const YraItemRule& rule);
-
-// What became of a request for a choice: the operation status, and a block with status 0.
-struct YraChoice {
-  unsigned int status = YRAFT_OPT_STATUS_FAILED;
-  YRAFT_TLV_BLOCKS* pBlock = nullptr;
-  unsigned short blockLen = 0;
-};
-
-// Takes the store's file-info queue out as the choice's block; on failure the queue is empty and
-// there is no block.
-YraChoice YraTakeChoice(YraWinUI* pWinUI);
-// The choice of a dialog that was not accepted.
-YraChoice YraDeclinedChoice(int result);
-
-// Brings a chooser to its start, shows it and runs it.
-int YraRunChooser(GtkWidget* pDialog);
-void YraHideDialog(GtkWidget* pDialog);
+const char* YraOperationName(uint32_t operation);
 
 // Shows the texts of an error record in a box of its own until the user closes it.
 unsigned int YraShowErrorRecord(YraWinUI* pWinUI, int argc, char** argv,
                                 const YRAFT_ERROR_MESSAGE_INFO& info);
 
-const char* YraOperationName(uint32_t operation);
+// ---- The UI thread's side of the object --------------------------------------------------------
 
-// The UI thread's side of the object, for the dialogs' idle functions and callbacks.
+// For the dialogs' idle functions and callbacks.
 struct YraUIThread {
   static bool Ending(YraWinUI* pWinUI) { return pWinUI->m_bEnding; }
   static YRAFT_PROGRESS_BAR_INFO Progress(YraWinUI* pWinUI) {
     return pWinUI->m_progressBarInfo.Load();
   }
+  static std::atomic<bool>& ProgressIsNews(YraWinUI* pWinUI) { return pWinUI->m_bProgressIsNews; }
   static YRAFT_FILEINFO_ITEM FileItem(YraWinUI* pWinUI) { return pWinUI->m_fileItemInfo.Load(); }
-  static YraRequestLine& FileRequests(YraWinUI* pWinUI) { return pWinUI->m_fileRequests; }
-  static YraRequestLine& DirectoryRequests(YraWinUI* pWinUI) { return pWinUI->m_directoryRequests; }
-  static YraRequestLine& ErrorRequests(YraWinUI* pWinUI) { return pWinUI->m_errorRequests; }
+  static YraDialogLine& FileRequests(YraWinUI* pWinUI) { return pWinUI->m_fileRequests; }
+  static YraDialogLine& DirectoryRequests(YraWinUI* pWinUI) { return pWinUI->m_directoryRequests; }
+  static YraDialogLine& ErrorRequests(YraWinUI* pWinUI) { return pWinUI->m_errorRequests; }
 
   // Forgets the widgets of a progress window that is being destroyed.
   static void ForgetProgressWindow(YraWinUI* pWinUI);
-  // Declines every dialog that runs, and lets no other one open.
+  // Declines every dialog that is open, and lets no other one open.
   static void EndDialogs(YraWinUI* pWinUI);
   // Answers every request that no idle function got to, and drops those idle functions.
   static void AnswerTheRest(YraWinUI* pWinUI);
@@ -109,27 +126,8 @@ struct YraUIThread {
                                      void* pInput);
 };
 
-// Serves the requests of a line one after another: the first comer's call serves those that come up
-// during its run, theirs return at once.
-template <class Serve>
-void YraServeRequests(YraRequestLine& line, Serve serve) {
-  if (line.serving) {
-    ++line.deferred;
-    return;
-  }
-  line.serving = true;
-  serve();
-  for (; line.deferred > 0; --line.deferred) serve();
-  line.serving = false;
-}
-
-// Serves the next request for a choice with `run`, and those that wait for it, each with its one
-// notification. pWinUI may be null, then the host hears that there is no UI.
-void YraServeChoices(YraWinUI* pWinUI, YraRequestLine* pLine, unsigned int event,
-                     YraChoice (*run)(YraWinUI*));
-
 extern "C" {
-// Idle functions and callbacks, by GTK's and GLib's prototypes; data is the YraWinUI.
+// Idle functions, by GLib's prototype; data is the YraWinUI.
 int YraChooseFilesIdleFunc(void* data);
 int YraChooseFilesSelfSignalIdleFunc(void* data);
 int YraChooseDirectoryIdleFunc(void* data);

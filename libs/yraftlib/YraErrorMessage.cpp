@@ -30,27 +30,13 @@ void SetSecondaryText(GtkWidget* pDialog, const char* text) {
 void YraErrorMessageDestoryCallback(GtkWidget* widget, void* data) {
   TRACE_INFO("[%s] In.", kLayer.tag);
   TRACE_INFO("widget=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(data));
-  auto* pWinUI = static_cast<YraWinUI*>(data);
-  if (pWinUI != nullptr) {
-    GtkWidget* pDialog = pWinUI->YraGetErrorMessageDiag();
-    if (pDialog == nullptr) {
-      TRACE_WARNING("Error message dialog is null.");
-    } else {
-      TRACE_INFO("Will hide dialog...");
-      gtk_widget_hide(pDialog);
-      if (pDialog == widget) pWinUI->YraSetErrorMessageDiag(nullptr);
-    }
+  if (data != nullptr) {
+    YraForgetDialog(static_cast<YraWinUI*>(data), widget, kYraErrorMessage, KVO_LOG_INFO);
   }
   TRACE_INFO("[%s] Out.", kLayer.tag);
 }
 
-gboolean YraErrorMessageDelEventCallback(GtkWidget* widget, GdkEvent* event, void* data) {
-  TRACE_INFO("[%s] In.", kLayer.tag);
-  TRACE_INFO("widget=0x%x, event=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(event),
-             TraceAddress(data));
-  TRACE_INFO("[%s] Out.", kLayer.tag);
-  return FALSE;
-}
+YRA_DELETE_EVENT_HANDLER(YraErrorMessageDelEventCallback, KVO_LOG_INFO)
 
 }  // namespace
 
@@ -137,6 +123,7 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate() {
   g_signal_connect(pDialog, "destroy", G_CALLBACK(YraErrorMessageDestoryCallback), this);
   TRACE_VERBOSE("Setting delete-event callback.");
   g_signal_connect(pDialog, "delete-event", G_CALLBACK(YraErrorMessageDelEventCallback), this);
+  m_errorRequests.Watch(pDialog);
   TRACE_INFO("will hide dialog...");
   gtk_widget_hide(pDialog);
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
@@ -265,7 +252,7 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate(YRAFT_ERROR_MESSAGE_INFO* pErro
   pNode->pNext = m_pErrorInbox.load();
   while (!m_pErrorInbox.compare_exchange_weak(pNode->pNext, pNode)) {
   }
-  g_idle_add(YraErrorMsgSelfSignalIdleFunc, this);
+  m_errorRequests.Accept();
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
 
@@ -302,9 +289,16 @@ void TraceResponse(int result) {
   }
 }
 
-void ShowRecord(GtkWidget* pDialog, const YRAFT_ERROR_MESSAGE_INFO& info) {
-  TraceTexts(KVO_LOG_INFO, info);
-  const RecordTexts texts = TextsOf(info);
+// Shows the next message of the line.
+bool Open(YraWinUI* pWinUI, GtkWidget* pDialog) {
+  TRACE_VERBOSE("pErrorDiag=0x%x.", TraceAddress(pDialog));
+  const YRAFT_ERROR_MESSAGE_INFO* pInfo = pWinUI->YraGetErrorMessageInfo();
+  if (pInfo == nullptr) {
+    TRACE_ERROR("pErrorMessageInfo is null.");
+    return false;
+  }
+  TraceTexts(KVO_LOG_INFO, *pInfo);
+  const RecordTexts texts = TextsOf(*pInfo);
   gtk_window_set_title(GTK_WINDOW(pDialog), texts.title.c_str());
   gtk_window_set_position(GTK_WINDOW(pDialog), GTK_WIN_POS_CENTER_ALWAYS);
   SetMainText(pDialog, texts.first);
@@ -312,43 +306,37 @@ void ShowRecord(GtkWidget* pDialog, const YRAFT_ERROR_MESSAGE_INFO& info) {
   TRACE_INFO("will show dialog...");
   YraShowInFront(pDialog);
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
-  TraceResponse(gtk_dialog_run(GTK_DIALOG(pDialog)));
-  YraHideDialog(pDialog);
+  return true;
 }
 
-// Shows the next message of the line, if any is left and the UI is not ending.
-void ServeOne(YraWinUI* pWinUI) {
-  if (YraUIThread::Ending(pWinUI)) return;
-  const GdkLock lock;
-  if (pWinUI->YraGetErrorMessageDiag() == nullptr) {
-    TRACE_WARNING("Error message dialog no created.");
-    const unsigned int ret = pWinUI->YraErrorMessageDiagCreate();
-    if (ret != YRAFT_STATUS_SUCCESS) {
-      TRACE_FAILED("YraErrorMessageDiagCreate", ret);
-      return;
-    }
-  }
-  GtkWidget* pDialog = pWinUI->YraGetErrorMessageDiag();
-  TRACE_VERBOSE("pErrorDiag=0x%x.", TraceAddress(pDialog));
+// The message was read; one that found no box stays in the line.
+void Answer(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
+  if (pDialog == nullptr) return;
+  TraceResponse(response);
+  YraHideDialog(pDialog);
   YRAFT_ERROR_MESSAGE_INFO* pInfo = pWinUI->YraGetErrorMessageInfo();
-  if (pInfo == nullptr) {
-    TRACE_ERROR("pErrorMessageInfo is null.");
-    return;
-  }
-  ShowRecord(pDialog, *pInfo);
   pWinUI->YraSetErrorMessageInfo(nullptr);
   std::free(pInfo);
 }
 
 }  // namespace
 
+const YraDialogKind kYraErrorMessage{YraErrorMsgSelfSignalIdleFunc,
+                                     &YraWinUI::YraGetErrorMessageDiag,
+                                     &YraWinUI::YraSetErrorMessageDiag,
+                                     &YraWinUI::YraErrorMessageDiagCreate,
+                                     "YraErrorMessageDiagCreate",
+                                     "Error message dialog no created.",
+                                     "Error message dialog is null.",
+                                     Open,
+                                     Answer};
+
 int YraErrorMsgSelfSignalIdleFunc(void* data) {
   TRACE_INFO("[%s] In.", kLayer.tag);
-  auto* pWinUI = static_cast<YraWinUI*>(data);
-  if (pWinUI == nullptr) {
+  if (data == nullptr) {
     TRACE_ERROR("data is null.");
   } else {
-    YraServeRequests(YraUIThread::ErrorRequests(pWinUI), [pWinUI] { ServeOne(pWinUI); });
+    YraUIThread::ErrorRequests(static_cast<YraWinUI*>(data)).Serve();
   }
   TRACE_INFO("[%s] Out.", kLayer.tag);
   return FALSE;

@@ -55,7 +55,8 @@ unsigned int YraSendSelfSignal(void* pSelfSignal, int signalType, int evtType, i
     TRACE_WARNING("signal %d is invaild.", signalType);
     return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   }
-  if (!YraSelfSignalIsServed(pSelfSignal)) {
+  const YraSender sender(pSelfSignal);
+  if (!sender.Served()) {
     TRACE_WARNING("pSelfSignal (%p) reaches no UI.", pSelfSignal);
     return TRACE_RET(YRAFT_STATUS_BAD_STATE);
   }

@@ -119,6 +119,11 @@ void ClearFlags(YraWinUI* pWinUI) {
 
 // ---- Callbacks ---------------------------------------------------------------------------------
 
+unsigned int Report(unsigned int event, unsigned int status, unsigned int fileContext) {
+  const GdkUnlock unlock;
+  return YraCallbackYraNotify(event, 7, status, fileContext, nullptr);
+}
+
 void YraPogressBarDiagButtonPauseCallback(GtkWidget* widget, void* data) {
   TRACE_IN();
   auto* pWinUI = static_cast<YraWinUI*>(data);
@@ -137,11 +142,9 @@ void YraPogressBarDiagButtonPauseCallback(GtkWidget* widget, void* data) {
   const bool paused = pWinUI->YraGetProgressBarPauseStatus();
   TRACE_VERBOSE("Will notify VC, current bIsPause=%s, statusCode=%u, fileContext=%u.",
                 TraceBool(paused), 0U, fileContext);
-  const unsigned int ret =
-      paused ? YraCallbackYraNotify(YRAFT_NOTIFY_RESUME, 7, YRAFT_OPT_STATUS_RESUMED, fileContext,
-                                    nullptr)
-             : YraCallbackYraNotify(YRAFT_NOTIFY_PAUSE, 7, YRAFT_OPT_STATUS_PAUSED, fileContext,
-                                    nullptr);
+  const unsigned int ret = paused
+                               ? Report(YRAFT_NOTIFY_RESUME, YRAFT_OPT_STATUS_RESUMED, fileContext)
+                               : Report(YRAFT_NOTIFY_PAUSE, YRAFT_OPT_STATUS_PAUSED, fileContext);
   pWinUI->YraSetProgressBarPauseStatus(!paused);
   gtk_button_set_label(GTK_BUTTON(widget),
                        YraText(paused ? YRAFT_ENG_BUTTON_PAUSE : YRAFT_ENG_BUTTON_RESUME).c_str());
@@ -157,8 +160,8 @@ void YraPogressBarDiagButtonCancelCallback([[maybe_unused]] GtkWidget* widget, v
     TRACE_ERROR("data (%p) is NULL.", data);
     return;
   }
-  const unsigned int ret = YraCallbackYraNotify(YRAFT_NOTIFY_CANCEL, 7, YRAFT_OPT_STATUS_CANCELLED,
-                                                YraUIThread::Progress(pWinUI).fileContext, nullptr);
+  const unsigned int ret = Report(YRAFT_NOTIFY_CANCEL, YRAFT_OPT_STATUS_CANCELLED,
+                                  YraUIThread::Progress(pWinUI).fileContext);
   if (ret != YRAFT_STATUS_SUCCESS) TRACE_FAILED("YraCallbackYraNotify", ret);
   pWinUI->YraSetProgressBarCancelStatus(true);
   pWinUI->YraProgressBarDiagHideDestory();
@@ -181,13 +184,7 @@ void YraPogressBarDiagDestoryCallback(GtkWidget* widget, void* data) {
   TRACE_OUT();
 }
 
-gboolean YraPogressBarDiagDelEventCallback(GtkWidget* widget, GdkEvent* event, void* data) {
-  TRACE_IN();
-  TRACE_VERBOSE("widget=0x%x, event=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(event),
-                TraceAddress(data));
-  TRACE_OUT();
-  return FALSE;
-}
+YRA_DELETE_EVENT_HANDLER(YraPogressBarDiagDelEventCallback, KVO_LOG_VERBOSE)
 
 // ---- Building ----------------------------------------------------------------------------------
 
@@ -200,6 +197,7 @@ GtkWidget* BuildWindow(const std::string& title) {
   gtk_window_set_resizable(pGtkWindow, FALSE);
   gtk_widget_set_size_request(pWindow, 350, 120);
   gtk_window_set_modal(pGtkWindow, TRUE);
+  YraStandAlone(pWindow);
   return pWindow;
 }
 
@@ -344,6 +342,7 @@ unsigned int YraWinUI::YraProgressBarDiagRefresh(YRAFT_PROGRESS_BAR_INFO* pProgr
   if (stored.fileContext != next.fileContext || stored.fileSize != next.fileSize) {
     TRACE_WARNING("Current file is not correct with refresh file.");
   }
+  m_bProgressIsNews = true;
   g_idle_add(YraProgressBarSelfSignalRefreshIdleFunc, this);
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
@@ -402,7 +401,10 @@ unsigned int ShowForFile(YraWinUI* pWinUI) {
   gtk_button_set_label(GTK_BUTTON(pWinUI->YraGetProgressBarPauseButton()),
                        YraText(YRAFT_ENG_BUTTON_PAUSE).c_str());
   TRACE_VERBOSE("will show dialog...");
-  YraShowInFront(pWindow);
+  // The next file of a batch must not take the focus from where the user types.
+  if (!gtk_widget_get_visible(pWindow)) YraShowInFront(pWindow);
+  // Whether this file is complete already is for the refreshes that wait behind to find.
+  YraUIThread::ProgressIsNews(pWinUI) = true;
   return YRAFT_OPT_STATUS_SUCCESS;
 }
 
@@ -448,7 +450,7 @@ int RunStep(void* data, unsigned int (*step)(YraWinUI*)) {
   unsigned int statusCode = YRAFT_OPT_STATUS_NO_UI;
   if (data == nullptr) {
     TRACE_ERROR("data (%p) is NULL.", data);
-  } else {
+  } else if (!YraUIThread::Ending(static_cast<YraWinUI*>(data))) {
     const GdkLock lock;
     statusCode = step(static_cast<YraWinUI*>(data));
   }
@@ -461,7 +463,14 @@ int RunStep(void* data, unsigned int (*step)(YraWinUI*)) {
 
 int YraProgressBarSelfSignalCreateIdleFunc(void* data) { return RunStep(data, ShowForFile); }
 
-int YraProgressBarSelfSignalRefreshIdleFunc(void* data) { return RunStep(data, ShowFigures); }
+// In a burst of refreshes the first one shows the latest figures, and the others find nothing new.
+int YraProgressBarSelfSignalRefreshIdleFunc(void* data) {
+  if (data != nullptr &&
+      !YraUIThread::ProgressIsNews(static_cast<YraWinUI*>(data)).exchange(false)) {
+    return FALSE;
+  }
+  return RunStep(data, ShowFigures);
+}
 
 int YraProgressBarSelfSignalCloseIdleFunc(void* data) {
   return RunStep(data, [](YraWinUI* pWinUI) { return pWinUI->YraProgressBarDiagHideDestory(); });
@@ -488,7 +497,6 @@ unsigned int YraWinUI::YraProgressBarDiagCreate(int argc, char** argv,
     const GdkLock lock;
     const Progress progress = ProgressOf(*pInfo);
     m_pWin = BuildWindow(TitleText(progress.percent));
-    g_signal_connect(m_pWin, "destroy", G_CALLBACK(gtk_main_quit), nullptr);
     g_signal_connect(m_pWin, "destroy", G_CALLBACK(gtk_widget_destroyed), &m_pWin);
     const std::string label = YraText(YRAFT_ENG_TRANSFER_DOWNLOAD) +
                               std::to_string(pInfo->fileContext + 1) + " of " +
@@ -500,7 +508,11 @@ unsigned int YraWinUI::YraProgressBarDiagCreate(int argc, char** argv,
   const unsigned int ret =
       YraCallbackYraNotify(YRAFT_NOTIFY_PROGRESS_BAR, 7, YRAFT_OPT_STATUS_SUCCESS, 0, this);
   if (ret != YRAFT_STATUS_SUCCESS) TRACE_FAILED("YraCallbackYraNotify", ret);
-  if (m_pWin != nullptr) YraRunMainLoop(nullptr, nullptr);
+  // The host may have destroyed the window by now.
+  if (m_pWin != nullptr) {
+    g_signal_connect(m_pWin, "destroy", G_CALLBACK(gtk_main_quit), nullptr);
+    YraRunMainLoop(nullptr, nullptr);
+  }
   YraUIThread::ForgetProgressWindow(this);
   return TRACE_RET(ret);
 }

@@ -8,6 +8,7 @@
 #include "YraSelfSignal.h"
 
 #include <cstdlib>
+#include <thread>
 
 #include "YraDialog.h"
 #include "YraNotify.h"
@@ -18,6 +19,8 @@ constexpr TraceLayer kLayer = kLayerUi;
 
 // The table whose handlers are connected. Written by the UI thread after the table is complete.
 std::atomic<const void*> g_pServedTable{nullptr};
+// Threads that are sending a signal right now.
+std::atomic<int> g_senders{0};
 
 void TraceArguments(const char* function, unsigned int line, int level, void* pSignalObj,
                     unsigned int evtType, unsigned int key, void* pInput, void* pWinObj) {
@@ -44,19 +47,28 @@ void Refuse(unsigned int event, unsigned int subCode) {
 
 // ---- Handlers ----------------------------------------------------------------------------------
 
+// Starts a request for a choice by `start`, or tells the host that it will not be served. The
+// record is released in either case.
+template <class Record>
+void RequestChoice(void* pInput, void* pWinObj, unsigned int (YraWinUI::*start)(Record*),
+                   const char* name, unsigned int event) {
+  bool started = false;
+  if (HaveBoth(pInput, pWinObj)) {
+    const unsigned int ret =
+        (static_cast<YraWinUI*>(pWinObj)->*start)(static_cast<Record*>(pInput));
+    started = ret == YRAFT_STATUS_SUCCESS;
+    if (!started) TRACE_FAILED(name, ret);
+  }
+  if (!started) Refuse(event, 7);
+  std::free(pInput);
+}
+
 int YraChooseFilesSelfSignalCallback(void* pSignalObj, unsigned int evtType, unsigned int key,
                                      void* pInput, void* pWinObj) {
   TRACE_IN();
   TraceArguments(__func__, __LINE__, KVO_LOG_VERBOSE, pSignalObj, evtType, key, pInput, pWinObj);
-  bool started = false;
-  if (HaveBoth(pInput, pWinObj)) {
-    const unsigned int ret = static_cast<YraWinUI*>(pWinObj)->YraChooseFilesDiagCreate(
-        static_cast<YRAFT_THRESHOLD_INFO*>(pInput));
-    started = ret == YRAFT_STATUS_SUCCESS;
-    if (!started) TRACE_FAILED("YraChooseFilesDiagCreate", ret);
-  }
-  if (!started) Refuse(YRAFT_NOTIFY_CHOOSE_FILES, 7);
-  std::free(pInput);
+  RequestChoice<YRAFT_THRESHOLD_INFO>(pInput, pWinObj, &YraWinUI::YraChooseFilesDiagCreate,
+                                      "YraChooseFilesDiagCreate", YRAFT_NOTIFY_CHOOSE_FILES);
   return static_cast<int>(TRACE_RET(YRAFT_STATUS_SUCCESS));
 }
 
@@ -64,15 +76,8 @@ int YraChooseDirectorySelfSignalCallback(void* pSignalObj, unsigned int evtType,
                                          void* pInput, void* pWinObj) {
   TRACE_IN();
   TraceArguments(__func__, __LINE__, KVO_LOG_VERBOSE, pSignalObj, evtType, key, pInput, pWinObj);
-  bool started = false;
-  if (HaveBoth(pInput, pWinObj)) {
-    const unsigned int ret = static_cast<YraWinUI*>(pWinObj)->YraChooseDirectoryDiagCreate(
-        static_cast<YRAFT_FILEINFO_ITEM*>(pInput));
-    started = ret == YRAFT_STATUS_SUCCESS;
-    if (!started) TRACE_FAILED("YraChooseDirectoryDiagCreate", ret);
-  }
-  if (!started) Refuse(YRAFT_NOTIFY_CHOOSE_DIRECTORY, 7);
-  std::free(pInput);
+  RequestChoice<YRAFT_FILEINFO_ITEM>(pInput, pWinObj, &YraWinUI::YraChooseDirectoryDiagCreate,
+                                     "YraChooseDirectoryDiagCreate", YRAFT_NOTIFY_CHOOSE_DIRECTORY);
   return static_cast<int>(TRACE_RET(YRAFT_STATUS_SUCCESS));
 }
 
@@ -191,9 +196,14 @@ const char* YraProgressEventName(unsigned int evtType) {
   }
 }
 
-bool YraSelfSignalIsServed(const void* pTable) {
-  return g_pServedTable.load(std::memory_order_acquire) == pTable;
+// The UI thread takes the table away before it looks for senders, a sender counts itself in before
+// it looks for the table: one of them sees the other.
+YraSender::YraSender(const void* pTable) {
+  ++g_senders;
+  m_bServed = g_pServedTable == pTable;
 }
+
+YraSender::~YraSender() { --g_senders; }
 
 void YraUIThread::ConnectSelfSignals(YraWinUI* pWinUI, YRAFT_SELF_SIGNAL* pTable) {
   for (int i = YRAFT_UI_SIGNAL_SELECT_FLIES; i < YRAFT_UI_SIGNAL_MAX; ++i) {
@@ -209,12 +219,13 @@ void YraUIThread::ConnectSelfSignals(YraWinUI* pWinUI, YRAFT_SELF_SIGNAL* pTable
         g_object_ref(pSignalObj),
         g_signal_connect(pSignalObj, kSelfSignals[i].name, kSelfSignals[i].handler, pWinUI)};
   }
-  g_pServedTable.store(pTable, std::memory_order_release);
+  g_pServedTable = pTable;
 }
 
 void YraUIThread::DisconnectSelfSignals(YraWinUI* pWinUI) {
   if (pWinUI->m_handlers[YRAFT_UI_SIGNAL_SELECT_FLIES].pSignalObj == nullptr) return;
-  g_pServedTable.store(nullptr, std::memory_order_release);
+  g_pServedTable = nullptr;
+  while (g_senders > 0) std::this_thread::yield();  // their requests are accepted, none is lost
   for (YraWinUI::SelfSignalHandler& handler : pWinUI->m_handlers) {
     if (handler.pSignalObj == nullptr) continue;
     g_signal_handler_disconnect(handler.pSignalObj, handler.handlerId);
@@ -225,27 +236,38 @@ void YraUIThread::DisconnectSelfSignals(YraWinUI* pWinUI) {
 
 // ---- The end -----------------------------------------------------------------------------------
 
+namespace {
+
+// A chooser may have put up a box of its own, in a loop that would keep the UI thread.
+void CloseBoxesOver(GtkWidget* pDialog) {
+  GList* pWindows = gtk_window_list_toplevels();
+  for (GList* pNode = pWindows; pNode != nullptr; pNode = pNode->next) {
+    auto* pWindow = static_cast<GtkWindow*>(pNode->data);
+    if (GTK_IS_DIALOG(pWindow) && GTK_WIDGET(pWindow) != pDialog &&
+        gtk_window_get_transient_for(pWindow) == GTK_WINDOW(pDialog)) {
+      gtk_dialog_response(GTK_DIALOG(pWindow), GTK_RESPONSE_CANCEL);
+    }
+  }
+  g_list_free(pWindows);
+}
+
+}  // namespace
+
 void YraUIThread::EndDialogs(YraWinUI* pWinUI) {
   pWinUI->m_bEnding = true;
-  const auto decline = [](const YraRequestLine& line, GtkWidget* pDialog) {
-    if (line.serving && pDialog != nullptr) {
-      gtk_dialog_response(GTK_DIALOG(pDialog), GTK_RESPONSE_CANCEL);
-    }
-  };
-  decline(pWinUI->m_fileRequests, pWinUI->m_pChooseFilesDiag);
-  decline(pWinUI->m_directoryRequests, pWinUI->m_pChooseDirectoryTree);
-  decline(pWinUI->m_errorRequests, pWinUI->m_pErrorMessage);
+  for (GtkWidget* pDialog : {pWinUI->m_pChooseFilesDiag, pWinUI->m_pChooseDirectoryTree}) {
+    if (pDialog != nullptr) CloseBoxesOver(pDialog);
+  }
+  pWinUI->m_fileRequests.End(GTK_RESPONSE_CANCEL);
+  pWinUI->m_directoryRequests.End(GTK_RESPONSE_CANCEL);
+  pWinUI->m_errorRequests.End(GTK_RESPONSE_CANCEL);
 }
 
 void YraUIThread::AnswerTheRest(YraWinUI* pWinUI) {
   while (g_source_remove_by_user_data(pWinUI)) {
   }
-  for (int n = pWinUI->m_fileRequests.unanswered.exchange(0); n > 0; --n) {
-    YraNotifyChoice(YRAFT_NOTIFY_CHOOSE_FILES, YRAFT_OPT_STATUS_CANCELLED, nullptr, 0);
-  }
-  for (int n = pWinUI->m_directoryRequests.unanswered.exchange(0); n > 0; --n) {
-    YraNotifyChoice(YRAFT_NOTIFY_CHOOSE_DIRECTORY, YRAFT_OPT_STATUS_CANCELLED, nullptr, 0);
-  }
+  pWinUI->m_fileRequests.EndAll(GTK_RESPONSE_CANCEL);
+  pWinUI->m_directoryRequests.EndAll(GTK_RESPONSE_CANCEL);
 }
 
 int YraThreadDestorySelfSignalIdleFunc(void* data) {

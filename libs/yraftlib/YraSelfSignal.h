@@ -3,8 +3,19 @@
 
 #include "yrafiletransfer.h"
 
-// The table's signals reach a UI. Any thread.
-bool YraSelfSignalIsServed(const void* pTable);
+// A thread that sends a signal of a table. The UI does not go away meanwhile. Any thread.
+class YraSender {
+ public:
+  explicit YraSender(const void* pTable);
+  ~YraSender();
+  YraSender(const YraSender&) = delete;
+  YraSender& operator=(const YraSender&) = delete;
+  // The table's signals reach a UI.
+  bool Served() const { return m_bServed; }
+
+ private:
+  bool m_bServed;
+};
 
 // "ProgressBar Create" and its like.
 const char* YraProgressEventName(unsigned int evtType);

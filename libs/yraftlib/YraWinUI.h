@@ -5,19 +5,14 @@
 #include <list>
 #include <string>
 
+#include "YraDialogLine.h"
 #include "YraRW.h"
 #include "YraSharedRecord.h"
 #include "yrafiletransfer.h"
 
-typedef struct _GtkWidget GtkWidget;
-
-// The requests of one kind, answered one after another. The channel thread counts a request in; all
-// else belongs to the UI thread.
-struct YraRequestLine {
-  std::atomic<int> unanswered{0};  // accepted, and the host has not heard of them again
-  int deferred = 0;                // came up while one was being served; that one's run serves them
-  bool serving = false;
-};
+extern const YraDialogKind kYraChooseFiles;
+extern const YraDialogKind kYraChooseDirectory;
+extern const YraDialogKind kYraErrorMessage;
 
 // Built by the thread that shows the dialogs. In persistent mode that is the UI thread, which stays
 // in the constructor for the UI's life; the channel thread reaches the object only through the
@@ -146,6 +141,7 @@ class __attribute__((visibility("default"))) YraWinUI {
   int m_operationType = 0;
   std::list<std::string> m_paths;
   SharedRecord<YRAFT_PROGRESS_BAR_INFO> m_progressBarInfo;
+  std::atomic<bool> m_bProgressIsNews{false};  // the record was refreshed and not shown since
   SharedRecord<YRAFT_THRESHOLD_INFO> m_thresholdInfo;
   SharedRecord<YRAFT_FILEINFO_ITEM> m_fileItemInfo;
   YRAFT_ERROR_MESSAGE_INFO* m_pErrorMessageInfo = nullptr;  // owned
@@ -158,9 +154,9 @@ class __attribute__((visibility("default"))) YraWinUI {
   std::atomic<ErrorNode*> m_pErrorInbox{nullptr};
   std::list<YRAFT_ERROR_MESSAGE_INFO*> m_errorLine;  // in order of arrival; owned
 
-  YraRequestLine m_fileRequests;
-  YraRequestLine m_directoryRequests;
-  YraRequestLine m_errorRequests;
+  YraDialogLine m_fileRequests{this, kYraChooseFiles};
+  YraDialogLine m_directoryRequests{this, kYraChooseDirectory};
+  YraDialogLine m_errorRequests{this, kYraErrorMessage};
   bool m_bEnding = false;  // signal 5 was handled: nothing opens any more
 
   // The served table's signal objects (referenced) and the handlers connected on them.
