@@ -43,7 +43,8 @@ typedef struct YraWinUI YraWinUI;
  * `key` selects the entry of the map and is ignored by every other container.
  */
 
-/* Creates an empty store in *ppYraRW. Answers 0, 70 (null argument) or 87 (no memory). */
+/* Creates an empty store in *ppYraRW, which is NULL on failure. Answers 0, 70 (null argument) or 87
+ * (no memory). */
 unsigned int YraftRWCreate(YraRW** ppYraRW);
 
 /* Destroys the store with what it owns and sets *ppYraRW to NULL. Always answers 0; a null argument

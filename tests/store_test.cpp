@@ -336,6 +336,9 @@ constexpr char kLines[] = R"(177 1 YraftRWPush: [YRAFT_LIB_UI] In.
 187 1 YraRW_QueueIsEmpty: queue type: 9 (Unknown)
 187 4 YraRW_QueueIsEmpty: queue type is unknown.(9)
 187 1 YraRW_QueueIsEmpty: [YRAFT_LIB_RW] Out: ret=1.
+177 3 Yraft_GetFile: [YRAFT_LIB] In.
+177 3 Yraft_GetFile: [YRAFT_LIB] callback successful.
+177 3 Yraft_GetFile: [YRAFT_LIB] Out: ret=0x0.
 )";
 
 TEST(Store, TellsTheLogEveryStep) {
@@ -348,6 +351,7 @@ TEST(Store, TellsTheLogEveryStep) {
   YraftRWGetAll(filled.store, YRAFT_LIST_FILEINFO, &data);
   free(data);
   filled.store->YraRW_QueueIsEmpty(9);
+  Yraft_GetFile();
   const std::regex address("(Data=|iter=|buffer is |<)0[xX][0-9a-fA-F]+");
   std::string text;
   for (const Line& line : log.Lines()) {

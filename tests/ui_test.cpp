@@ -1,91 +1,9 @@
 // The dialogs of a persistent UI on a real screen, used by a user and driven by a host.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-
-#include "kvolocalise.h"
-#include "support/desktop.h"
-#include "support/host.h"
+#include "YraDialog.h"
+// The trace vocabulary comes first.
+#include "ui_fixture.h"
 
 namespace {
-
-std::string Text(const char* name) {
-  return KvoLocalise(static_cast<int>(KvoLocaliseLookupByName(name)));
-}
-
-class UI : public testing::Test {
- protected:
-  static void SetUpTestSuite() {
-    Desktop::Get();
-    ASSERT_EQ(KvoLocaliseInit(), 1);
-  }
-  UI() : chooser(Text("YRAFT_ENG_CHOOSE_DIALOG_TITLE")) {}
-
-  // Types a path into the chooser's location and confirms it.
-  void Choose(const std::string& path) {
-    ASSERT_TRUE(WaitFocus(chooser)) << chooser;
-    user.Key("l", true);
-    user.Type(path);
-    user.Key("Return");
-  }
-
-  // Goes into a folder and opens all `count` files that are in it.
-  void ChooseAllOf(const std::string& folder, int count) {
-    Choose(folder + "/");
-    ASSERT_TRUE(SelectAllListed(user, count));
-    user.Key("Return");
-  }
-
-  void ExpectNote(unsigned int event, unsigned int subCode, unsigned int status,
-                  unsigned int value) {
-    const auto note = notes.Next();
-    ASSERT_TRUE(note.has_value()) << "event " << event;
-    EXPECT_EQ(note->event, event);
-    EXPECT_EQ(note->subCode, subCode);
-    EXPECT_EQ(note->status, status);
-    EXPECT_EQ(note->value, value);
-    EXPECT_EQ(note->pData, nullptr);
-  }
-
-  void ExpectDeclined() { ExpectNote(3, 15, YRAFT_OPT_STATUS_CANCELLED, 0); }
-
-  void ExpectChoice(std::vector<std::pair<std::string, uint64_t>> files) {
-    const auto note = notes.Next();
-    ASSERT_TRUE(note.has_value());
-    EXPECT_EQ(note->event, 3U);
-    EXPECT_EQ(note->subCode, 15U);
-    ASSERT_EQ(note->status, 0U);
-    auto* block = static_cast<YRAFT_TLV_BLOCKS*>(note->pData);
-    unsigned short length = 0;
-    Yraft_TlvBlocksGetSize(block, &length);
-    EXPECT_EQ(note->value, length);
-    uint64_t total = 0;
-    std::vector<std::pair<std::string, uint64_t>> chosen;
-    for (const Item& item : ItemsOf(block)) {
-      chosen.emplace_back(item.name, item.size);
-      EXPECT_EQ(item.context, 0U);
-      total += item.size;
-    }
-    std::sort(chosen.begin(), chosen.end());
-    std::sort(files.begin(), files.end());
-    EXPECT_EQ(chosen, files);
-    EXPECT_EQ(uint64_t{block->FilesSize}, total);
-    free(block);
-  }
-
-  std::string TitleAt(int percent) {
-    char title[260];
-    snprintf(title, sizeof(title), "%d%%", percent);
-    return title;
-  }
-
-  Notes notes;
-  std::string chooser;
-  User user;
-};
 
 // ---- Choosing files ----------------------------------------------------------------------------
 
@@ -243,6 +161,11 @@ TEST_F(UI, RefusesWhatIsNoRequest) {
   ExpectNote(5, 7, YRAFT_OPT_STATUS_FAILED, 0);
   EXPECT_EQ(host.Send(3, 2, nullptr), 0U);
   ExpectNote(7, 15, YRAFT_OPT_STATUS_FAILED, 0);
+  // An idle function that finds no UI.
+  InUI([] { YraChooseFilesSelfSignalIdleFunc(nullptr); });
+  ExpectNote(3, 15, YRAFT_OPT_STATUS_NO_UI, 0);
+  InUI([] { YraChooseDirectorySelfSignalIdleFunc(nullptr); });
+  ExpectNote(5, 15, YRAFT_OPT_STATUS_NO_UI, 0);
   EXPECT_EQ(host.Send(4, 0, nullptr), 0U);
   EXPECT_EQ(host.Send(3, 4, calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO))), 0U);
   EXPECT_TRUE(host.End());
@@ -308,29 +231,25 @@ TEST_F(UI, ReportsPauseResumeAndCancel) {
   const std::string resume = Text("YRAFT_ENG_BUTTON_RESUME");
   const std::string cancel = Text("YRAFT_ENG_BUTTON_CANCEL");
   Host host;
-  const auto click = [&](const std::string& label) {
-    const Spot spot = ButtonSpot(label);
-    user.ClickAt(spot.x, spot.y);
-  };
   host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2, 7, 9);
   ASSERT_TRUE(WaitFocus(TitleAt(50)));
   notes.SetAnswer(3);  // a host that refuses changes nothing
-  click(pause);
+  Click(pause);
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 7);
-  click(resume);
+  Click(resume);
   ExpectNote(9, 7, YRAFT_OPT_STATUS_RESUMED, 7);
-  click(pause);
+  Click(pause);
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 7);
   // The next file starts unpaused.
   host.Progress(YRAFT_PROGRESS_CREATE, "b", 1, 2, 8, 9);
-  click(pause);
+  Click(pause);
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 8);
-  click(cancel);
+  Click(cancel);
   ExpectNote(10, 7, YRAFT_OPT_STATUS_CANCELLED, 8);
   EXPECT_TRUE(user.WaitNoWindow("%"));
   host.Progress(YRAFT_PROGRESS_CREATE, "c", 1, 2, 9, 10);
   ASSERT_TRUE(WaitFocus(TitleAt(50)));
-  click(pause);
+  Click(pause);
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 9);
 }
 
@@ -350,31 +269,13 @@ TEST_F(UI, ShowsAFreshWindowAfterTheOldOneWasDestroyed) {
   EXPECT_EQ(notes.Pending(), 0U);
 }
 
-TEST_F(UI, KeepsUpWithABurstOfEventsWhileTheUserClicks) {
-  Host host;
-  host.Progress(YRAFT_PROGRESS_CREATE, "burst", 0, 100000);
-  ASSERT_TRUE(WaitFocus(TitleAt(0)));
-  const Spot pause = ButtonSpot(Text("YRAFT_ENG_BUTTON_PAUSE"));
-  for (uint32_t i = 1; i <= 10000; ++i) {
-    host.Progress(YRAFT_PROGRESS_REFRESH, "burst", i * 5, 100000);
-    if (i == 5000) user.ClickAt(pause.x, pause.y);
-  }
-  ASSERT_NE(user.WaitWindow(TitleAt(50)), None);
-  ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 0);
-  EXPECT_EQ(notes.Pending(), 0U);
-}
-
 // ---- The other dialogs -------------------------------------------------------------------------
 
 TEST_F(UI, HandsOverTheChosenDirectoryWithTheSizeOfTheUpload) {
   const std::string folder = Desktop::Get().AddFolder("target");
-  const std::string title = Text("YRAFT_ENG_DIRECTORY_DIALOG_TITLE");
   Host host;
   host.RequestDirectory(77);
-  ASSERT_TRUE(WaitFocus(title));
-  user.Key("l", true);
-  user.Type(folder);
-  user.Key("Return");
+  ChooseIn(folderChooser, folder);
   const auto note = notes.Next();
   ASSERT_TRUE(note.has_value());
   EXPECT_EQ(note->event, 5U);
@@ -386,7 +287,7 @@ TEST_F(UI, HandsOverTheChosenDirectoryWithTheSizeOfTheUpload) {
   EXPECT_EQ(items[0].size, 77U);
   free(note->pData);
   host.RequestDirectory(1);
-  ASSERT_TRUE(WaitFocus(title));
+  ASSERT_TRUE(WaitFocus(folderChooser));
   user.Key("Escape");
   ExpectNote(5, 15, YRAFT_OPT_STATUS_CANCELLED, 0);
 }
@@ -412,23 +313,6 @@ TEST_F(UI, ShowsEveryErrorInTheOrderOfArrival) {
   EXPECT_TRUE(host.End());  // the rest is released
   EXPECT_TRUE(user.WaitNoWindow("Oops"));
   EXPECT_EQ(notes.Pending(), 0U);
-}
-
-TEST_F(UI, ServesOtherRequestsWhileADialogIsOpen) {
-  const std::string first = Desktop::Get().AddFile("first.txt", 1024);
-  Host host;
-  host.RequestFiles();
-  ASSERT_TRUE(WaitFocus(chooser));
-  host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2);
-  ASSERT_NE(user.WaitWindow(TitleAt(50)), None);
-  host.Error("Oops", "while choosing", "");
-  ASSERT_TRUE(WaitFocus("Oops"));
-  user.Key("Escape");
-  EXPECT_TRUE(user.WaitNoWindow("Oops"));
-  host.Progress(YRAFT_PROGRESS_CLOSE, "a", 1, 2);
-  EXPECT_TRUE(user.WaitNoWindow("%"));
-  Choose("first.txt");
-  ExpectChoice({{first, 1024}});
 }
 
 }  // namespace

@@ -222,6 +222,10 @@ bool User::WaitNoWindow(const std::string& titlePart) {
   return WaitFor([&] { return Find(titlePart) == None; });
 }
 
+bool User::WaitWindows(std::size_t count) {
+  return WaitFor([&] { return Windows().size() == count; });
+}
+
 bool User::WaitActive(Window window) {
   return WaitFor([&] {
     const auto active = LongProperty(m_display, DefaultRootWindow(m_display), "_NET_ACTIVE_WINDOW");
@@ -268,13 +272,24 @@ void User::ClickAt(int x, int y, bool control) {
 }
 
 void User::Close(Window window) {
+  const Atom deletion = XInternAtom(m_display, "WM_DELETE_WINDOW", False);
+  Send(window, window, "WM_PROTOCOLS", static_cast<long>(deletion), NoEventMask);
+}
+
+void User::Activate(Window window) {
+  constexpr long kFromTaskBar = 2;
+  Send(DefaultRootWindow(m_display), window, "_NET_ACTIVE_WINDOW", kFromTaskBar,
+       SubstructureRedirectMask | SubstructureNotifyMask);
+}
+
+void User::Send(Window to, Window about, const char* type, long value, long mask) {
   XEvent event = {};
   event.xclient.type = ClientMessage;
-  event.xclient.window = window;
-  event.xclient.message_type = XInternAtom(m_display, "WM_PROTOCOLS", False);
+  event.xclient.window = about;
+  event.xclient.message_type = XInternAtom(m_display, type, False);
   event.xclient.format = 32;
-  event.xclient.data.l[0] = static_cast<long>(XInternAtom(m_display, "WM_DELETE_WINDOW", False));
-  XSendEvent(m_display, window, False, NoEventMask, &event);
+  event.xclient.data.l[0] = value;
+  XSendEvent(m_display, to, False, mask, &event);
   XSync(m_display, False);
 }
 

@@ -35,6 +35,7 @@ class User {
   // Each waits for the window manager's word, and answers false or None after half a minute.
   Window WaitWindow(const std::string& titlePart);
   bool WaitNoWindow(const std::string& titlePart);
+  bool WaitWindows(std::size_t count);
   bool WaitActive(Window window);
 
   // Waits for the window and its focus.
@@ -46,6 +47,8 @@ class User {
   void Close(Window window);  // as by a click on the window's close control
   // Moves a window, or iconifies it and asks for it again.
   void Disturb(Window window, bool iconify, int by);
+  void Close(Window window);     // as by a click on the window's close control
+  void Activate(Window window);  // as by a click in a task bar
   std::string Title(Window window);
   std::vector<Window> Windows();
   struct Box {
@@ -57,5 +60,6 @@ class User {
  private:
   bool WaitFor(const std::function<bool()>& condition);
   Window Find(const std::string& titlePart);
+  void Send(Window to, Window about, const char* type, long value, long mask);
   Display* m_display;
 };

@@ -46,7 +46,7 @@ Notes::~Notes() { YraSetYraNotifyCallback(nullptr); }
 unsigned int Notes::Receive(unsigned int event, unsigned int subCode, unsigned int status,
                             unsigned int value, void* pData) {
   const std::lock_guard lock(g_mutex);
-  g_notes.push_back({event, subCode, status, value, pData});
+  g_notes.push_back({event, subCode, status, value, pData, std::this_thread::get_id()});
   g_arrived.notify_all();
   return g_answer;
 }
@@ -87,15 +87,17 @@ Host::~Host() {
   if (m_thread.joinable()) End();
 }
 
-bool Host::End() {
+YraWinUI* Host::Return() {
   Send(YRAFT_UI_SIGNAL_THREAD_DESTORY, 0, nullptr);
   if (m_winUI.wait_for(kPatience) != std::future_status::ready) {
     fprintf(stderr, "the UI thread does not end\n");
     abort();
   }
   m_thread.join();
-  return YraMainWinUIDestory(m_winUI.get()) == YRAFT_STATUS_SUCCESS;
+  return m_winUI.get();
 }
+
+bool Host::End() { return YraMainWinUIDestory(Return()) == YRAFT_STATUS_SUCCESS; }
 
 unsigned int Host::Send(int signalType, int evtType, void* pInput) {
   const unsigned int ret = YraSendSelfSignal(&table, signalType, evtType, 0, pInput);
@@ -173,10 +175,16 @@ void EachToplevel(Visit visit) {
   g_list_free(windows);
 }
 
+struct OfType {
+  GType type;
+  int nth = 0;
+  GtkWidget* widget = nullptr;
+};
+
 void FindOfType(GtkWidget* widget, void* data) {
-  auto* found = static_cast<std::pair<GType, GtkWidget*>*>(data);
-  if (found->second == nullptr && G_TYPE_CHECK_INSTANCE_TYPE(widget, found->first)) {
-    found->second = widget;
+  auto* found = static_cast<OfType*>(data);
+  if (G_TYPE_CHECK_INSTANCE_TYPE(widget, found->type)) {
+    if (found->nth-- == 0) found->widget = widget;
   } else if (GTK_IS_CONTAINER(widget)) {
     gtk_container_forall(GTK_CONTAINER(widget), FindOfType, data);
   }
@@ -252,19 +260,19 @@ bool SelectAllListed(User& user, int count) {
 
 Spot ButtonSpot(const std::string& label) {
   Spot spot{-1, -1};
-  WaitInUI([&] {
-    std::pair<std::string, GtkWidget*> found{label, nullptr};
-    EachToplevel([&](GtkWidget* window) { FindButton(window, &found); });
-    if (found.second == nullptr) return false;
+  // Until it stands still: a window manager moves a window that comes up.
+  const bool found = WaitInUI([&] {
+    std::pair<std::string, GtkWidget*> button{label, nullptr};
+    EachToplevel([&](GtkWidget* window) { FindButton(window, &button); });
+    if (button.second == nullptr) return false;
     GtkAllocation area;
-    gtk_widget_get_allocation(found.second, &area);
-    int x = 0;
-    int y = 0;
-    gdk_window_get_origin(gtk_widget_get_window(found.second), &x, &y);
-    spot = {x + area.x + area.width / 2, y + area.y + area.height / 2};
-    return true;
+    gtk_widget_get_allocation(button.second, &area);
+    const Spot last = spot;
+    gdk_window_get_origin(gtk_widget_get_window(button.second), &spot.x, &spot.y);
+    spot = {spot.x + area.x + area.width / 2, spot.y + area.y + area.height / 2};
+    return spot.x == last.x && spot.y == last.y;
   });
-  return spot;
+  return found ? spot : Spot{-1, -1};
 }
 
 bool WaitFocus(const std::string& titlePart) {
@@ -281,19 +289,51 @@ bool WaitFocus(const std::string& titlePart) {
   });
 }
 
-std::string LabelText(const std::string& titlePart) {
-  std::string text;
-  InUI([&] {
-    EachToplevel([&](GtkWidget* window) {
-      const char* title = gtk_window_get_title(GTK_WINDOW(window));
-      if (title == nullptr || !strstr(title, titlePart.c_str())) return;
-      if (!gtk_widget_get_visible(window)) return;
-      std::pair<GType, GtkWidget*> found{GTK_TYPE_LABEL, nullptr};
-      FindOfType(window, &found);
-      if (found.second != nullptr) text = gtk_label_get_text(GTK_LABEL(found.second));
-    });
+namespace {
+
+// The nth widget of a type in the visible windows with this title part.
+GtkWidget* FindVisible(const std::string& titlePart, GType type, int nth) {
+  OfType found{type, nth};
+  EachToplevel([&](GtkWidget* window) {
+    const char* title = gtk_window_get_title(GTK_WINDOW(window));
+    if (title == nullptr || !strstr(title, titlePart.c_str())) return;
+    if (gtk_widget_get_visible(window)) FindOfType(window, &found);
   });
+  return found.widget;
+}
+
+std::string FindLabel(const std::string& titlePart, int nth) {
+  GtkWidget* label = FindVisible(titlePart, GTK_TYPE_LABEL, nth);
+  return label != nullptr ? gtk_label_get_text(GTK_LABEL(label)) : "";
+}
+
+}  // namespace
+
+std::string LabelText(const std::string& titlePart, int nth) {
+  std::string text;
+  InUI([&] { text = FindLabel(titlePart, nth); });
   return text;
+}
+
+bool WaitLabel(const std::string& titlePart, const std::string& textPart) {
+  return WaitInUI([&] { return FindLabel(titlePart, 0).find(textPart) != std::string::npos; });
+}
+
+bool WaitEntry(const std::string& titlePart, const std::string& text) {
+  const bool typed = WaitInUI([&] {
+    GtkWidget* entry = FindVisible(titlePart, GTK_TYPE_ENTRY, 0);
+    return entry != nullptr && text == gtk_entry_get_text(GTK_ENTRY(entry));
+  });
+  InUI([] {});  // what the last key has set off is done with
+  return typed;
+}
+
+bool Respond(const std::string& title, int response) {
+  return WaitInUI([&] {
+    GtkWidget* dialog = FindVisible(title, GTK_TYPE_DIALOG, 0);
+    if (dialog != nullptr) gtk_dialog_response(GTK_DIALOG(dialog), response);
+    return dialog != nullptr;
+  });
 }
 
 double BarFraction() {
@@ -301,10 +341,10 @@ double BarFraction() {
   InUI([&] {
     EachToplevel([&](GtkWidget* window) {
       if (GTK_IS_DIALOG(window)) return;
-      std::pair<GType, GtkWidget*> found{GTK_TYPE_PROGRESS_BAR, nullptr};
+      OfType found{GTK_TYPE_PROGRESS_BAR};
       FindOfType(window, &found);
-      if (found.second != nullptr) {
-        fraction = gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(found.second));
+      if (found.widget != nullptr) {
+        fraction = gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(found.widget));
       }
     });
   });

@@ -18,6 +18,7 @@
 struct Note {
   unsigned int event, subCode, status, value;
   void* pData;
+  std::thread::id thread;  // in which it came
 };
 
 // What a block of files says, path and size each.
@@ -54,7 +55,9 @@ class Host {
   void Progress(int event, const std::string& name, uint32_t offset, uint32_t size,
                 uint16_t number = 0, uint16_t count = 1);
   void Error(const std::string& title, const std::string& first, const std::string& second);
-  // Sends signal 5 and waits for YraMainWinUICreate; answers false if it does not return.
+  // Sends signal 5 and waits for YraMainWinUICreate; answers its object.
+  YraWinUI* Return();
+  // The same, and deletes the object.
   bool End();
   YRAFT_SELF_SIGNAL table = {};
 
@@ -63,6 +66,16 @@ class Host {
   std::promise<YraWinUI*> m_ended;
   std::future<YraWinUI*> m_winUI;
 };
+
+// The answer of a call that shows a dialog, run by std::async: it must come within half a minute.
+template <class Answer>
+Answer Await(std::future<Answer>& answer) {
+  if (answer.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
+    fprintf(stderr, "the call does not return\n");
+    abort();
+  }
+  return answer.get();
+}
 
 // Runs a function in the UI thread and waits for it.
 void InUI(const std::function<void()>& function);
@@ -76,7 +89,13 @@ Spot ButtonSpot(const std::string& label);
 bool SelectAllListed(class User& user, int count);
 // A visible window with this title part has the keyboard focus, within half a minute.
 bool WaitFocus(const std::string& titlePart);
-// The text of the first label of a visible window with this title part.
-std::string LabelText(const std::string& titlePart);
+// The text of the nth label (from 0) of a visible window with this title part.
+std::string LabelText(const std::string& titlePart, int nth = 0);
+// That text has come to hold this part, within half a minute.
+bool WaitLabel(const std::string& titlePart, const std::string& textPart);
+// What is typed into a visible window has come to be this, within half a minute.
+bool WaitEntry(const std::string& titlePart, const std::string& text);
+// Lets a visible dialog answer by itself; false if none comes up within half a minute.
+bool Respond(const std::string& title, int response);
 // The bar's fraction in the visible or hidden progress window.
 double BarFraction();

@@ -1,0 +1,4 @@
+#include "ui_fixture.h"
+namespace {
+TEST(Nothing, Yet) {}
+}  // namespace

@@ -1,0 +1,113 @@
+// A screen, a user, and the notifications of the library: what the tests of the dialogs have in
+// common.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "kvolocalise.h"
+#include "support/desktop.h"
+#include "support/host.h"
+
+inline std::string Text(const char* name) {
+  return KvoLocalise(static_cast<int>(KvoLocaliseLookupByName(name)));
+}
+
+class UI : public testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    Desktop::Get();
+    ASSERT_EQ(KvoLocaliseInit(), 1);
+  }
+  UI()
+      : chooser(Text("YRAFT_ENG_CHOOSE_DIALOG_TITLE")),
+        folderChooser(Text("YRAFT_ENG_DIRECTORY_DIALOG_TITLE")) {}
+
+  void Choose(const std::string& path) { ChooseIn(chooser, path); }
+
+  // Types a path into a chooser's location and confirms it.
+  void ChooseIn(const std::string& title, const std::string& path) {
+    ASSERT_TRUE(WaitFocus(title)) << title;
+    user.Key("l", true);
+    user.Type(path);
+    user.Key("Return");
+  }
+
+  // Goes into a folder and opens all `count` files that are in it.
+  void ChooseAllOf(const std::string& folder, int count) { ChooseAllIn(chooser, folder, count); }
+
+  void ChooseAllIn(const std::string& title, const std::string& folder, int count) {
+    ChooseIn(title, folder + "/");
+    ASSERT_TRUE(SelectAllListed(user, count));
+    user.Key("Return");
+  }
+
+  void ExpectNote(unsigned int event, unsigned int subCode, unsigned int status,
+                  unsigned int value) {
+    const auto note = notes.Next();
+    ASSERT_TRUE(note.has_value()) << "event " << event;
+    EXPECT_EQ(note->event, event);
+    EXPECT_EQ(note->subCode, subCode);
+    EXPECT_EQ(note->status, status);
+    EXPECT_EQ(note->value, value);
+    EXPECT_EQ(note->pData, nullptr);
+    // Refusals come from the thread that asked, everything else from the UI thread.
+    const bool refusal = event < 8 && subCode == (event == 7 ? 15 : 7);
+    EXPECT_EQ(note->thread == std::this_thread::get_id(), refusal) << "event " << event;
+  }
+
+  void ExpectDeclined() { ExpectNote(3, 15, YRAFT_OPT_STATUS_CANCELLED, 0); }
+
+  void ExpectChoice(std::vector<std::pair<std::string, uint64_t>> files) {
+    const auto note = notes.Next();
+    ASSERT_TRUE(note.has_value());
+    EXPECT_EQ(note->event, 3U);
+    EXPECT_EQ(note->subCode, 15U);
+    ASSERT_EQ(note->status, 0U);
+    auto* block = static_cast<YRAFT_TLV_BLOCKS*>(note->pData);
+    unsigned short length = 0;
+    Yraft_TlvBlocksGetSize(block, &length);
+    EXPECT_EQ(note->value, length);
+    uint64_t total = 0;
+    std::vector<std::pair<std::string, uint64_t>> chosen;
+    for (const Item& item : ItemsOf(block)) {
+      chosen.emplace_back(item.name, item.size);
+      EXPECT_EQ(item.context, 0U);
+      total += item.size;
+    }
+    std::sort(chosen.begin(), chosen.end());
+    std::sort(files.begin(), files.end());
+    EXPECT_EQ(chosen, files);
+    EXPECT_EQ(uint64_t{block->FilesSize}, total);
+    free(block);
+  }
+
+  void Click(const std::string& label) {
+    const Spot spot = ButtonSpot(label);
+    user.ClickAt(spot.x, spot.y);
+  }
+
+  // Brings a window to the front as a task bar does, and presses a key in it.
+  void PressIn(const std::string& title, const char* key) {
+    user.Activate(user.WaitWindow(title));
+    ASSERT_TRUE(WaitFocus(title)) << title;
+    user.Key(key);
+  }
+
+  std::string TitleAt(int percent) {
+    char title[260];
+    snprintf(title, sizeof(title), "%d%%", percent);
+    return title;
+  }
+
+  Notes notes;
+  std::string chooser;
+  std::string folderChooser;
+  User user;
+};
