@@ -44,11 +44,10 @@ class User {
   void Type(const std::string& ascii);
   void Key(const char* keysym, bool control = false);
   void ClickAt(int x, int y, bool control = false);
-  void Close(Window window);  // as by a click on the window's close control
-  // Moves a window, or iconifies it and asks for it again.
-  void Disturb(Window window, bool iconify, int by);
   void Close(Window window);     // as by a click on the window's close control
   void Activate(Window window);  // as by a click in a task bar
+  // Moves a window, or iconifies it and asks for it again.
+  void Disturb(Window window, bool iconify, int by);
   std::string Title(Window window);
   std::vector<Window> Windows();
   struct Box {
