@@ -9,6 +9,7 @@
 
 #include "Command.h"
 #include "kvolocalise.h"
+#include "kvolog.h"
 
 namespace {
 
@@ -26,21 +27,24 @@ constexpr char kHelp[] =
 constexpr const Command* kCommands[] = {&kDownload, &kUpload, &kPickFiles, &kPickDirectory,
                                         &kMessage};
 
-// The catalogs stay open as long as a dialog may want a text.
-ExitStatus RunWithCatalogs(const Command& command, const Arguments& arguments) {
+// The log and the catalogs are there before other threads are, and stay as long as a dialog may
+// want to write a line or show a text.
+ExitStatus RunWithLibrary(const Command& command, const Arguments& arguments) {
+  KvoLogInit();
   if (KvoLocaliseInit() == 0) {
     std::fputs("yraft-host: no message catalog is installed; the dialogs lack their texts\n",
                stderr);
   }
   const ExitStatus status = command.run(arguments);
   KvoLocaliseShutdown();
+  KvoLogShutdown();
   return status;
 }
 
 ExitStatus Run(const Command& command, int argc, char** argv) {
   try {
     const auto arguments = ReadArguments(command, argc, argv);
-    if (arguments) return RunWithCatalogs(command, *arguments);
+    if (arguments) return RunWithLibrary(command, *arguments);
     std::fputs(command.help, stdout);
     return kExitDone;
   } catch (const UsageError& error) {
