@@ -90,6 +90,17 @@ for host in ./{pkg-config,cmake}-{c,cpp} ./as-needed-c; do
   pass
 done
 
+# The installed log service takes down the line of an installed host.
+kvolog output "$scratch/agent.log" >/dev/null
+kvolog serve &
+service=$!
+for _ in $(seq 100); do [ ! -S /var/qmz/.kvologd ] || break; sleep 0.1; done
+./pkg-config-c >/dev/null
+kill $service
+wait $service || fail "kvolog serve ended with $?"
+grep -q 'YRAFT_VC.*installed' "$scratch/agent.log" || fail "the host's line is not in the log"
+pass
+
 # ---- And away again -----------------------------------------------------------------------------
 cd "$scratch"
 if [ -n "$as_root" ]; then
