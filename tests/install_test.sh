@@ -70,6 +70,7 @@ pass
 # ---- Hosts --------------------------------------------------------------------------------------
 cp -r "$source/tests/install" hosts
 cd hosts
+cp host.c host.cpp
 strict=(-Wall -Wextra -Wpedantic -Werror)
 flags=$(pkg-config --cflags --libs yrafiletransfer)
 # shellcheck disable=SC2086 # one flag a word
