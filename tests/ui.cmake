@@ -13,6 +13,8 @@ foreach(name ui ui_order ui_call)
     ENVIRONMENT "${test_environment};YRA_GDK_THREADS=1")
 endforeach()
 
+yra_test(ui_languages_test TIMEOUT 120 SOURCES ui_languages_test.cpp LIBRARIES ui_support)
+
 yra_test(no_display_test TIMEOUT 60 SOURCES no_display_test.cpp LIBRARIES yra_static)
 
 # Ten thousand requests, which take half a minute: `ctest --preset release -C Long`.

@@ -1,4 +1,320 @@
+// The dialogs that one call shows and waits for.
+#include <gtk/gtk.h>
+
+#include <memory>
+
+#include "YraWinUI.h"
+// The trace vocabulary comes first.
 #include "ui_fixture.h"
+
 namespace {
-TEST(Nothing, Yet) {}
+
+struct FreeBlock {
+  void operator()(YRAFT_TLV_BLOCKS* block) const { free(block); }
+};
+
+struct Answer {
+  unsigned int ret;
+  unsigned int status;
+  std::unique_ptr<YRAFT_TLV_BLOCKS, FreeBlock> block;
+};
+
+using Pending = std::future<Answer>;
+
+template <class Call>
+Pending Start(Call call) {
+  return std::async(std::launch::async, [call] {
+    auto* block = reinterpret_cast<YRAFT_TLV_BLOCKS*>(1);
+    unsigned int status = 77;
+    const unsigned int ret = call(&status, &block);
+    return Answer{ret, status, std::unique_ptr<YRAFT_TLV_BLOCKS, FreeBlock>(block)};
+  });
+}
+
+Pending ChooseFiles(unsigned short maxFiles = 1000, unsigned int maxFileSize = 1 << 30) {
+  return Start([=](unsigned int* status, YRAFT_TLV_BLOCKS** block) {
+    YRAFT_THRESHOLD_INFO limits = {};
+    limits.maxFiles = maxFiles;
+    limits.maxFileSize = maxFileSize;
+    char name[] = "host";
+    char* arguments[] = {name, nullptr};
+    return YraGetChooseFilesList(1, arguments, &limits, status, block);
+  });
+}
+
+Pending ChooseDirectory(uint64_t size) {
+  return Start([=](unsigned int* status, YRAFT_TLV_BLOCKS** block) {
+    const std::unique_ptr<YRAFT_FILEINFO_ITEM, decltype(&free)> item(
+        Yraft_FileInfoItemAllocate("upload.bin", 10, 3, size), free);
+    return YraGetChooseDirectory(0, nullptr, item.get(), status, block);
+  });
+}
+
+// A synchronous object; answers the operation type that it keeps.
+std::future<int> Show(int operationType, void* input) {
+  return std::async(std::launch::async, [=] {
+    return YraWinUI(operationType, 0, nullptr, input).YraOperationTypeGet();
+  });
+}
+
+class Call : public UI {
+ protected:
+  void ExpectItems(Pending& pending, std::vector<std::pair<std::string, uint64_t>> files) {
+    const Answer answer = Await(pending);
+    EXPECT_EQ(answer.ret, 0U);
+    EXPECT_EQ(answer.status, 0U);
+    ASSERT_NE(answer.block, nullptr);
+    uint64_t total = 0;
+    unsigned int number = 0;
+    std::vector<std::pair<std::string, uint64_t>> chosen;
+    for (const Item& item : ItemsOf(answer.block.get())) {
+      EXPECT_EQ(item.context, number++);
+      chosen.emplace_back(item.name, item.size);
+      total += item.size;
+    }
+    std::sort(chosen.begin(), chosen.end());
+    std::sort(files.begin(), files.end());
+    EXPECT_EQ(chosen, files);
+    EXPECT_EQ(uint64_t{answer.block->FilesSize}, total);
+  }
+
+  void ExpectNothing(Pending& pending, unsigned int ret, unsigned int status) {
+    const Answer answer = Await(pending);
+    EXPECT_EQ(answer.ret, ret);
+    EXPECT_EQ(answer.status, status);
+    EXPECT_EQ(answer.block, nullptr);
+  }
+
+  const std::string files = "Open:";
+  const std::string directory = "Upload To";
+};
+
+TEST_F(Call, HandsOverWhatTheUserChose) {
+  const std::string folder = Desktop::Get().AddFolder("three");
+  std::vector<std::pair<std::string, uint64_t>> chosen;
+  for (const char* name : {"xyz", "abc def", "mno"}) {
+    chosen.emplace_back(Desktop::Get().AddFile(std::string("three/") + name, 1000), 1000);
+  }
+  Pending pending = ChooseFiles();
+  ChooseAllIn(files, folder, 3);
+  ExpectItems(pending, chosen);
+  // At once again, from the home folder.
+  const std::string first = Desktop::Get().AddFile("first.txt", 0);
+  pending = ChooseFiles();
+  ChooseIn(files, "first.txt");
+  ExpectItems(pending, {{first, 0}});
+  pending = ChooseDirectory((3ULL << 32) + 1);
+  ChooseIn(directory, folder);
+  ExpectItems(pending, {{folder, (3ULL << 32) + 1}});
+  EXPECT_TRUE(user.WaitNoWindow(files));
+  EXPECT_TRUE(user.WaitNoWindow(directory));
+  EXPECT_EQ(notes.Pending(), 0U);
+}
+
+TEST_F(Call, HandsOverAnEmptyBlockWhenTheUserDeclines) {
+  for (const std::string& title : {files, directory}) {
+    const std::function<void()> ways[] = {
+        [&] { user.Key("Escape"); },
+        [&] { user.Close(user.WaitWindow(title)); },
+        [&] { Click("gtk-cancel"); },
+    };
+    for (const auto& decline : ways) {
+      Pending pending = title == files ? ChooseFiles() : ChooseDirectory(1);
+      ASSERT_TRUE(WaitFocus(title));
+      decline();
+      ExpectItems(pending, {});
+    }
+  }
+  // No file to upload, no dialog.
+  Pending pending = Start([](unsigned int* status, YRAFT_TLV_BLOCKS** block) {
+    return YraGetChooseDirectory(0, nullptr, nullptr, status, block);
+  });
+  ExpectItems(pending, {});
+}
+
+TEST_F(Call, HoldsAChoiceAgainstItsLimits) {
+  const std::string folder = Desktop::Get().AddFolder("three");
+  std::vector<std::pair<std::string, uint64_t>> chosen;
+  for (const char* name : {"xyz", "abc def", "mno"}) {
+    chosen.emplace_back(Desktop::Get().AddFile(std::string("three/") + name, 1000), 1000);
+  }
+  const std::string box = Text("YRAFT_ENG_ERROR_DIALOG_TITLE");
+  const std::string many = Text("YRAFT_ENG_ERROR_TOO_MANY_FILES");
+  const std::string large = Text("YRAFT_ENG_ERROR_FILE_SIZE_EXCEEDED");
+  const struct {
+    unsigned short maxFiles;
+    unsigned int maxFileSize;
+    std::string refusal;
+  } kCases[] = {{3, 3000, ""}, {2, 1 << 30, many}, {2, 10, many}, {0, 0, many}, {3, 2999, large}};
+  int way = 0;
+  for (const auto& limits : kCases) {
+    Pending pending = ChooseFiles(limits.maxFiles, limits.maxFileSize);
+    ChooseAllIn(files, folder, 3);
+    if (limits.refusal.empty()) {
+      ExpectItems(pending, chosen);
+      continue;
+    }
+    ASSERT_TRUE(WaitFocus(box));
+    EXPECT_EQ(LabelText(box, 0), Text("YRAFT_ENG_ERROR_DIALOG_MAIN_TEXT"));
+    EXPECT_EQ(LabelText(box, 1), limits.refusal);
+    switch (way++ % 3) {
+      case 0:
+        user.Key("Escape");
+        break;
+      case 1:
+        user.Close(user.WaitWindow(box));
+        break;
+      default:
+        Click("gtk-close");
+    }
+    ExpectNothing(pending, 0, YRAFT_OPT_STATUS_LIMIT_EXCEEDED);
+    EXPECT_TRUE(user.WaitNoWindow(box));
+  }
+}
+
+TEST_F(Call, RefusesAChoiceThatFitsNoBlock) {
+  const std::string folder = Desktop::Get().AddFolder("many");
+  for (int i = 0; i < 300; ++i) {
+    const char start = static_cast<char>('a' + i % 26);
+    Desktop::Get().AddFile("many/" + (start + std::string(240, 'm')) + std::to_string(i), 1);
+  }
+  Pending pending = ChooseFiles();
+  ChooseAllIn(files, folder, 300);
+  ExpectNothing(pending, YRAFT_STATUS_BUFFER_TOO_SMALL, YRAFT_OPT_STATUS_FAILED);
+}
+
+// ---- The progress window -----------------------------------------------------------------------
+
+TEST_F(Call, KeepsTheProgressWindowUntilItIsClosed) {
+  YRAFT_PROGRESS_BAR_INFO info = {};
+  info.fileContext = 2;
+  info.filesNum = 5;
+  info.fileOffset = 25;
+  info.fileSize = 100;
+  strcpy(info.name, "dir/name.txt");
+  for (const unsigned int hostAnswer : {0U, 5U}) {
+    notes.SetAnswer(hostAnswer);
+    std::future<int> type = Show(3, &info);
+    const auto note = notes.Next();
+    ASSERT_TRUE(note.has_value());
+    EXPECT_EQ(note->event, 7U);
+    EXPECT_EQ(note->subCode, 7U);
+    EXPECT_EQ(note->status, 0U);
+    EXPECT_EQ(note->value, 0U);
+    ASSERT_NE(note->pData, nullptr);
+    auto* object = static_cast<YraWinUI*>(note->pData);
+    ASSERT_TRUE(WaitFocus(TitleAt(25)));
+    EXPECT_EQ(LabelText(TitleAt(25)), Text("YRAFT_ENG_TRANSFER_DOWNLOAD") + "3 of 5\nname.txt");
+    Click(Text("YRAFT_ENG_BUTTON_PAUSE"));
+    ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 2);
+    InUI([] {});
+    EXPECT_TRUE(object->YraGetProgressBarPauseStatus());
+    Click(Text("YRAFT_ENG_BUTTON_RESUME"));
+    ExpectNote(9, 7, YRAFT_OPT_STATUS_RESUMED, 2);
+    Click(Text("YRAFT_ENG_BUTTON_PAUSE"));
+    ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 2);
+    // Cancelling is the host's business; the window stays.
+    Click(Text("YRAFT_ENG_BUTTON_CANCEL"));
+    ExpectNote(10, 7, YRAFT_OPT_STATUS_CANCELLED, 2);
+    InUI([] {});
+    EXPECT_FALSE(object->YraGetProgressBarPauseStatus());
+    EXPECT_FALSE(object->YraGetProgressBarCancelStatus());
+    user.Close(user.WaitWindow(TitleAt(25)));
+    EXPECT_EQ(Await(type), hostAnswer == 0 ? 3 : 0);
+    EXPECT_TRUE(user.WaitNoWindow("%"));
+  }
+  EXPECT_EQ(notes.Pending(), 0U);
+}
+
+unsigned int DestroyAtOnce(unsigned int, unsigned int, unsigned int, unsigned int, void* data) {
+  gdk_threads_enter();
+  static_cast<YraWinUI*>(data)->YraMainWinDestory();
+  gdk_threads_leave();
+  return 0;
+}
+
+TEST_F(Call, ReturnsWhenTheHostDestroysTheProgressWindowAtOnce) {
+  YRAFT_PROGRESS_BAR_INFO info = {};
+  info.fileSize = 1;
+  YraSetYraNotifyCallback(DestroyAtOnce);
+  std::future<int> type = Show(3, &info);
+  EXPECT_EQ(Await(type), 3);
+}
+
+// ---- The error box -----------------------------------------------------------------------------
+
+TEST_F(Call, ShowsTheTextsOfARecordAsTheyAre) {
+  struct {
+    YRAFT_ERROR_MESSAGE_INFO info;
+    char texts[64];
+  } record = {};
+  const std::string title = "100% Oops";
+  const std::string main = "<b>a & b</b> %s\xFF";
+  const std::string more = "%d more";
+  memcpy(record.texts, (title + '\0' + main + '\0' + more).data(),
+         title.size() + main.size() + more.size() + 2);
+  record.info.titleLen = static_cast<uint16_t>(title.size());
+  record.info.firLen = static_cast<uint16_t>(main.size());
+  record.info.SecLen = static_cast<uint16_t>(more.size());
+  record.info.cbSize = static_cast<uint16_t>(11 + title.size() + main.size() + more.size());
+  std::future<int> type = Show(4, &record);
+  ASSERT_TRUE(WaitFocus(title));
+  EXPECT_EQ(LabelText(title, 0), "<b>a & b</b> %s\xEF\xBF\xBD");
+  EXPECT_EQ(LabelText(title, 1), more);
+  user.Key("Return");
+  EXPECT_EQ(Await(type), 4);
+  EXPECT_TRUE(user.WaitNoWindow(title));
+  --record.info.cbSize;
+  type = Show(4, &record);
+  EXPECT_EQ(Await(type), 0);
+}
+
+TEST_F(Call, ShowsABoxWithoutMore) {
+  YraWinUI object;
+  EXPECT_EQ(object.YraErrorMessageDiagCreate(0, nullptr, nullptr, "main", "more"), 70U);
+  EXPECT_EQ(object.YraErrorMessageDiagCreate(0, nullptr, "Oops", nullptr, "more"), 70U);
+  auto answer = std::async(std::launch::async, [&object] {
+    return object.YraErrorMessageDiagCreate(0, nullptr, "Oops", "main", nullptr);
+  });
+  ASSERT_TRUE(WaitFocus("Oops"));
+  EXPECT_EQ(LabelText("Oops", 0), "main");
+  user.Key("Escape");
+  EXPECT_EQ(Await(answer), 0U);
+}
+
+// ---- Beside the other mode ---------------------------------------------------------------------
+
+TEST_F(Call, FollowsAPersistentUIAndPrecedesOne) {
+  const std::string first = Desktop::Get().AddFile("first.txt", 1024);
+  for (int round = 0; round < 2; ++round) {
+    Host host;
+    host.RequestFiles();
+    Choose("first.txt");
+    ExpectChoice({{first, 1024}});
+    EXPECT_TRUE(host.End());
+    Pending pending = ChooseFiles();
+    ChooseIn(files, "first.txt");
+    ExpectItems(pending, {{first, 1024}});
+  }
+}
+
+TEST_F(Call, IsRefusedByAnObjectThatHoldsTheDialogAlready) {
+  YRAFT_THRESHOLD_INFO limits = {};
+  YRAFT_FILEINFO_ITEM item = {};
+  YRAFT_PROGRESS_BAR_INFO progress = {};
+  Host host;
+  YraWinUI* object = host.Return();
+  EXPECT_EQ(object->YraErrorMessageDiagCreate(0, nullptr, "Oops", "main", nullptr), 1U);
+  EXPECT_EQ(object->YraChooseFilesDiagCreate(0, nullptr, &limits), 27U);
+  EXPECT_EQ(object->YraChooseDirectoryDiagCreate(0, nullptr, &item), 27U);
+  EXPECT_EQ(object->YraProgressBarDiagCreate(0, nullptr, &progress), 27U);
+  EXPECT_EQ(object->YraErrorMessageDiagCreate(), 1U);
+  EXPECT_EQ(object->YraChooseFilesDiagCreate(), 27U);
+  EXPECT_EQ(object->YraChooseDirectoryDiagCreate(), 27U);
+  EXPECT_EQ(object->YraProgressBarDiagCreate(), 27U);
+  EXPECT_EQ(object->YraMainWinCreate(), 1U);
+  YraMainWinUIDestory(object);
+  EXPECT_TRUE(user.Windows().empty());
+}
+
 }  // namespace

@@ -23,6 +23,8 @@ class UI : public testing::Test {
  protected:
   static void SetUpTestSuite() {
     Desktop::Get();
+    // As a host does that uses the toolkit from several threads.
+    if (getenv("YRA_GDK_THREADS") != nullptr) gdk_threads_init();
     ASSERT_EQ(KvoLocaliseInit(), 1);
   }
   UI()

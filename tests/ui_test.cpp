@@ -25,10 +25,7 @@ TEST_F(UI, HandsOverAChosenFileAndServesTheNextChoiceFromTheHomeFolderAgain) {
   ASSERT_TRUE(WaitFocus(chooser));
   user.Key("l", true);
   user.Type("deep/er/sec");
-  const auto screen = user.Screen();
-  const auto box = user.Geometry(user.WaitWindow(chooser));
-  EXPECT_NEAR(box.x + box.width / 2, screen.width / 2, 20);
-  EXPECT_NEAR(box.y + box.height / 2, screen.height / 2, 30);
+  EXPECT_TRUE(user.WaitCentred(user.WaitWindow(chooser)));
   user.Key("Escape");
   ExpectDeclined();
   // What was typed and not chosen is gone.
@@ -207,23 +204,33 @@ TEST_F(UI, ShowsWhichFileIsUnderWayAndHowFarItHasCome) {
   EXPECT_EQ(notes.Pending(), 0U);
 }
 
-TEST_F(UI, KeepsTheWindowOnTheScreenWhateverTheName) {
+TEST_F(UI, KeepsTheWindowSmallWhateverTheNameAndTheFont) {
   Host host;
-  for (const std::string& name :
-       {std::string(255, 'W'), std::string(200, '\xFF'), std::string("a.txt")}) {
-    host.Progress(YRAFT_PROGRESS_CREATE, name, 1, 2);
-    ASSERT_TRUE(WaitFocus(TitleAt(50)));
-    const Window window = user.WaitWindow(TitleAt(50));
-    ASSERT_NE(window, None);
-    InUI([] {});
-    EXPECT_LE(user.Geometry(window).width, 480);
-    EXPECT_GE(user.Geometry(window).width, 350);
-    const std::string label = LabelText(TitleAt(50));
-    EXPECT_LE(label.size(), 359U);
-    EXPECT_TRUE(g_utf8_validate(label.c_str(), -1, nullptr));
-    host.Progress(YRAFT_PROGRESS_CLOSE, "x", 0, 0);
-    EXPECT_TRUE(user.WaitNoWindow("%"));
+  for (const char* font : {"Sans 10", "Sans 20"}) {
+    InUI([&] { g_object_set(gtk_settings_get_default(), "gtk-font-name", font, nullptr); });
+    for (const std::string& name :
+         {std::string(255, 'W'), std::string(200, '\xFF'), std::string(200, '\n'),
+          std::string("\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E.txt"), std::string("a.txt")}) {
+      host.Progress(YRAFT_PROGRESS_CREATE, name, 1, 2);
+      ASSERT_TRUE(WaitFocus(TitleAt(50)));
+      EXPECT_EQ(CutLabels(TitleAt(50)), "");
+      const Window window = user.WaitWindow(TitleAt(50));
+      ASSERT_NE(window, None);
+      EXPECT_TRUE(user.WaitCentred(window));
+      EXPECT_LE(user.Geometry(window).width, 480);
+      EXPECT_GE(user.Geometry(window).width, 350);
+      EXPECT_LE(user.Geometry(window).height, font == std::string("Sans 10") ? 140 : 240);
+      const std::string label = LabelText(TitleAt(50));
+      EXPECT_LE(label.size(), 359U);
+      EXPECT_TRUE(g_utf8_validate(label.c_str(), -1, nullptr));
+      if (name[0] == 'W') {
+        EXPECT_NE(label.find(name), std::string::npos);  // whole for those who listen
+      }
+      host.Progress(YRAFT_PROGRESS_CLOSE, "x", 0, 0);
+      EXPECT_TRUE(user.WaitNoWindow("%"));
+    }
   }
+  InUI([] { g_object_set(gtk_settings_get_default(), "gtk-font-name", "Sans 10", nullptr); });
 }
 
 TEST_F(UI, ReportsPauseResumeAndCancel) {

@@ -1,4 +1,5 @@
 // The box that tells the user what went wrong.
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -25,6 +26,24 @@ GtkWidget* BuildBox(const char* mainText) {
 
 void SetSecondaryText(GtkWidget* pDialog, const char* text) {
   gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(pDialog), "%s", text);
+}
+
+// Behind the texts: the title bar of a box with little text must hold the title beside the window
+// manager's controls.
+void SetTitle(GtkWidget* pDialog, const char* title) {
+  constexpr int kControls = 130;  // pixels
+  constexpr int kMaxWidth = 480;
+  gtk_window_set_title(GTK_WINDOW(pDialog), title);
+  PangoLayout* pLayout = gtk_widget_create_pango_layout(pDialog, title);
+  int width = 0;
+  pango_layout_get_pixel_size(pLayout, &width, nullptr);
+  g_object_unref(pLayout);
+  width = std::min(width + width / 4 + kControls, kMaxWidth);  // in bold
+  GtkWidget* pContent = gtk_dialog_get_content_area(GTK_DIALOG(pDialog));
+  GtkRequisition texts;
+  gtk_widget_set_size_request(pContent, -1, -1);
+  gtk_widget_size_request(pContent, &texts);
+  if (width > texts.width) gtk_widget_set_size_request(pContent, width, -1);
 }
 
 void YraErrorMessageDestoryCallback(GtkWidget* widget, void* data) {
@@ -56,7 +75,7 @@ void ShowOnce(const BoxTexts& texts) {
   if (texts.pPromptInfoSec != nullptr) {
     SetSecondaryText(pDialog, YraValidText(texts.pPromptInfoSec).c_str());
   }
-  gtk_window_set_title(GTK_WINDOW(pDialog), YraValidText(texts.pTitle).c_str());
+  SetTitle(pDialog, YraValidText(texts.pTitle).c_str());
   YraShowInFront(pDialog);
   YraRunModal(pDialog);
   TRACE_VERBOSE("Will callback gtk_widget_destroy.");
@@ -299,10 +318,10 @@ bool Open(YraWinUI* pWinUI, GtkWidget* pDialog) {
   }
   TraceTexts(KVO_LOG_INFO, *pInfo);
   const RecordTexts texts = TextsOf(*pInfo);
-  gtk_window_set_title(GTK_WINDOW(pDialog), texts.title.c_str());
   gtk_window_set_position(GTK_WINDOW(pDialog), GTK_WIN_POS_CENTER_ALWAYS);
   SetMainText(pDialog, texts.first);
   SetSecondaryText(pDialog, texts.second.c_str());
+  SetTitle(pDialog, texts.title.c_str());
   TRACE_INFO("will show dialog...");
   YraShowInFront(pDialog);
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);

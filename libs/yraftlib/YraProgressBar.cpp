@@ -20,6 +20,9 @@ constexpr std::size_t kWordSize = 20;
 
 // A name as long as a file system allows must not push the window off the screen.
 constexpr int kLabelMaxChars = 48;
+constexpr int kWidth = 350;  // pixels
+constexpr int kMaxWidth = 480;
+constexpr int kHeight = 120;
 
 // ---- Texts and figures -------------------------------------------------------------------------
 
@@ -81,7 +84,11 @@ std::string OperationWord(uint32_t operation) {
 }
 
 std::string FileName(const YRAFT_PROGRESS_BAR_INFO& info) {
-  const std::string path(info.name, strnlen(info.name, sizeof(info.name)));
+  std::string path(info.name, strnlen(info.name, sizeof(info.name)));
+  // A line feed in a name is no second line.
+  for (char& c : path) {
+    if (g_ascii_iscntrl(c)) c = '?';
+  }
   return YraValidText(Yraft_GetFileNameFromFilePath(path.c_str(), '/'));
 }
 
@@ -195,16 +202,38 @@ GtkWidget* BuildWindow(const std::string& title) {
   gtk_container_set_border_width(GTK_CONTAINER(pWindow), 10);
   gtk_window_set_deletable(pGtkWindow, FALSE);
   gtk_window_set_resizable(pGtkWindow, FALSE);
-  gtk_widget_set_size_request(pWindow, 350, 120);
+  gtk_widget_set_size_request(pWindow, kWidth, kHeight);
   gtk_window_set_modal(pGtkWindow, TRUE);
   YraStandAlone(pWindow);
   return pWindow;
+}
+
+// The window is as large as it asked to be where that holds its texts; a script or a font that
+// takes more gets what it takes.
+void FitToTexts(GtkWidget* pWindow) {
+  GtkRequisition texts;
+  gtk_widget_size_request(gtk_bin_get_child(GTK_BIN(pWindow)), &texts);
+  const int borders = 2 * static_cast<int>(gtk_container_get_border_width(GTK_CONTAINER(pWindow)));
+  GdkGeometry size = {};
+  size.min_width = size.max_width = std::clamp(texts.width + borders, kWidth, kMaxWidth);
+  size.min_height = size.max_height = std::max(texts.height + borders, kHeight);
+  gtk_window_set_geometry_hints(GTK_WINDOW(pWindow), nullptr, &size,
+                                static_cast<GdkWindowHints>(GDK_HINT_MIN_SIZE | GDK_HINT_MAX_SIZE));
+}
+
+// A label that may be shortened asks for the height of its own font alone, which would cut the
+// lines of a script that takes another font.
+void AskForTallLines(GtkWidget* pLabel, GtkRequisition* pSize, void*) {
+  int height = 0;
+  pango_layout_get_pixel_size(gtk_label_get_layout(GTK_LABEL(pLabel)), nullptr, &height);
+  pSize->height = std::max(pSize->height, height);
 }
 
 GtkWidget* BuildLabel(const std::string& text) {
   GtkWidget* pLabel = gtk_label_new(text.c_str());
   gtk_label_set_ellipsize(GTK_LABEL(pLabel), PANGO_ELLIPSIZE_MIDDLE);
   gtk_label_set_max_width_chars(GTK_LABEL(pLabel), kLabelMaxChars);
+  g_signal_connect(pLabel, "size-request", G_CALLBACK(AskForTallLines), nullptr);
   return pLabel;
 }
 
@@ -246,6 +275,8 @@ void FillWindow(YraWinUI* pWinUI, GtkWidget* pWindow, GtkWidget* pLabel, double 
   Pack(pColumn, pBar);
   Pack(pColumn, Aligned(pButtons, 1.0F));
   gtk_container_add(GTK_CONTAINER(pWindow), pColumn);
+  gtk_widget_show_all(pColumn);
+  FitToTexts(pWindow);
   gtk_window_set_position(GTK_WINDOW(pWindow), GTK_WIN_POS_CENTER_ALWAYS);
   pWinUI->YraSetProgressBarDiag(pBar);
   pWinUI->YraSetProgressBarPauseButton(pPause);
@@ -401,6 +432,7 @@ unsigned int ShowForFile(YraWinUI* pWinUI) {
   gtk_button_set_label(GTK_BUTTON(pWinUI->YraGetProgressBarPauseButton()),
                        YraText(YRAFT_ENG_BUTTON_PAUSE).c_str());
   TRACE_VERBOSE("will show dialog...");
+  FitToTexts(pWindow);
   // The next file of a batch must not take the focus from where the user types.
   if (!gtk_widget_get_visible(pWindow)) YraShowInFront(pWindow);
   // Whether this file is complete already is for the refreshes that wait behind to find.

@@ -109,7 +109,8 @@ Desktop::Desktop() {
   m_home = mkdtemp(home);
   setenv("HOME", home, 1);
   setenv("LANG", "en_US.UTF-8", 1);  // picks the catalog; the toolkit goes by LC_ALL
-  setenv("LC_ALL", "C.UTF-8", 1);
+  const char* locale = getenv("YRA_LOCALE");
+  setenv("LC_ALL", locale != nullptr ? locale : "C.UTF-8", 1);
   std::filesystem::create_directories(m_home + "/.local/share");
   setenv("XDG_DATA_HOME", (m_home + "/.local/share").c_str(), 1);
   setenv("NO_AT_BRIDGE", "1", 1);
@@ -118,7 +119,7 @@ Desktop::Desktop() {
   int ends[2];
   if (pipe(ends) != 0) throw std::runtime_error("pipe");
   const std::string fd = std::to_string(ends[1]);
-  m_xvfb = Spawn({"Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "1280x900x24", "-nolisten",
+  m_xvfb = Spawn({"Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "1024x768x24", "-nolisten",
                   "tcp", "-noreset"});
   close(ends[1]);
   char number[16] = "";
@@ -230,6 +231,17 @@ bool User::WaitActive(Window window) {
   return WaitFor([&] {
     const auto active = LongProperty(m_display, DefaultRootWindow(m_display), "_NET_ACTIVE_WINDOW");
     return !active.empty() && active[0] == window;
+  });
+}
+
+bool User::WaitCentred(Window window) {
+  return WaitFor([&] {
+    const Box box = Geometry(window);
+    const Box screen = Screen();
+    const int x = box.x + box.width / 2 - screen.width / 2;
+    const int y = box.y + box.height / 2 - screen.height / 2;  // less than the title bar adds
+    return box.x >= 0 && box.y >= 0 && box.x + box.width <= screen.width &&
+           box.y + box.height <= screen.height && abs(x) <= 20 && abs(y) <= 30;
   });
 }
 

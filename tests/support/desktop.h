@@ -37,6 +37,8 @@ class User {
   bool WaitNoWindow(const std::string& titlePart);
   bool WaitWindows(std::size_t count);
   bool WaitActive(Window window);
+  // The whole window is on the screen, and in its middle.
+  bool WaitCentred(Window window);
 
   // Waits for the window and its focus.
   Window Face(const std::string& titlePart);

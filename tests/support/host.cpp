@@ -67,9 +67,6 @@ std::size_t Notes::Pending() {
 void Notes::SetAnswer(unsigned int answer) { g_answer = answer; }
 
 Host::Host() : m_winUI(m_ended.get_future()) {
-  static const bool gdkThreads = getenv("YRA_GDK_THREADS") != nullptr;
-  static std::once_flag once;
-  if (gdkThreads) std::call_once(once, [] { gdk_threads_init(); });
   m_thread = std::thread([this] {
     YraWinUI* pWinUI = nullptr;
     YraMainWinUICreate(0, nullptr, &table, &pWinUI);
@@ -317,6 +314,56 @@ std::string LabelText(const std::string& titlePart, int nth) {
 
 bool WaitLabel(const std::string& titlePart, const std::string& textPart) {
   return WaitInUI([&] { return FindLabel(titlePart, 0).find(textPart) != std::string::npos; });
+}
+
+namespace {
+
+void FindCutLabel(GtkWidget* widget, void* data) {
+  if (GTK_IS_LABEL(widget)) {
+    if (!gtk_widget_get_mapped(widget)) return;
+    GtkLabel* label = GTK_LABEL(widget);
+    GtkAllocation area;
+    gtk_widget_get_allocation(widget, &area);
+    int width = 0;
+    int height = 0;
+    pango_layout_get_pixel_size(gtk_label_get_layout(label), &width, &height);
+    if (width > area.width || height > area.height) {
+      *static_cast<std::string*>(data) += std::string(gtk_label_get_text(label)) + "; ";
+    }
+  } else if (GTK_IS_CONTAINER(widget)) {
+    gtk_container_forall(GTK_CONTAINER(widget), FindCutLabel, data);
+  }
+}
+
+}  // namespace
+
+std::string CutLabels(const std::string& titlePart) {
+  std::string cut;
+  WaitInUI([&] {
+    cut.clear();
+    EachToplevel([&](GtkWidget* window) {
+      const char* title = gtk_window_get_title(GTK_WINDOW(window));
+      if (title == nullptr || !strstr(title, titlePart.c_str())) return;
+      if (gtk_widget_get_visible(window)) FindCutLabel(window, &cut);
+    });
+    return cut.empty();
+  });
+  return cut;
+}
+
+void WaitDrawn() {
+  std::promise<void> done;
+  g_idle_add_full(
+      G_PRIORITY_LOW,
+      [](void* data) {
+        gdk_threads_enter();
+        gdk_flush();
+        gdk_threads_leave();
+        static_cast<std::promise<void>*>(data)->set_value();
+        return FALSE;
+      },
+      &done, nullptr);
+  done.get_future().wait();
 }
 
 bool WaitEntry(const std::string& titlePart, const std::string& text) {

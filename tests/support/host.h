@@ -47,7 +47,7 @@ class Notes {
 // A persistent UI on a thread of its own. Ends it when it goes, if the test has not.
 class Host {
  public:
-  Host();  // with GDK's threads initialised where YRA_GDK_THREADS is set
+  Host();
   ~Host();
   unsigned int Send(int signalType, int evtType, void* pInput);
   void RequestFiles();
@@ -93,6 +93,11 @@ bool WaitFocus(const std::string& titlePart);
 std::string LabelText(const std::string& titlePart, int nth = 0);
 // That text has come to hold this part, within half a minute.
 bool WaitLabel(const std::string& titlePart, const std::string& textPart);
+// The labels in visible windows with this title part that have less room than they take, and get no
+// more within half a minute.
+std::string CutLabels(const std::string& titlePart);
+// Everything that was to be drawn is on the screen.
+void WaitDrawn();
 // What is typed into a visible window has come to be this, within half a minute.
 bool WaitEntry(const std::string& titlePart, const std::string& text);
 // Lets a visible dialog answer by itself; false if none comes up within half a minute.

@@ -1,0 +1,88 @@
+// Every dialog in every language: the right words, nothing cut, in the middle of a small screen.
+//
+// With YRA_PICTURES naming a folder, a picture of each is left there.
+#include <gtk/gtk.h>
+
+#include "ui_fixture.h"
+
+namespace {
+
+class Language : public UI, public testing::WithParamInterface<const char*> {
+ protected:
+  void SetUp() override {
+    KvoLocaliseShutdown();
+    setenv("LANG", (std::string(GetParam()) + ".UTF-8").c_str(), 1);
+    ASSERT_EQ(KvoLocaliseInit(), 1);
+    ASSERT_EQ(std::string(getenv("LANG")).rfind(GetParam(), 0), 0U)
+        << "no catalog of this language";
+    chooser = Text("YRAFT_ENG_CHOOSE_DIALOG_TITLE");
+    folderChooser = Text("YRAFT_ENG_DIRECTORY_DIALOG_TITLE");
+  }
+
+  void TearDown() override {
+    KvoLocaliseShutdown();
+    setenv("LANG", "en_US.UTF-8", 1);
+    KvoLocaliseInit();
+  }
+
+  static std::string Title(int percent) {
+    std::string title = Text("YRAFT_ENG_PROGRESSBAR_TITLE");
+    title.replace(title.find("%d"), 2, std::to_string(percent));
+    return title.erase(title.find("%%"), 1);
+  }
+
+  // The window with this title is up, looks right, and has its picture taken.
+  void Look(const std::string& title, const char* name) {
+    ASSERT_TRUE(WaitFocus(title)) << title;
+    EXPECT_EQ(CutLabels(title), "");
+    EXPECT_TRUE(user.WaitCentred(user.WaitWindow(title))) << title;
+    const char* folder = getenv("YRA_PICTURES");
+    if (folder == nullptr) return;
+    WaitDrawn();
+    const std::string command =
+        "import -window root '" + std::string(folder) + "/" + GetParam() + "-" + name + ".png'";
+    EXPECT_EQ(system(command.c_str()), 0) << command;  // NOLINT: a fixed command
+  }
+};
+
+TEST_P(Language, FitsIntoEveryDialog) {
+  for (const char* name : {"note.txt", "photo album.zip"}) Desktop::Get().AddFile(name, 100);
+  Host host;
+  host.RequestFiles();
+  Look(chooser, "files");
+  user.Key("Escape");
+  ExpectDeclined();
+  host.RequestDirectory(1);
+  Look(folderChooser, "directory");
+  user.Key("Escape");
+  ExpectNote(5, 15, YRAFT_OPT_STATUS_CANCELLED, 0);
+
+  host.Progress(YRAFT_PROGRESS_CREATE, "dir/photo album.zip", 42, 100, 122, 1234);
+  Look(Title(42), "progress");
+  EXPECT_EQ(LabelText(Title(42)).rfind(Text("YRAFT_ENG_TRANSFER_DOWNLOAD"), 0), 0U);
+  Click(Text("YRAFT_ENG_BUTTON_PAUSE"));
+  ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 122);
+  ASSERT_NE(ButtonSpot(Text("YRAFT_ENG_BUTTON_RESUME")).x, -1);
+  Look(Title(42), "paused");
+  host.Progress(YRAFT_PROGRESS_CREATE, "dir/" + std::string(251, 'W') + ".txt", 10, 100, 0, 3);
+  ASSERT_NE(user.WaitWindow(Title(10)), None);
+  Look(Title(10), "long");
+  host.Progress(YRAFT_PROGRESS_CLOSE, "", 0, 0);
+  EXPECT_TRUE(user.WaitNoWindow(Title(10)));
+
+  const std::string box = Text("YRAFT_ENG_ERROR_DIALOG_TITLE");
+  for (const char* reason : {"YRAFT_ENG_ERROR_TOO_MANY_FILES", "YRAFT_ENG_ERROR_FILE_SIZE_EXCEEDED",
+                             "YRAFT_ENG_ERROR_POLICY_DISABLE"}) {
+    host.Error(box, Text("YRAFT_ENG_ERROR_DIALOG_MAIN_TEXT"), Text(reason));
+    Look(box, reason);
+    EXPECT_EQ(LabelText(box, 1), Text(reason));
+    user.Key("Escape");
+    EXPECT_TRUE(user.WaitNoWindow(box));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Language,
+                         testing::Values("en_US", "de_DE", "fr_FR", "es_ES", "ja_JP", "zh_CN"),
+                         [](const auto& test) { return std::string(test.param); });
+
+}  // namespace

@@ -1,0 +1,22 @@
+#!/usr/bin/env bash
+# Takes a picture of every dialog in every language: `tests/ui_pictures.sh BUILD FOLDER`.
+#
+# The toolkit's own texts (Open, Cancel, Close …) follow the process's locale, which must exist: it is
+# compiled below BUILD from the sources of Debian's package `locales`. Without them these texts stay
+# English; those of the catalogs do not depend on it.
+set -euo pipefail
+root=$(cd "$(dirname "$0")/.." && pwd)
+build=$(cd "$1" && pwd)
+mkdir -p "$2"
+YRA_PICTURES=$(cd "$2" && pwd)
+export YRA_PICTURES LOCPATH=$build/locales
+mkdir -p "$LOCPATH"
+
+for language in en_US de_DE fr_FR es_ES ja_JP zh_CN; do
+  locale=$language.UTF-8
+  [ -d "$LOCPATH/$locale" ] || localedef -i "$language" -f UTF-8 "$LOCPATH/$locale" 2>/dev/null || true
+  [ -d "$LOCPATH/$locale" ] || locale=C.UTF-8
+  YRA_LOCALE=$locale "$root/dev" inside "$build" "$build/tests/ui_languages_test" \
+    --gtest_filter="*/$language" --gtest_brief=1
+done
+ls "$YRA_PICTURES"
