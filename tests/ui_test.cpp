@@ -322,4 +322,23 @@ TEST_F(UI, ShowsEveryErrorInTheOrderOfArrival) {
   EXPECT_EQ(notes.Pending(), 0U);
 }
 
+TEST_F(UI, KeepsTheErrorBoxOnTheScreenWhateverTheText) {
+  Host host;
+  std::string lines;
+  for (int i = 0; i < 20000; ++i) lines += "a\n";
+  const std::string texts[] = {std::string(60000, 'W'), lines, "<b>" + lines + "</b>"};
+  for (const std::string& text : texts) {
+    host.Error("Oops", text, "more");
+    host.Error("Oops", "main text", text);
+    for (int i = 0; i < 2; ++i) {
+      ASSERT_TRUE(WaitFocus("Oops"));
+      EXPECT_TRUE(user.WaitCentred(user.WaitWindow("Oops")));
+      EXPECT_EQ(CutLabels("Oops"), "");
+      Click("gtk-close");
+      EXPECT_TRUE(WaitLabel("Oops", i == 0 ? "main text" : ""));
+    }
+    EXPECT_TRUE(user.WaitNoWindow("Oops"));
+  }
+}
+
 }  // namespace

@@ -13,19 +13,58 @@ constexpr TraceLayer kLayer = kLayerWin;
 
 constexpr unsigned int kAlreadyCreated = 1;
 
-GtkWidget* BuildBox(const char* mainText) {
+// ---- Filling a box -----------------------------------------------------------------------------
+
+// What a box says, in valid UTF-8.
+struct BoxTexts {
+  std::string title;
+  std::string first;
+  std::string second;
+  bool markup = false;    // the first text may be Pango markup
+  bool hasSecond = true;  // also an empty one
+};
+
+void WrapInsideWords(GtkWidget* pLabel, void*) {
+  if (GTK_IS_LABEL(pLabel)) gtk_label_set_line_wrap_mode(GTK_LABEL(pLabel), PANGO_WRAP_WORD_CHAR);
+}
+
+GtkWidget* BuildBox() {
   GtkWidget* pDialog = gtk_message_dialog_new(nullptr, GTK_DIALOG_MODAL, GTK_MESSAGE_ERROR,
-                                              GTK_BUTTONS_CLOSE, "%s", mainText);
+                                              GTK_BUTTONS_CLOSE, nullptr);
   if (pDialog == nullptr) {
     TRACE_ERROR("Callback gtk_message_dialog_new is failed.");
     return nullptr;
   }
   gtk_window_set_deletable(GTK_WINDOW(pDialog), FALSE);
+  // A path may be one long word.
+  gtk_container_foreach(
+      GTK_CONTAINER(gtk_message_dialog_get_message_area(GTK_MESSAGE_DIALOG(pDialog))),
+      WrapInsideWords, nullptr);
   return pDialog;
 }
 
-void SetSecondaryText(GtkWidget* pDialog, const char* text) {
-  gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(pDialog), "%s", text);
+std::string Beginning(const std::string& text, std::size_t size) {
+  return text.size() <= size ? text : YraCutText(text, size) + "\u2026";
+}
+
+void SetMainText(GtkWidget* pDialog, const BoxTexts& texts, std::size_t size) {
+  if (!texts.markup) {
+    g_object_set(pDialog, "text", Beginning(texts.first, size).c_str(), nullptr);
+    return;
+  }
+  char* pPlain = nullptr;
+  const bool markup =
+      pango_parse_markup(texts.first.c_str(), -1, 0, nullptr, &pPlain, nullptr, nullptr);
+  const std::string plain = markup ? pPlain : texts.first;
+  g_free(pPlain);
+  if (markup && plain.size() <= size) {
+    gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), texts.first.c_str());
+    return;
+  }
+  // Not markup after all, a file name with an ampersand say: shown as it is.
+  gchar* pEscaped = g_markup_escape_text(Beginning(plain, size).c_str(), -1);
+  gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), pEscaped);
+  g_free(pEscaped);
 }
 
 // Behind the texts: the title bar of a box with little text must hold the title beside the window
@@ -46,6 +85,28 @@ void SetTitle(GtkWidget* pDialog, const char* title) {
   if (width > texts.width) gtk_widget_set_size_request(pContent, width, -1);
 }
 
+bool FitsOnScreen(GtkWidget* pDialog) {
+  constexpr int kBars = 100;  // pixels for the title bar and a task bar
+  GtkRequisition box;
+  gtk_widget_size_request(pDialog, &box);
+  return box.height <= gdk_screen_get_height(gtk_widget_get_screen(pDialog)) - kBars;
+}
+
+// Of texts that are too long for the screen the box shows the beginning.
+void Fill(GtkWidget* pDialog, const BoxTexts& texts) {
+  for (std::size_t size = 4096; size >= 32; size /= 2) {
+    SetMainText(pDialog, texts, size);
+    if (texts.hasSecond) {
+      gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(pDialog), "%s",
+                                               Beginning(texts.second, size).c_str());
+    }
+    SetTitle(pDialog, texts.title.c_str());
+    if (FitsOnScreen(pDialog)) return;
+  }
+}
+
+// ---- Callbacks ---------------------------------------------------------------------------------
+
 void YraErrorMessageDestoryCallback(GtkWidget* widget, void* data) {
   TRACE_INFO("[%s] In.", kLayer.tag);
   TRACE_INFO("widget=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(data));
@@ -63,19 +124,20 @@ YRA_DELETE_EVENT_HANDLER(YraErrorMessageDelEventCallback, KVO_LOG_INFO)
 
 namespace {
 
-struct BoxTexts {
+// The caller's texts, on their way into the main loop.
+struct CallerTexts {
   const char* pTitle;
   const char* pPromptInfoFir;
   const char* pPromptInfoSec;
 };
 
-void ShowOnce(const BoxTexts& texts) {
-  GtkWidget* pDialog = BuildBox(YraValidText(texts.pPromptInfoFir).c_str());
+void ShowOnce(const CallerTexts& texts) {
+  GtkWidget* pDialog = BuildBox();
   if (pDialog == nullptr) return;
-  if (texts.pPromptInfoSec != nullptr) {
-    SetSecondaryText(pDialog, YraValidText(texts.pPromptInfoSec).c_str());
-  }
-  SetTitle(pDialog, YraValidText(texts.pTitle).c_str());
+  Fill(pDialog, {.title = YraValidText(texts.pTitle),
+                 .first = YraValidText(texts.pPromptInfoFir),
+                 .second = YraValidText(texts.pPromptInfoSec),
+                 .hasSecond = texts.pPromptInfoSec != nullptr});
   YraShowInFront(pDialog);
   YraRunModal(pDialog);
   TRACE_VERBOSE("Will callback gtk_widget_destroy.");
@@ -98,8 +160,8 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate(int argc, char** argv, const ch
     return TRACE_RET(kAlreadyCreated);
   }
   if (!YraInitGtk(argc, argv)) return TRACE_RET(YRAFT_OPT_STATUS_FAILED);
-  auto pTexts = std::unique_ptr<BoxTexts>(new (std::nothrow)
-                                              BoxTexts{pTitle, pPromptInfoFir, pPromptInfoSec});
+  std::unique_ptr<CallerTexts> pTexts(new (std::nothrow)
+                                          CallerTexts{pTitle, pPromptInfoFir, pPromptInfoSec});
   if (pTexts == nullptr) return TRACE_RET(YRAFT_STATUS_NO_MEMORY);
   YraRunMainLoop(YraErrorMsgIdleFunc, pTexts.release());
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
@@ -107,7 +169,7 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate(int argc, char** argv, const ch
 
 int YraErrorMsgIdleFunc(void* data) {
   TRACE_IN();
-  const std::unique_ptr<BoxTexts> pTexts(static_cast<BoxTexts*>(data));
+  const std::unique_ptr<CallerTexts> pTexts(static_cast<CallerTexts*>(data));
   if (pTexts == nullptr) {
     TRACE_ERROR("data is null.");
   } else {
@@ -128,15 +190,14 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate() {
     TRACE_ERROR("Error message dialog already created.");
     return TRACE_RET(kAlreadyCreated);
   }
-  constexpr BoxTexts kPlaceholder{"Error", "prompt", "information"};
-  TRACE_VERBOSE("Title[%s], PromptInfoFir[%s], PromptInfoSec[%s].", kPlaceholder.pTitle,
-                kPlaceholder.pPromptInfoFir, kPlaceholder.pPromptInfoSec);
-  GtkWidget* pDialog = BuildBox(kPlaceholder.pPromptInfoFir);
+  const BoxTexts placeholder{.title = "Error", .first = "prompt", .second = "information"};
+  TRACE_VERBOSE("Title[%s], PromptInfoFir[%s], PromptInfoSec[%s].", placeholder.title.c_str(),
+                placeholder.first.c_str(), placeholder.second.c_str());
+  GtkWidget* pDialog = BuildBox();
   if (pDialog == nullptr) return TRACE_RET(YRAFT_OPT_STATUS_FAILED);
   TRACE_VERBOSE("pErrorDiag=0x%x.", TraceAddress(pDialog));
   YraSetErrorMessageDiag(pDialog);
-  SetSecondaryText(pDialog, kPlaceholder.pPromptInfoSec);
-  gtk_window_set_title(GTK_WINDOW(pDialog), kPlaceholder.pTitle);
+  Fill(pDialog, placeholder);
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
   TRACE_VERBOSE("Setting destroy callback.");
   g_signal_connect(pDialog, "destroy", G_CALLBACK(YraErrorMessageDestoryCallback), this);
@@ -203,27 +264,24 @@ void YraUIThread::ReleaseErrors(YraWinUI* pWinUI) {
 
 namespace {
 
-// The three texts of a record, each ended by its NUL or its length, whichever comes first.
-struct RecordTexts {
-  std::string title;
-  std::string first;
-  std::string second;
-};
-
 std::string TextAt(const char* pText, std::size_t len) {
   return YraValidText(std::string(pText, strnlen(pText, len)).c_str());
 }
 
-RecordTexts TextsOf(const YRAFT_ERROR_MESSAGE_INFO& info) {
+// The three texts of a record, each ended by its NUL or its length, whichever comes first.
+BoxTexts TextsOf(const YRAFT_ERROR_MESSAGE_INFO& info) {
   const char* pTitle = reinterpret_cast<const char*>(&info + 1);
   const char* pFirst = pTitle + info.titleLen + 1;
   const char* pSecond = pFirst + info.firLen + 1;
-  return {TextAt(pTitle, info.titleLen), TextAt(pFirst, info.firLen), TextAt(pSecond, info.SecLen)};
+  return {.title = TextAt(pTitle, info.titleLen),
+          .first = TextAt(pFirst, info.firLen),
+          .second = TextAt(pSecond, info.SecLen),
+          .markup = true};
 }
 
 void TraceTexts([[maybe_unused]] int level, const YRAFT_ERROR_MESSAGE_INFO& info) {
   if (!kvolog::Admits(kLayer.classId, level)) return;
-  const RecordTexts texts = TextsOf(info);
+  const BoxTexts texts = TextsOf(info);
   TRACE_AT(level, "Title[%s], PromptInfoFir[%s], PromptInfoSec[%s].", texts.title.c_str(),
            texts.first.c_str(), texts.second.c_str());
 }
@@ -246,7 +304,7 @@ bool CheckLengths(const YRAFT_ERROR_MESSAGE_INFO& info) {
 unsigned int YraShowErrorRecord(YraWinUI* pWinUI, int argc, char** argv,
                                 const YRAFT_ERROR_MESSAGE_INFO& info) {
   if (!CheckLengths(info)) return YRAFT_STATUS_INVALID_PARAM;
-  const RecordTexts texts = TextsOf(info);
+  const BoxTexts texts = TextsOf(info);
   return pWinUI->YraErrorMessageDiagCreate(argc, argv, texts.title.c_str(), texts.first.c_str(),
                                            texts.second.c_str());
 }
@@ -277,17 +335,6 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate(YRAFT_ERROR_MESSAGE_INFO* pErro
 
 namespace {
 
-void SetMainText(GtkWidget* pDialog, const std::string& text) {
-  if (pango_parse_markup(text.c_str(), -1, 0, nullptr, nullptr, nullptr, nullptr)) {
-    gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), text.c_str());
-    return;
-  }
-  // Not markup after all, a file name with an ampersand say: shown as it is.
-  gchar* pEscaped = g_markup_escape_text(text.c_str(), -1);
-  gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), pEscaped);
-  g_free(pEscaped);
-}
-
 void TraceResponse(int result) {
   TRACE_INFO("result=%d.", result);
   switch (result) {
@@ -317,11 +364,9 @@ bool Open(YraWinUI* pWinUI, GtkWidget* pDialog) {
     return false;
   }
   TraceTexts(KVO_LOG_INFO, *pInfo);
-  const RecordTexts texts = TextsOf(*pInfo);
+  const BoxTexts texts = TextsOf(*pInfo);
   gtk_window_set_position(GTK_WINDOW(pDialog), GTK_WIN_POS_CENTER_ALWAYS);
-  SetMainText(pDialog, texts.first);
-  SetSecondaryText(pDialog, texts.second.c_str());
-  SetTitle(pDialog, texts.title.c_str());
+  Fill(pDialog, texts);
   TRACE_INFO("will show dialog...");
   YraShowInFront(pDialog);
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
