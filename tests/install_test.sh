@@ -95,10 +95,12 @@ done
 kvolog output "$scratch/agent.log" >/dev/null
 kvolog serve &
 service=$!
+trap '[ -z "$service" ] || kill $service' EXIT
 for _ in $(seq 100); do [ ! -S /var/qmz/.kvologd ] || break; sleep 0.1; done
 ./pkg-config-c >/dev/null
 kill $service
 wait $service || fail "kvolog serve ended with $?"
+service=
 grep -q 'YRAFT_VC.*installed' "$scratch/agent.log" || fail "the host's line is not in the log"
 pass
 
