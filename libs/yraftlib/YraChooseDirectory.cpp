@@ -13,7 +13,8 @@ constexpr YraChooserLook kLook{GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER, GTK_STOCK_
 void YraChooseDirectoryDiagDestoryCallback(GtkWidget* widget, void* pWin) {
   TRACE_IN();
   TRACE_VERBOSE("widget=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(pWin));
-  YraForgetDialog(static_cast<YraWinUI*>(pWin), widget, kYraChooseDirectory, KVO_LOG_VERBOSE);
+  YraForgetDialog(static_cast<YraWinUI*>(pWin), widget, kYraChooseDirectory, KVO_LOG_VERBOSE,
+                  __func__);
   TRACE_OUT();
 }
 
@@ -124,7 +125,11 @@ unsigned int YraWinUI::YraChooseDirectoryDiagCreate(int argc, char** argv,
   return TRACE_RET(YraCallChooser(this, argc, argv, YraChooseDirectoryIdleFunc));
 }
 
+// What the idle function does with the user's answer.
 namespace {
+namespace once {
+
+constexpr const char* kCaller = "YraChooseDirectoryIdleFunc";
 
 void QueueAccepted(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
   if (response == GTK_RESPONSE_ACCEPT) {
@@ -137,13 +142,14 @@ void QueueAccepted(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
   }
 }
 
+}  // namespace once
 }  // namespace
 
 int YraChooseDirectoryIdleFunc(void* data) {
   TRACE_IN();
   YraRunChooserOnce(
       static_cast<YraWinUI*>(data), [](YraWinUI* pWinUI) { return Build("Upload To", pWinUI); },
-      QueueAccepted);
+      once::QueueAccepted);
   TRACE_OUT();
   return FALSE;
 }
@@ -161,7 +167,11 @@ unsigned int YraWinUI::YraChooseDirectoryDiagCreate(YRAFT_FILEINFO_ITEM* pFileIn
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
 
+// What the idle function does for a request, and what follows from it when the chooser closes.
 namespace {
+namespace run {
+
+constexpr const char* kCaller = "YraChooseDirectorySelfSignalIdleFunc";
 
 YraChoice TakeAccepted(YraWinUI* pWinUI, GtkWidget* pDialog) {
   const uint64_t size = YraUIThread::FileItem(pWinUI).fileSize;
@@ -179,9 +189,11 @@ void Answer(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
   YraAnswerChoice(pWinUI, pDialog, response, YRAFT_NOTIFY_CHOOSE_DIRECTORY, TakeAccepted);
 }
 
+}  // namespace run
 }  // namespace
 
 const YraDialogKind kYraChooseDirectory{YraChooseDirectorySelfSignalIdleFunc,
+                                        run::kCaller,
                                         &YraWinUI::YraGetChooseDirectoryDiag,
                                         &YraWinUI::YraSetChooseDirectoryDiag,
                                         &YraWinUI::YraChooseDirectoryDiagCreate,
@@ -189,7 +201,7 @@ const YraDialogKind kYraChooseDirectory{YraChooseDirectorySelfSignalIdleFunc,
                                         "Choose directory dialog no created.",
                                         "Choose directory dialog is null.",
                                         YraOpenChooser,
-                                        Answer};
+                                        run::Answer};
 
 int YraChooseDirectorySelfSignalIdleFunc(void* data) {
   TRACE_IN();

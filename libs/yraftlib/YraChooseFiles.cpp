@@ -12,7 +12,7 @@ constexpr YraChooserLook kLook{GTK_FILE_CHOOSER_ACTION_OPEN, GTK_STOCK_OPEN, TRU
 void YraChooseFilesDiagDestoryCallback(GtkWidget* widget, void* pWin) {
   TRACE_IN();
   TRACE_VERBOSE("widget=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(pWin));
-  YraForgetDialog(static_cast<YraWinUI*>(pWin), widget, kYraChooseFiles, KVO_LOG_VERBOSE);
+  YraForgetDialog(static_cast<YraWinUI*>(pWin), widget, kYraChooseFiles, KVO_LOG_VERBOSE, __func__);
   TRACE_OUT();
 }
 
@@ -84,7 +84,11 @@ unsigned int YraWinUI::YraChooseFilesDiagCreate(int argc, char** argv,
   return TRACE_RET(YraCallChooser(this, argc, argv, YraChooseFilesIdleFunc));
 }
 
+// What the idle function does with the user's answer.
 namespace {
+namespace once {
+
+constexpr const char* kCaller = "YraChooseFilesIdleFunc";
 
 void QueueAccepted(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
   if (response == GTK_RESPONSE_ACCEPT) {
@@ -97,13 +101,14 @@ void QueueAccepted(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
   }
 }
 
+}  // namespace once
 }  // namespace
 
 int YraChooseFilesIdleFunc(void* data) {
   TRACE_IN();
   YraRunChooserOnce(
       static_cast<YraWinUI*>(data), [](YraWinUI* pWinUI) { return Build("Open:", pWinUI); },
-      QueueAccepted);
+      once::QueueAccepted);
   TRACE_OUT();
   return FALSE;
 }
@@ -141,7 +146,11 @@ unsigned int YraWinUI::YraChooseFilesDiagCreate(YRAFT_THRESHOLD_INFO* pThreshold
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
 
+// What the idle function does for a request, and what follows from it when the chooser closes.
 namespace {
+namespace run {
+
+constexpr const char* kCaller = "YraChooseFilesSelfSignalIdleFunc";
 
 YraChoice TakeAccepted(YraWinUI* pWinUI, GtkWidget* pDialog) {
   const YraChosen chosen = YraQueueChosen(pDialog, pWinUI->YraRWGet(),
@@ -167,17 +176,19 @@ void Answer(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
   YraAnswerChoice(pWinUI, pDialog, response, YRAFT_NOTIFY_CHOOSE_FILES, TakeAccepted);
 }
 
+}  // namespace run
 }  // namespace
 
 const YraDialogKind kYraChooseFiles{YraChooseFilesSelfSignalIdleFunc,
+                                    run::kCaller,
                                     &YraWinUI::YraGetChooseFilesDiag,
                                     &YraWinUI::YraSetChooseFilesDiag,
                                     &YraWinUI::YraChooseFilesDiagCreate,
                                     "YraChooseFilesDiagCreate",
                                     "Choose files dialog no created.",
                                     "Choose files dialog is null.",
-                                    Open,
-                                    Answer};
+                                    run::Open,
+                                    run::Answer};
 
 int YraChooseFilesSelfSignalIdleFunc(void* data) {
   TRACE_IN();

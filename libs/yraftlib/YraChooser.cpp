@@ -168,7 +168,7 @@ void YraAnswerChoice(YraWinUI* pWinUI, GtkWidget* pDialog, int response, unsigne
     choice = takeAccepted(pWinUI, pDialog);
   } else if (YraIsDeclined(response)) {
     choice.status = YRAFT_OPT_STATUS_CANCELLED;
-  } else {
+  } else if (pDialog != nullptr) {
     TRACE_ERROR("gtk_dialog_run is not GTK_RESPONSE_ACCEPT. (%d)", response);
   }
   YraHideDialog(pDialog);

@@ -81,6 +81,7 @@ void YraDialogLine::Serve() {
 }
 
 GtkWidget* YraDialogLine::TakeDialog() {
+  const char* kCaller = m_kind.pIdle;
   if ((m_pWinUI->*m_kind.get)() == nullptr) {
     TRACE_WARNING("%s", m_kind.pNotCreated);
     const unsigned int ret = (m_pWinUI->*m_kind.build)();
@@ -120,7 +121,8 @@ void YraDialogLine::Answer(GtkWidget* pDialog, int response) {
   m_kind.answer(m_pWinUI, pDialog, response);
 }
 
-void YraForgetDialog(YraWinUI* pWinUI, GtkWidget* pWidget, const YraDialogKind& kind, int level) {
+void YraForgetDialog(YraWinUI* pWinUI, GtkWidget* pWidget, const YraDialogKind& kind, int level,
+                     const char* kCaller) {
   GtkWidget* pDialog = pWinUI != nullptr ? (pWinUI->*kind.get)() : nullptr;
   if (pDialog == nullptr) {
     TRACE_WARNING("%s", kind.pNull);

@@ -53,7 +53,8 @@ int YraRunModal(GtkWidget* pDialog);
 
 // Says how the requests of one kind are answered, in the UI thread.
 struct YraDialogKind {
-  GSourceFunc idle;  // serves the line
+  GSourceFunc idle;   // serves the line
+  const char* pIdle;  // as the log knows it
   GtkWidget* (YraWinUI::*get)();
   unsigned int (YraWinUI::*set)(GtkWidget*);
   unsigned int (YraWinUI::*build)();
@@ -66,9 +67,10 @@ struct YraDialogKind {
   void (*answer)(YraWinUI* pWinUI, GtkWidget* pDialog, int response);
 };
 
-// For a "destroy" handler: hides the dialog that the object holds, and forgets it if it is this
-// widget. The level is that of the trace.
-void YraForgetDialog(YraWinUI* pWinUI, GtkWidget* pWidget, const YraDialogKind& kind, int level);
+// For a "destroy" handler, by whose name and at whose level it traces: hides the dialog that the
+// object holds, and forgets it if it is this widget.
+void YraForgetDialog(YraWinUI* pWinUI, GtkWidget* pWidget, const YraDialogKind& kind, int level,
+                     const char* kCaller);
 
 // Defines a "delete-event" handler that lets the event go on to the toolkit.
 #define YRA_DELETE_EVENT_HANDLER(name, level)                                     \

@@ -69,10 +69,9 @@ void SetMainText(GtkWidget* pDialog, const BoxTexts& texts, std::size_t size) {
 
 // Behind the texts: the title bar of a box with little text must hold the title beside the window
 // manager's controls.
-void SetTitle(GtkWidget* pDialog, const char* title) {
+void MakeRoomForTitle(GtkWidget* pDialog, const char* title) {
   constexpr int kControls = 130;  // pixels
   constexpr int kMaxWidth = 480;
-  gtk_window_set_title(GTK_WINDOW(pDialog), title);
   PangoLayout* pLayout = gtk_widget_create_pango_layout(pDialog, title);
   int width = 0;
   pango_layout_get_pixel_size(pLayout, &width, nullptr);
@@ -92,15 +91,20 @@ bool FitsOnScreen(GtkWidget* pDialog) {
   return box.height <= gdk_screen_get_height(gtk_widget_get_screen(pDialog)) - kBars;
 }
 
+void SetTexts(GtkWidget* pDialog, const BoxTexts& texts, std::size_t size) {
+  SetMainText(pDialog, texts, size);
+  if (texts.hasSecond) {
+    gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(pDialog), "%s",
+                                             Beginning(texts.second, size).c_str());
+  }
+  gtk_window_set_title(GTK_WINDOW(pDialog), texts.title.c_str());
+}
+
 // Of texts that are too long for the screen the box shows the beginning.
 void Fill(GtkWidget* pDialog, const BoxTexts& texts) {
   for (std::size_t size = 4096; size >= 32; size /= 2) {
-    SetMainText(pDialog, texts, size);
-    if (texts.hasSecond) {
-      gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(pDialog), "%s",
-                                               Beginning(texts.second, size).c_str());
-    }
-    SetTitle(pDialog, texts.title.c_str());
+    SetTexts(pDialog, texts, size);
+    MakeRoomForTitle(pDialog, texts.title.c_str());
     if (FitsOnScreen(pDialog)) return;
   }
 }
@@ -111,7 +115,7 @@ void YraErrorMessageDestoryCallback(GtkWidget* widget, void* data) {
   TRACE_INFO("[%s] In.", kLayer.tag);
   TRACE_INFO("widget=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(data));
   if (data != nullptr) {
-    YraForgetDialog(static_cast<YraWinUI*>(data), widget, kYraErrorMessage, KVO_LOG_INFO);
+    YraForgetDialog(static_cast<YraWinUI*>(data), widget, kYraErrorMessage, KVO_LOG_INFO, __func__);
   }
   TRACE_INFO("[%s] Out.", kLayer.tag);
 }
@@ -131,6 +135,11 @@ struct CallerTexts {
   const char* pPromptInfoSec;
 };
 
+// What the idle function does with them.
+namespace once {
+
+constexpr const char* kCaller = "YraErrorMsgIdleFunc";
+
 void ShowOnce(const CallerTexts& texts) {
   GtkWidget* pDialog = BuildBox();
   if (pDialog == nullptr) return;
@@ -143,6 +152,8 @@ void ShowOnce(const CallerTexts& texts) {
   TRACE_VERBOSE("Will callback gtk_widget_destroy.");
   gtk_widget_destroy(pDialog);
 }
+
+}  // namespace once
 
 }  // namespace
 
@@ -174,7 +185,7 @@ int YraErrorMsgIdleFunc(void* data) {
     TRACE_ERROR("data is null.");
   } else {
     const GdkLock lock;
-    ShowOnce(*pTexts);
+    once::ShowOnce(*pTexts);
     TRACE_VERBOSE("Will callback gtk_main_quit.");
     gtk_main_quit();
   }
@@ -197,7 +208,8 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate() {
   if (pDialog == nullptr) return TRACE_RET(YRAFT_OPT_STATUS_FAILED);
   TRACE_VERBOSE("pErrorDiag=0x%x.", TraceAddress(pDialog));
   YraSetErrorMessageDiag(pDialog);
-  Fill(pDialog, placeholder);
+  // Not measured, as nobody sees it: that would load the fonts of a session that may need none.
+  SetTexts(pDialog, placeholder, placeholder.second.size());
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
   TRACE_VERBOSE("Setting destroy callback.");
   g_signal_connect(pDialog, "destroy", G_CALLBACK(YraErrorMessageDestoryCallback), this);
@@ -279,7 +291,7 @@ BoxTexts TextsOf(const YRAFT_ERROR_MESSAGE_INFO& info) {
           .markup = true};
 }
 
-void TraceTexts([[maybe_unused]] int level, const YRAFT_ERROR_MESSAGE_INFO& info) {
+void TraceTexts(int level, const YRAFT_ERROR_MESSAGE_INFO& info, const char* kCaller) {
   if (!kvolog::Admits(kLayer.classId, level)) return;
   const BoxTexts texts = TextsOf(info);
   TRACE_AT(level, "Title[%s], PromptInfoFir[%s], PromptInfoSec[%s].", texts.title.c_str(),
@@ -325,7 +337,7 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate(YRAFT_ERROR_MESSAGE_INFO* pErro
     std::free(pErrorMessageInfo);
     return TRACE_RET(YRAFT_STATUS_NO_MEMORY);
   }
-  TraceTexts(KVO_LOG_VERBOSE, *pErrorMessageInfo);
+  TraceTexts(KVO_LOG_VERBOSE, *pErrorMessageInfo, __func__);
   pNode->pNext = m_pErrorInbox.load();
   while (!m_pErrorInbox.compare_exchange_weak(pNode->pNext, pNode)) {
   }
@@ -333,7 +345,11 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate(YRAFT_ERROR_MESSAGE_INFO* pErro
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
 
+// What the idle function does for a message, and what follows from it when the box closes.
 namespace {
+namespace run {
+
+constexpr const char* kCaller = "YraErrorMsgSelfSignalIdleFunc";
 
 void TraceResponse(int result) {
   TRACE_INFO("result=%d.", result);
@@ -363,7 +379,7 @@ bool Open(YraWinUI* pWinUI, GtkWidget* pDialog) {
     TRACE_ERROR("pErrorMessageInfo is null.");
     return false;
   }
-  TraceTexts(KVO_LOG_INFO, *pInfo);
+  TraceTexts(KVO_LOG_INFO, *pInfo, kCaller);
   const BoxTexts texts = TextsOf(*pInfo);
   gtk_window_set_position(GTK_WINDOW(pDialog), GTK_WIN_POS_CENTER_ALWAYS);
   Fill(pDialog, texts);
@@ -383,17 +399,19 @@ void Answer(YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
   std::free(pInfo);
 }
 
+}  // namespace run
 }  // namespace
 
 const YraDialogKind kYraErrorMessage{YraErrorMsgSelfSignalIdleFunc,
+                                     run::kCaller,
                                      &YraWinUI::YraGetErrorMessageDiag,
                                      &YraWinUI::YraSetErrorMessageDiag,
                                      &YraWinUI::YraErrorMessageDiagCreate,
                                      "YraErrorMessageDiagCreate",
                                      "Error message dialog no created.",
                                      "Error message dialog is null.",
-                                     Open,
-                                     Answer};
+                                     run::Open,
+                                     run::Answer};
 
 int YraErrorMsgSelfSignalIdleFunc(void* data) {
   TRACE_INFO("[%s] In.", kLayer.tag);

@@ -112,6 +112,7 @@ void ShowLabel(GtkWidget* pLabel, const std::string& text) {
   }
 }
 
+// The toolkit refuses a fraction above 1.0, with a complaint, and would leave the bar where it was.
 void ShowFraction(GtkWidget* pBar, double fraction) {
   fraction = std::min(fraction, 1.0);
   if (gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(pBar)) != fraction) {
@@ -276,7 +277,6 @@ void FillWindow(YraWinUI* pWinUI, GtkWidget* pWindow, GtkWidget* pLabel, double 
   Pack(pColumn, Aligned(pButtons, 1.0F));
   gtk_container_add(GTK_CONTAINER(pWindow), pColumn);
   gtk_widget_show_all(pColumn);
-  FitToTexts(pWindow);
   gtk_window_set_position(GTK_WINDOW(pWindow), GTK_WIN_POS_CENTER_ALWAYS);
   pWinUI->YraSetProgressBarDiag(pBar);
   pWinUI->YraSetProgressBarPauseButton(pPause);
@@ -361,7 +361,7 @@ unsigned int YraWinUI::YraProgressBarDiagRefresh(YRAFT_PROGRESS_BAR_INFO* pProgr
     info.fileOffset = next.fileOffset;
     info.filesNum = next.filesNum;
   });
-  const auto trace = [](const char* whose, const YRAFT_PROGRESS_BAR_INFO& info) {
+  const auto trace = [kCaller = __func__](const char* whose, const YRAFT_PROGRESS_BAR_INFO& info) {
     TRACE_VERBOSE(
         "%s ProgressBarInfo: evtType=%u, fileContext=%u, filesNum=%u, fileOffset=%u, fileSize=%u, "
         "name[%.520s], pProgressBarWin=0x%x.",
@@ -477,7 +477,7 @@ unsigned int ShowFigures(YraWinUI* pWinUI) {
 }
 
 // Runs one step of the UI thread on the object, if there is one, and traces how it ended.
-int RunStep(void* data, unsigned int (*step)(YraWinUI*)) {
+int RunStep(void* data, unsigned int (*step)(YraWinUI*), const char* kCaller) {
   TRACE_IN();
   unsigned int statusCode = YRAFT_OPT_STATUS_NO_UI;
   if (data == nullptr) {
@@ -493,7 +493,9 @@ int RunStep(void* data, unsigned int (*step)(YraWinUI*)) {
 
 }  // namespace
 
-int YraProgressBarSelfSignalCreateIdleFunc(void* data) { return RunStep(data, ShowForFile); }
+int YraProgressBarSelfSignalCreateIdleFunc(void* data) {
+  return RunStep(data, ShowForFile, __func__);
+}
 
 // In a burst of refreshes the first one shows the latest figures, and the others find nothing new.
 int YraProgressBarSelfSignalRefreshIdleFunc(void* data) {
@@ -501,11 +503,12 @@ int YraProgressBarSelfSignalRefreshIdleFunc(void* data) {
       !YraUIThread::ProgressIsNews(static_cast<YraWinUI*>(data)).exchange(false)) {
     return FALSE;
   }
-  return RunStep(data, ShowFigures);
+  return RunStep(data, ShowFigures, __func__);
 }
 
 int YraProgressBarSelfSignalCloseIdleFunc(void* data) {
-  return RunStep(data, [](YraWinUI* pWinUI) { return pWinUI->YraProgressBarDiagHideDestory(); });
+  const auto hide = [](YraWinUI* pWinUI) { return pWinUI->YraProgressBarDiagHideDestory(); };
+  return RunStep(data, hide, __func__);
 }
 
 // ---- One call, one window ----------------------------------------------------------------------
@@ -534,6 +537,7 @@ unsigned int YraWinUI::YraProgressBarDiagCreate(int argc, char** argv,
                               std::to_string(pInfo->fileContext + 1) + " of " +
                               std::to_string(pInfo->filesNum) + "\n" + FileName(*pInfo);
     FillWindow(this, m_pWin, BuildLabel(YraCutText(label, kLabelSize - 1)), progress.fraction);
+    FitToTexts(m_pWin);
     YraShowInFront(m_pWin);
   }
   TRACE_VERBOSE("Will notify VC, statusCode=%u.", 0U);

@@ -34,7 +34,7 @@ GtkWidget* BuildMainWindow() {
 
 // A dialog that cannot be built now is built when it is first needed.
 void BuildDialogs(YraWinUI* pWinUI) {
-  const auto report = [](const char* operation, unsigned int ret) {
+  const auto report = [kCaller = "YraWinUI"](const char* operation, unsigned int ret) {
     if (ret != YRAFT_STATUS_SUCCESS) TRACE_FAILED(operation, ret);
   };
   report("YraChooseFilesDiagCreate", pWinUI->YraChooseFilesDiagCreate());
