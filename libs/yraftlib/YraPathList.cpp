@@ -42,7 +42,7 @@ unsigned int YraWinUI::YraListDelEnd() {
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
 
-unsigned int YraWinUI::YraListFind(std::string path) {
+unsigned int YraWinUI::YraListFind(std::string path) {  // NOLINT: hosts bind to the signature
   constexpr unsigned int kNotFound = 1;
   TRACE_IN();
   for (const std::string& element : m_paths) {

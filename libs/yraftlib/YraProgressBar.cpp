@@ -347,6 +347,18 @@ unsigned int YraWinUI::YraProgressBarDiagCreate(YRAFT_PROGRESS_BAR_INFO* pProgre
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
 
+namespace {
+
+void TraceFigures(const char* whose, const YRAFT_PROGRESS_BAR_INFO& info, const char* kCaller) {
+  TRACE_VERBOSE(
+      "%s ProgressBarInfo: evtType=%u, fileContext=%u, filesNum=%u, fileOffset=%u, fileSize=%u, "
+      "name[%.520s], pProgressBarWin=0x%x.",
+      whose, info.evtType, info.fileContext, info.filesNum, info.fileOffset, info.fileSize,
+      info.name, static_cast<unsigned int>(info.pProgressBarWin));
+}
+
+}  // namespace
+
 unsigned int YraWinUI::YraProgressBarDiagRefresh(YRAFT_PROGRESS_BAR_INFO* pProgressBarInfo) {
   TRACE_IN();
   if (pProgressBarInfo == nullptr) {
@@ -361,15 +373,8 @@ unsigned int YraWinUI::YraProgressBarDiagRefresh(YRAFT_PROGRESS_BAR_INFO* pProgr
     info.fileOffset = next.fileOffset;
     info.filesNum = next.filesNum;
   });
-  const auto trace = [kCaller = __func__](const char* whose, const YRAFT_PROGRESS_BAR_INFO& info) {
-    TRACE_VERBOSE(
-        "%s ProgressBarInfo: evtType=%u, fileContext=%u, filesNum=%u, fileOffset=%u, fileSize=%u, "
-        "name[%.520s], pProgressBarWin=0x%x.",
-        whose, info.evtType, info.fileContext, info.filesNum, info.fileOffset, info.fileSize,
-        info.name, static_cast<unsigned int>(info.pProgressBarWin));
-  };
-  trace("Local", stored);
-  trace("Refresh", next);
+  TraceFigures("Local", stored, __func__);
+  TraceFigures("Refresh", next, __func__);
   if (stored.fileContext != next.fileContext || stored.fileSize != next.fileSize) {
     TRACE_WARNING("Current file is not correct with refresh file.");
   }

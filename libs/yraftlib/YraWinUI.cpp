@@ -34,13 +34,15 @@ GtkWidget* BuildMainWindow() {
 
 // A dialog that cannot be built now is built when it is first needed.
 void BuildDialogs(YraWinUI* pWinUI) {
-  const auto report = [kCaller = "YraWinUI"](const char* operation, unsigned int ret) {
+  constexpr const char* kCaller = "YraWinUI";
+  const std::pair<const char*, unsigned int> results[] = {
+      {"YraChooseFilesDiagCreate", pWinUI->YraChooseFilesDiagCreate()},
+      {"YraChooseDirectoryDiagCreate", pWinUI->YraChooseDirectoryDiagCreate()},
+      {"YraProgressBarDiagCreate", pWinUI->YraProgressBarDiagCreate()},
+      {"YraErrorMessageDiagCreate", pWinUI->YraErrorMessageDiagCreate()}};
+  for (const auto& [operation, ret] : results) {
     if (ret != YRAFT_STATUS_SUCCESS) TRACE_FAILED(operation, ret);
-  };
-  report("YraChooseFilesDiagCreate", pWinUI->YraChooseFilesDiagCreate());
-  report("YraChooseDirectoryDiagCreate", pWinUI->YraChooseDirectoryDiagCreate());
-  report("YraProgressBarDiagCreate", pWinUI->YraProgressBarDiagCreate());
-  report("YraErrorMessageDiagCreate", pWinUI->YraErrorMessageDiagCreate());
+  }
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ constexpr TraceLayer kLayer = kLayerWin;
   unsigned int YraWinUI::set(GtkWidget* pWidget) {                                              \
     TRACE_IN();                                                                                 \
     TRACE_VERBOSE(#member "=0x%x, pWidget=0x%x.", TraceAddress(member), TraceAddress(pWidget)); \
-    member = pWidget;                                                                           \
+    (member) = pWidget;                                                                         \
     return TRACE_RET(YRAFT_STATUS_SUCCESS);                                                     \
   }                                                                                             \
   GtkWidget* YraWinUI::get() {                                                                  \
@@ -37,7 +37,7 @@ WIDGET_ACCESSORS(YraSetProgressBarLabel, YraGetProgressBarLabel, m_pProgressBarL
 #define FLAG_ACCESSORS(set, get, member)                                                \
   unsigned int YraWinUI::set(bool status) {                                             \
     TRACE_IN();                                                                         \
-    [[maybe_unused]] const bool old = member.exchange(status);                          \
+    [[maybe_unused]] const bool old = (member).exchange(status);                        \
     TRACE_VERBOSE("current status code is %s.(%s)", TraceBool(old), TraceBool(status)); \
     return TRACE_RET(YRAFT_STATUS_SUCCESS);                                             \
   }                                                                                     \

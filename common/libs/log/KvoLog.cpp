@@ -29,8 +29,7 @@ void NameProcess(const char* program) {
     identity += '-';
     identity += std::strcmp(program, "java") == 0 ? "kvoavk" : program;
   }
-  identity.resize(std::min(identity.size(), sizeof(g_identity) - 1));
-  std::strcpy(g_identity, identity.c_str());
+  g_identity[identity.copy(g_identity, sizeof(g_identity) - 1)] = '\0';
 }
 
 unsigned int SessionId() {
