@@ -182,7 +182,6 @@ User::~User() {
 }
 
 bool User::WaitFor(const std::function<bool()>& condition) {
-  GuardAgainstXErrors();
   const auto end = std::chrono::steady_clock::now() + kPatience;
   while (!condition()) {
     if (std::chrono::steady_clock::now() > end) return false;
@@ -197,7 +196,9 @@ bool User::WaitFor(const std::function<bool()>& condition) {
   return true;
 }
 
+// Whoever looks for windows may be about to touch one that is gone.
 std::vector<Window> User::Windows() {
+  GuardAgainstXErrors();
   return LongProperty(m_display, DefaultRootWindow(m_display), "_NET_CLIENT_LIST");
 }
 
