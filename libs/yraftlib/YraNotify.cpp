@@ -12,17 +12,21 @@ constexpr TraceLayer kLayer = kLayerWin;
 
 std::atomic<YRAFT_NOTIFY_FUN> g_pYraNotifyFun{nullptr};
 
-// Answers false when nobody is registered: only then has the data found no new owner.
+// The call of YraCallbackYraNotify, and its lines. Answers false when nobody is registered: only
+// then has the data found no new owner.
 bool Deliver(unsigned int event, unsigned int subCode, unsigned int status, unsigned int value,
              void* pData, unsigned int* pRet) {
+  constexpr const char* kCaller = "YraCallbackYraNotify";
+  TRACE_IN();
   const YRAFT_NOTIFY_FUN pFun = g_pYraNotifyFun.load(std::memory_order_acquire);
-  if (pFun == nullptr) {
+  if (pFun != nullptr) {
+    *pRet = pFun(event, subCode, status, value, pData);
+  } else {
     TRACE_ERROR("g_pYraNotifyFun (%p) is null.", static_cast<void*>(nullptr));
     *pRet = YRAFT_STATUS_INVALID_PARAM;
-    return false;
   }
-  *pRet = pFun(event, subCode, status, value, pData);
-  return true;
+  TRACE_VERBOSE("[%s] Out: %s0x%x.", kLayer.tag, kLayer.result, *pRet);
+  return pFun != nullptr;
 }
 
 }  // namespace
@@ -36,10 +40,9 @@ void YraSetYraNotifyFun(YRAFT_NOTIFY_FUN pFun) {
 
 unsigned int YraCallbackYraNotify(unsigned int event, unsigned int subCode, unsigned int status,
                                   unsigned int value, void* pData) {
-  TRACE_IN();
   unsigned int ret = YRAFT_STATUS_SUCCESS;
   Deliver(event, subCode, status, value, pData, &ret);
-  return TRACE_RET(ret);
+  return ret;
 }
 
 void YraNotifyChoice(unsigned int event, unsigned int status, YRAFT_TLV_BLOCKS* pBlock,
