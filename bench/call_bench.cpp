@@ -8,7 +8,7 @@
 #include "harness.h"
 #include "kvolog.h"
 #include "log_sink.h"
-#include "spdlog_peer.h"
+#include "peers.h"
 
 namespace {
 
@@ -32,6 +32,8 @@ double FilteredCall() {
 }
 
 double Spdlog() { return SuppressedSpdlog(kCalls); }
+
+double Glog() { return SuppressedGlog(kCalls); }
 
 // ---- A written line ----------------------------------------------------------------------------
 
@@ -72,8 +74,9 @@ const bench::Registration registration([] {
                    {{"an empty exported variadic call", EmptyCall},
                     {"__KvoTrace, not connected", SuppressedCall},
                     {"… filtered by a level two steps up", FilteredCall},
-                    {"spdlog, level off", Spdlog}},
-                   {1.15, 1.4, 0}});
+                    {"spdlog, level off", Spdlog},
+                    {"glog, VLOG off", Glog}},
+                   {1.15, 1.4, 0, 0}});
   bench::Register({"written line",
                    "line",
                    kLines,

@@ -3,7 +3,7 @@
 // The trace vocabulary comes first.
 #include "harness.h"
 #include "log_sink.h"
-#include "spdlog_peer.h"
+#include "peers.h"
 
 namespace {
 
@@ -31,6 +31,8 @@ double FilteredTrace() {
 
 double Spdlog() { return SuppressedSpdlog(kCalls); }
 
+double Glog() { return SuppressedGlog(kCalls); }
+
 const bench::Registration registration([] {
   bench::Register({"suppressed trace",
                    "call",
@@ -38,8 +40,9 @@ const bench::Registration registration([] {
                    {{"an inlined atomic check", AtomicCheck},
                     {"a trace inside the library, not connected", SuppressedTrace},
                     {"… filtered by a level two steps up", FilteredTrace},
-                    {"spdlog, level off", Spdlog}},
-                   {1.2, 4.5, 0}});
+                    {"spdlog, level off", Spdlog},
+                    {"glog, VLOG off", Glog}},
+                   {1.2, 4.5, 0, 0}});
 });
 
 }  // namespace

@@ -1,6 +1,7 @@
-// The logger that a suppressed line is compared with.
+// The loggers that a suppressed line is compared with.
 #pragma once
 
+#include <glog/logging.h>
 #include <spdlog/sinks/null_sink.h>
 #include <spdlog/spdlog.h>
 
@@ -16,4 +17,8 @@ inline double SuppressedSpdlog(int calls) {
     return made;
   }();
   return bench::Repeat(calls, [](int i) { logger->debug("data={:#x}.", i); });
+}
+
+inline double SuppressedGlog(int calls) {
+  return bench::Repeat(calls, [](int i) { VLOG(1) << "data=0x" << std::hex << i << '.'; });
 }
