@@ -13,6 +13,7 @@ namespace bench {
 struct Subject {
   std::string name;
   std::function<double()> run;
+  int n = 0;  // where it stands on the axis of a plot, if it does
 };
 
 // The first subject is the floor; a target is how many times the floor a subject may take.
@@ -52,8 +53,16 @@ inline void Keep(const T& value) {
 }
 
 void Register(Group group);
-// Says a figure that is no ratio of times.
-void RegisterFigure(std::string name, std::function<std::string()> measure);
+
+// What was measured of one thing, in the unit of its group; the first row is the floor.
+struct Row {
+  std::string name;
+  double value;
+  double target = 0;  // times the floor; 0: none
+  int n = 0;
+};
+// A group that is no CPU time: it measures all its rows itself.
+void RegisterFigure(std::string name, std::string unit, std::function<std::vector<Row>()> measure);
 
 // Runs once at the start of the program.
 struct Registration {

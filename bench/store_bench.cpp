@@ -109,17 +109,14 @@ double Allocated() {
 }
 
 // What a million elements in a queue have of the heap, without the elements themselves.
-std::string MemoryOfAnElement() {
+std::vector<bench::Row> MemoryOfAnElement() {
   double before = Allocated();
   Filled(kElements);
   const double store = (Allocated() - before) / kElements;
   before = Allocated();
   const std::deque<unsigned char*> deque(kElements);
   const double pointers = (Allocated() - before) / kElements;
-  char text[64];
-  snprintf(text, sizeof(text), "%.1f bytes an element; in a std::deque of pointers %.1f", store,
-           pointers);
-  return text;
+  return {{"std::deque of pointers", pointers}, {"the store", store}};
 }
 
 void RegisterPushAndPop(const std::string& name, int inFlight) {
@@ -155,12 +152,12 @@ void RegisterLinearity() {
   bench::Group group{"snapshot, linear in n", "buffer", kBuffers, {}, {}};
   for (const int n : {250, 500, 1000, 2000, 4000}) {
     group.subjects.push_back({std::to_string(n) + " buffers",
-                              [n, store = Filled(n)] { return Snapshot(store, kBuffers / n); }});
+                              [n, store = Filled(n)] { return Snapshot(store, kBuffers / n); }, n});
     if (group.subjects.size() > 1) group.targets.push_back(2.5);
   }
   for (const int n : {250, 500, 1000, 2000, 4000}) {
     group.subjects.push_back(
-        {"memcpy of the bytes of " + std::to_string(n), [n] { return Copy(n, kBuffers / n); }});
+        {"memcpy of the bytes of " + std::to_string(n), [n] { return Copy(n, kBuffers / n); }, n});
     group.targets.push_back(0);
   }
   bench::Register(group);
@@ -173,7 +170,7 @@ const bench::Registration registration([] {
   RegisterSnapshot(1000, 8, 13);
   RegisterSnapshot(4000, 4.5, 7.5);
   RegisterLinearity();
-  bench::RegisterFigure("memory of a million elements", MemoryOfAnElement);
+  bench::RegisterFigure("memory of a million elements", "bytes per element", MemoryOfAnElement);
 });
 
 }  // namespace

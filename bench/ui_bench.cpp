@@ -134,7 +134,7 @@ double ToBothThreads(Burst burst) {
   return ProcessNanoseconds() - start;
 }
 
-std::string TimeToCatchUp() {
+std::vector<bench::Row> TimeToCatchUp() {
   std::vector<double> times;
   for (int i = 0; i < 41; ++i) {
     UI::Get().Progress(YRAFT_PROGRESS_CREATE, 0, kBurst);
@@ -142,10 +142,9 @@ std::string TimeToCatchUp() {
     SendRefreshes();
     times.push_back(UI::CatchUp());
   }
-  char text[100];
-  snprintf(text, sizeof(text), "%.2f ms in the middle of 41, %.2f ms at most (target 10 ms)",
-           Median(times), *std::max_element(times.begin(), times.end()));
-  return text;
+  return {{"the time allowed, 10 ms", 10},
+          {"the middle of 41", Median(times), 1},
+          {"the longest of 41", *std::max_element(times.begin(), times.end())}};
 }
 
 // ---- What a user sees of it --------------------------------------------------------------------
@@ -195,7 +194,7 @@ class Camera {
   }
 
  private:
-  std::size_t At(int x, int y) const { return static_cast<std::size_t>(y * m_width + x); }
+  int At(int x, int y) const { return y * m_width + x; }
 
   std::vector<unsigned long> Look(int y, int height) {
     std::vector<unsigned long> pixels;
@@ -241,13 +240,14 @@ class Camera {
 struct Seen {
   int states;
   double milliseconds;
-  double Rate() const { return 1000 * states / milliseconds; }
+  double Pace() const { return milliseconds / states; }
 };
 
-// Feeds 1 to 99 percent, one in four milliseconds, to a window that stands at 0 and has the title.
+constexpr std::chrono::milliseconds kPace(4);
+
+// Feeds 1 to 99 percent, one each time, to a window that stands at 0 and has the title.
 template <class Feed>
 Seen Film(const char* title, Feed feed) {
-  constexpr auto kPace = std::chrono::milliseconds(4);
   const auto settle = [] { std::this_thread::sleep_for(std::chrono::milliseconds(500)); };
   User user;
   const Window window = user.Face(title);
@@ -301,18 +301,16 @@ Seen FilmZenity() {
   return seen;
 }
 
-std::string UpdateRate() {
+std::vector<bench::Row> TimeBetweenUpdates() {
   std::vector<double> ours;
   std::vector<double> theirs;
   for (int i = 0; i < 3; ++i) {
-    ours.push_back(FilmOurs().Rate());
-    theirs.push_back(FilmZenity().Rate());
+    ours.push_back(FilmOurs().Pace());
+    theirs.push_back(FilmZenity().Pace());
   }
-  char text[120];
-  snprintf(text, sizeof(text),
-           "%.0f a second, zenity's %.0f: %.1f times as many (target 2 times; 250 were sent)",
-           Median(ours), Median(theirs), Median(ours) / Median(theirs));
-  return text;
+  return {{"zenity's progress window", Median(theirs)},
+          {"the progress window", Median(ours), 0.5},
+          {"the updates as they are sent", kPace.count()}};
 }
 
 // ---- Memory ------------------------------------------------------------------------------------
@@ -401,42 +399,36 @@ double KilobytesOfChild(const char* kind) {
   return n > 0 ? strtod(number, nullptr) : 0;
 }
 
-std::string MemoryOfHiddenDialogs() {
+std::vector<bench::Row> MemoryOfHiddenDialogs() {
   Desktop::Get();
   const auto median = [](const char* kind) {
-    std::vector<double> kilobytes;
-    for (int i = 0; i < 5; ++i) kilobytes.push_back(KilobytesOfChild(kind));
+    std::vector<double> kilobytes(5);
+    for (double& one : kilobytes) one = KilobytesOfChild(kind);
     return Median(kilobytes);
   };
-  const double init = median("init");
-  const double bare = median("bare");
-  const double ours = median("ours");
-  char text[200];
-  snprintf(text, sizeof(text),
-           "%.0f KiB beside bare GTK's %.0f KiB: %.3f times as much; above GTK's start "
-           "(%.0f KiB) %.3f times as much (target 1.05)",
-           ours, bare, ours / bare, init, (ours - init) / (bare - init));
-  return text;
+  return {{"bare GTK's own", median("bare")},
+          {"the library's", median("ours"), 1.05},
+          {"GTK started, without dialogs", median("init")}};
 }
 
 const bench::Registration registration([] {
   if (const char* kind = getenv(kChild)) RunChild(kind);
-  bench::Register({"ui: a burst of 20,000 refresh events, to the thread that sends them",
+  bench::Register({"UI: a burst of 20,000 refresh events, to the thread that sends them",
                    "event",
                    kBurst,
                    {{"g_idle_add of an empty function", [] { return ToTheSender(AddEmptyIdles); }},
                     {"YraSendSelfSignal of a refresh", [] { return ToTheSender(SendRefreshes); }}},
                    {2.2}});
   bench::Register(
-      {"ui: a burst of 20,000 refresh events, to both threads, drawing included",
+      {"UI: a burst of 20,000 refresh events, to both threads, drawing included",
        "event",
        kBurst,
        {{"g_idle_add of an empty function", [] { return ToBothThreads(AddEmptyIdles); }},
         {"YraSendSelfSignal of a refresh", [] { return ToBothThreads(SendRefreshes); }}},
        {2.2}});
-  bench::RegisterFigure("ui: the UI thread's way from the last event to rest", TimeToCatchUp);
-  bench::RegisterFigure("ui: updates shown", UpdateRate);
-  bench::RegisterFigure("ui: memory of four hidden dialogs", MemoryOfHiddenDialogs);
+  bench::RegisterFigure("UI: the UI thread's way from the last event to rest", "ms", TimeToCatchUp);
+  bench::RegisterFigure("UI: updates shown", "ms between two", TimeBetweenUpdates);
+  bench::RegisterFigure("UI: memory of four hidden dialogs", "KiB", MemoryOfHiddenDialogs);
 });
 
 }  // namespace
