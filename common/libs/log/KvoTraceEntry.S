@@ -5,19 +5,16 @@
 // when the line is wanted. It answers the same question as kvolog::Admits, from the same data.
 //
 //   edi class   esi level   rdx, rcx, r8, r9 and the stack: the rest   al: vector registers in use
-//   r10 the mapping   r11 the class whose level is asked for, then that level
+//   r10 the mapping   r11 the class whose level is asked for
+//
+// An id that is none takes its low byte's way, on which everything can be read, and is found out
+// before its line would be written. Another process may change a level between two looks at it; the
+// last look decides.
 #include <cet.h>
 
 #define CLASSES 201
-#define LEVEL_OF(id) 4(%r10, id, 4)
-#define ABOVE(step) 4096 + step - 1(%r10, %rdi, 4)
-
-// Goes on to the line's text if its level is not below the class's, which stands in r11d.
-.macro DECIDE
-  cmp %esi, %r11d
-  jbe KvoTraceAdmitted
-  ret
-.endm
+#define LEVEL 4(%r10, %r11, 4)
+#define ABOVE 4096(%r10, %r11)
 
   .text
   .globl __KvoTrace
@@ -31,28 +28,27 @@ __KvoTrace:
   jne .Lask
   ret
 .Lask:
-  cmp $CLASSES, %edi
-  jae .Lsuppressed
-  mov %edi, %edi
-  mov LEVEL_OF(%rdi), %r11d
-  test %r11d, %r11d
+  movzbl %dil, %r11d
+  cmpl $0, LEVEL
   jne .Ldecide
-  movzbl ABOVE(1), %r11d
-  mov LEVEL_OF(%r11), %r11d
-  test %r11d, %r11d
+  movzbl ABOVE, %r11d
+  cmpl $0, LEVEL
   jne .Ldecide
-  movzbl ABOVE(2), %r11d
-  mov LEVEL_OF(%r11), %r11d
-  test %r11d, %r11d
-  je .Ldeepest
-  DECIDE
-.Ldeepest:
-  movzbl ABOVE(3), %r11d
-  mov LEVEL_OF(%r11), %r11d
-  test %r11d, %r11d
-  je .Lsuppressed
+  movzbl ABOVE, %r11d
+  cmp %esi, LEVEL // most lines end here, below the level of their part of the tree
+  jbe .Lperhaps
+  ret
+.Lperhaps:
+  cmpl $0, LEVEL
+  jne .Ldecide
+  movzbl ABOVE, %r11d
 .Ldecide:
-  DECIDE
+  mov LEVEL, %r11d
+  dec %r11d // no level at all is above all levels
+  cmp %esi, %r11d
+  jae .Lsuppressed
+  cmp $CLASSES, %edi
+  jb KvoTraceAdmitted
 .Lsuppressed:
   ret
   .cfi_endproc

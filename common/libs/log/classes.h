@@ -99,20 +99,14 @@ struct Classes {
 
 inline constexpr Classes kClasses;
 
-// The classes one, two and three steps above a class; the root stands above itself.
-struct Above {
-  std::uint8_t ids[kMaxSteps + 1];  // the last one is not used
-};
-using AboveTable = std::array<Above, KVO_LOG_CLASSES>;
+// The class above each class; the root stands above itself. Any byte is an index.
+using AboveTable = std::array<std::uint8_t, 256>;
 
 constexpr AboveTable MakeAbove() {
   AboveTable above{};
   for (std::size_t id = 0; id < KVO_LOG_CLASSES; ++id) {
-    std::int32_t at = static_cast<std::int32_t>(id);
-    for (int step = 0; step < kMaxSteps; ++step) {
-      if (at != KVO_CLASS_ALL) at = kClasses.rows[static_cast<std::size_t>(at)].parent;
-      above[id].ids[step] = static_cast<std::uint8_t>(at);
-    }
+    const std::int32_t parent = kClasses.rows[id].parent;
+    above[id] = static_cast<std::uint8_t>(id == KVO_CLASS_ALL ? KVO_CLASS_ALL : parent);
   }
   return above;
 }

@@ -30,9 +30,8 @@ constexpr KvoLogConfig kDefaults = MakeDefaults();
 constexpr AboveTable kAbove = MakeAbove();
 
 // What KvoTraceEntry.S goes by.
-static_assert(sizeof(Above) == 4 &&
-              offsetof(Mapping, config) + offsetof(KvoLogConfig, levels) == 4);
-static_assert(offsetof(Mapping, above) == 4096);
+static_assert(offsetof(Mapping, config) + offsetof(KvoLogConfig, levels) == 4);
+static_assert(offsetof(Mapping, above) == 4096 && kMaxSteps == 3);
 
 KvoLogConfig* g_config = nullptr;
 bool g_writable = false;
