@@ -2,7 +2,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <vector>
 
 #include "yraft.h"
 
@@ -16,10 +16,9 @@ void Require(bool holds) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   // In memory of its own, so that a read beyond the block is found.
-  const auto block = std::make_unique<uint8_t[]>(size);
-  if (size > 0) std::memcpy(block.get(), data, size);
+  std::vector<uint8_t> block(data, data + size);
   YRAFT_TLV_WALK walk;
-  if (Yraft_TlvBlocksWalk(&walk, block.get(), size) != YRAFT_STATUS_SUCCESS) return 0;
+  if (Yraft_TlvBlocksWalk(&walk, block.data(), size) != YRAFT_STATUS_SUCCESS) return 0;
   const unsigned int announced = walk.left;
   unsigned int items = 0;
   size_t bytes = 0;
@@ -27,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ++items;
     bytes += item->cbSize;
     const auto* at = reinterpret_cast<const uint8_t*>(item);
-    Require(at >= block.get() && at + item->cbSize <= block.get() + size);
+    Require(at >= block.data() && at + item->cbSize <= block.data() + size);
     if (const YRAFT_FILEINFO_ITEM* record = Yraft_TlvItemFileInfo(item)) {
       Require(std::strlen(YRAFT_FILEINFO_NAME(record)) == record->nameLen);
     }
@@ -35,7 +34,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Require(items + walk.left == announced);
   if (walk.left != 0) return 0;
   // A whole block that starts where blocks of our own do is one to the builders, too.
-  auto* own = reinterpret_cast<YRAFT_TLV_BLOCKS*>(block.get());
+  auto* own = reinterpret_cast<YRAFT_TLV_BLOCKS*>(block.data());
   unsigned short used = 0;
   if (own->ListBlocks != sizeof(*own) || bytes > YRAFT_BLOCK_MAX - sizeof(*own)) return 0;
   Require(Yraft_TlvBlocksGetSize(own, &used) == YRAFT_STATUS_SUCCESS);
