@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What comes with kvolog: its page, its completion and its unit. kvolog_files_test.sh TOOL
+# What comes with kvolog: its completion and its unit. kvolog_files_test.sh TOOL
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 PATH=$(dirname "$1"):$PATH
@@ -9,10 +9,6 @@ fail() {
   printf '%s\n' "$*"
   failed=1
 }
-
-complaints=$(mandoc -Tlint "$root/docs/man/kvolog.1" 2>/dev/null &&
-  groff -ww -mandoc -Tutf8 "$root/docs/man/kvolog.1" 2>&1 >/dev/null) || true
-[ -z "$complaints" ] || fail "$complaints"
 
 # Completes the last of the words and compares.
 completes() {
@@ -37,12 +33,10 @@ completes 'LOCALISE' kvolog tail -f --class loc
 completes 'WARNING' kvolog tail --level w
 completes '-FUNCTION -THREAD --json --help' kvolog flags -
 completes '--json --help' kvolog levels -
-# The commands that are completed are those that there are.
-completes "$(kvolog --help | sed -n 's/^  \([a-z]*\) .*/\1/p' | tr '\n' ' ')names --help" kvolog ''
 
 if command -v systemd-analyze >/dev/null; then
   unit=$(mktemp -d)/kvologd.service
-  sed "s#/usr/bin/kvolog#$1#" "$root/packaging/kvologd.service" >"$unit"
+  sed "s#@.*@/kvolog#$1#" "$root/packaging/kvologd.service.in" >"$unit"
   systemd-analyze verify --man=no "$unit" 2>&1 || fail "the unit is refused"
 fi
 exit $failed
