@@ -37,11 +37,12 @@ for dir in usr etc opt var; do
   mkdir -p {root,work}/$dir
   mount -t overlay -o lowerdir=/$dir,upperdir=$scratch/root/$dir,workdir=$scratch/work/$dir overlay /$dir
 done
-rm -rf /var/qmz /opt/Brelka
 if [ -n "$as_root" ]; then
+  rm -rf /var/qmz /opt/Brelka
   dpkg --install "$packages"/*.deb >dpkg.log 2>&1 || { cat dpkg.log; fail "dpkg --install"; }
 else
   for package in "$packages"/*.deb; do dpkg-deb -x "$package" unpacked; done
+  [ ! -d /var/qmz ] || mount -t tmpfs tmpfs /var/qmz # an installed library's is another's to remove
   for dir in usr opt; do mount -t overlay -o lowerdir=unpacked/$dir:/$dir overlay /$dir; done
   sh "$source/packaging/debian/runtime/postinst" configure
 fi
