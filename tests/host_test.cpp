@@ -1,31 +1,38 @@
 // yraft-host as a person uses it: real windows, real keys, real files.
 #include <gtest/gtest.h>
+#include <linux/capability.h>
 #include <signal.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 #include <random>
 #include <set>
 #include <sstream>
-#include <thread>
 
-#include "host_program.h"
+#include "support/await.h"
 #include "support/desktop.h"
+#include "support/program.h"
 
 namespace fs = std::filesystem;
-using std::chrono::milliseconds;
 
 namespace {
 
 constexpr char kOpen[] = "Select Files to Download";
 constexpr char kUploadFolder[] = "Select Upload Folder";
 constexpr char kProgress[] = "File transfer: ";
+
+// How the program is started.
+struct Situation {
+  fs::path folder{};  // working directory; empty for the test's own
+  bool display = true;
+  bool ordinaryUser = false;  // file modes bind it, although the test may be root
+  int columns = 0;            // of a terminal
+  fs::path home{};            // where the choosers open; empty for the test's
+};
 
 class HostTest : public testing::Test {
  protected:
@@ -42,10 +49,26 @@ class HostTest : public testing::Test {
 
   fs::path Home() const { return m_root / "home"; }
   fs::path Files() const { return m_root / "files"; }
-  ProgramSetup AtHome() const {
-    ProgramSetup setup;
-    setup.home = Home();
-    return setup;
+  Program Start(std::vector<std::string> arguments, const Situation& in = {}) const {
+    arguments.insert(arguments.begin(), YRAFT_HOST);
+    const auto inChild = [&] {
+      setenv("HOME", (in.home.empty() ? Home() : in.home).c_str(), 1);
+      setenv("TERM", "xterm", 1);
+      if (!in.display) unsetenv("DISPLAY");
+      if (in.ordinaryUser) {
+        for (const int right : {CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH}) {
+          prctl(PR_CAPBSET_DROP, right);
+        }
+      }
+      if (!in.folder.empty()) fs::current_path(in.folder);
+    };
+    return Program(std::move(arguments), inChild, in.columns);
+  }
+  static void ExpectEnd(Program& program, int status, const std::string& output,
+                        const std::string& errors) {
+    EXPECT_EQ(program.Wait(), status);
+    EXPECT_EQ(program.Output(), output);
+    EXPECT_EQ(program.Errors(), errors.empty() ? "" : "yraft-host: " + errors + "\n");
   }
   std::vector<std::string> Download() const { return {"download", "--to", Files()}; }
   std::vector<std::string> SlowDownload(const char* rate) const {
@@ -69,14 +92,6 @@ std::string Bytes(std::size_t size) {
 
 void Write(const fs::path& path, const std::string& bytes) {
   std::ofstream(path, std::ios::binary) << bytes;
-}
-
-testing::AssertionResult Holds(const fs::path& path, const std::string& bytes) {
-  std::ifstream file(path, std::ios::binary);
-  std::ostringstream found;
-  found << file.rdbuf();
-  if (file && found.str() == bytes) return testing::AssertionSuccess();
-  return testing::AssertionFailure() << path << (file ? " differs" : " cannot be read");
 }
 
 std::set<std::string> Names(const fs::path& folder) {
@@ -109,15 +124,6 @@ Window Shown(User& user, const std::string& titlePart) {
   return None;
 }
 
-template <class Condition>
-bool WaitUntil(Condition condition) {
-  for (int i = 0; i < 3000; ++i) {
-    if (condition()) return true;
-    std::this_thread::sleep_for(milliseconds(10));
-  }
-  return false;
-}
-
 // Presses keys until the chooser is gone. Before its list is there they choose nothing, and
 // whatever comes up behind it takes no notice of them.
 bool Accept(User& user, const std::string& title, const std::string& keys) {
@@ -125,7 +131,7 @@ bool Accept(User& user, const std::string& title, const std::string& keys) {
   int i = 0;
   return WaitUntil([&] {
     if (Shown(user, title) == None) return true;
-    if (i++ % 30 == 0) Press(keys);
+    if (i++ % 100 == 0) Press(keys);
     return false;
   });
 }
@@ -144,18 +150,18 @@ TEST_F(HostTest, ADownloadBringsEveryFileAndReplacesNone) {
   for (const std::string& name : names) Write(Home() / name, Bytes(name == "empty" ? 0 : 300000));
   Write(Files() / "a b.txt", "old");
   Write(Files() / names[5], "old");
-  Program program(AtHome(), Download());
+  Program program = Start(Download());
   ASSERT_TRUE(AcceptAllFiles(m_user, kOpen));
   EXPECT_EQ(program.Wait(), 0) << program.Errors();
 
-  EXPECT_TRUE(Holds(Files() / "a b.txt", "old"));
-  EXPECT_TRUE(Holds(Files() / names[5], "old"));
-  EXPECT_TRUE(Holds(Files() / "a b (2).txt", Bytes(300000)));
-  EXPECT_TRUE(Holds(Files() / (std::string(247, 'x') + " (2).txt"), Bytes(300000)));
+  EXPECT_TRUE(Contents(Files() / "a b.txt") == "old");
+  EXPECT_TRUE(Contents(Files() / names[5]) == "old");
+  EXPECT_TRUE(Contents(Files() / "a b (2).txt") == Bytes(300000));
+  EXPECT_TRUE(Contents(Files() / (std::string(247, 'x') + " (2).txt")) == Bytes(300000));
   for (const std::string& name : {names[1], names[2], names[3]}) {
-    EXPECT_TRUE(Holds(Files() / name, Bytes(300000))) << name;
+    EXPECT_TRUE(Contents(Files() / name) == Bytes(300000)) << name;
   }
-  EXPECT_TRUE(Holds(Files() / "empty", ""));
+  EXPECT_TRUE(Contents(Files() / "empty") == "");
   EXPECT_EQ(Names(Files()).size(), 8U);
   const Lines lines = LinesOf(program.Output());
   EXPECT_EQ(lines.size(), 6U);
@@ -168,25 +174,24 @@ TEST_F(HostTest, AnUploadBringsWhatCanBeReadAndSaysWhatCannot) {
   Write(Files() / "note.txt", "new");
   Write(Files() / "other.bin", Bytes(1000));
   Write(Home() / "note.txt", "old");
-  ProgramSetup setup = AtHome();
-  setup.folder = Files();
   {
-    Program program(setup, {"upload", "note.txt", "../files/note.txt", "other.bin"});
+    Program program =
+        Start({"upload", "note.txt", "../files/note.txt", "other.bin"}, {.folder = Files()});
     ASSERT_TRUE(AcceptFolder(m_user, kUploadFolder));
     EXPECT_EQ(program.Wait(), 0) << program.Errors();
   }
-  EXPECT_TRUE(Holds(Home() / "note.txt", "old"));
-  EXPECT_TRUE(Holds(Home() / "note (2).txt", "new"));
-  EXPECT_TRUE(Holds(Home() / "note (3).txt", "new"));
-  EXPECT_TRUE(Holds(Home() / "other.bin", Bytes(1000)));
+  EXPECT_TRUE(Contents(Home() / "note.txt") == "old");
+  EXPECT_TRUE(Contents(Home() / "note (2).txt") == "new");
+  EXPECT_TRUE(Contents(Home() / "note (3).txt") == "new");
+  EXPECT_TRUE(Contents(Home() / "other.bin") == Bytes(1000));
 
   Write(Files() / "secret", "secret");
   fs::permissions(Files() / "secret", fs::perms::none);
-  setup.ordinaryUser = true;
-  Program program(setup, {"upload", "nowhere", "secret", ".", "note.txt"});
+  Program program = Start({"upload", "nowhere", "secret", ".", "note.txt"},
+                          {.folder = Files(), .ordinaryUser = true});
   ASSERT_TRUE(AcceptFolder(m_user, kUploadFolder));
   EXPECT_EQ(program.Wait(), 1);
-  EXPECT_TRUE(Holds(Home() / "note (4).txt", "new"));
+  EXPECT_TRUE(Contents(Home() / "note (4).txt") == "new");
   EXPECT_EQ(Names(Home()).size(), 5U);
   EXPECT_TRUE(Contains(program.Errors(), "nowhere: cannot be opened: No such file"))
       << program.Errors();
@@ -210,17 +215,15 @@ class EndedTransfer : public HostTest, public testing::WithParamInterface<Ending
 TEST_P(EndedTransfer, KeepsWholeFilesAndRemovesThePartialOne) {
   Write(Home() / "1", Bytes(1000));
   Write(Home() / "2", Bytes(4000000));
-  Program program(AtHome(), SlowDownload("200000"));
+  Program program = Start(SlowDownload("200000"));
   ASSERT_TRUE(AcceptAllFiles(m_user, kOpen));
   ASSERT_NE(m_user.WaitWindow(kProgress + std::string("1%")), None);
   EXPECT_EQ(Names(Files()).size(), 2U);  // the second by its temporary name
   ASSERT_NE(m_user.Face(kProgress), None);
   if (GetParam().keys != nullptr) Press(GetParam().keys);
   if (GetParam().signal != 0) program.Signal(GetParam().signal);
-  EXPECT_EQ(program.Wait(), 1);
+  ExpectEnd(program, 1, "1: 1000 bytes\n", "cancelled; 1 of 2 files arrived");
   EXPECT_EQ(Names(Files()), std::set<std::string>{"1"});
-  EXPECT_EQ(LinesOf(program.Output()), Lines{"1: 1000 bytes"});
-  EXPECT_EQ(program.Errors(), "yraft-host: cancelled; 1 of 2 files arrived\n");
 }
 
 INSTANTIATE_TEST_SUITE_P(By, EndedTransfer,
@@ -245,21 +248,19 @@ std::vector<std::string> ProgressLines(const std::string& text) {
 TEST_F(HostTest, APauseHoldsAndTheProgressLineFitsTheTerminal) {
   const std::string name = "\u65e5\u672c\u8a9e " + std::string(60, 'x');
   Write(Home() / name, Bytes(1000000));
-  ProgramSetup setup = AtHome();
-  setup.terminalColumns = 50;
-  Program program(setup, SlowDownload("500000"));
+  Program program = Start(SlowDownload("500000"), {.columns = 50});
   ASSERT_TRUE(AcceptAllFiles(m_user, kOpen));
   const Window window = m_user.Face(kProgress);
   Press("space");
   ASSERT_TRUE(WaitUntil([&] { return Contains(program.Output(), "KiB  paused"); }));
   const std::string title = m_user.Title(window);
-  std::this_thread::sleep_for(milliseconds(500));
+  std::this_thread::sleep_for(std::chrono::milliseconds(500));
   EXPECT_EQ(m_user.Title(window), title);
   EXPECT_TRUE(program.Running());
   Press("space");
   EXPECT_EQ(program.Wait(), 0);
 
-  EXPECT_TRUE(Holds(Files() / name, Bytes(1000000)));
+  EXPECT_TRUE(Contents(Files() / name) == Bytes(1000000));
   const auto lines = ProgressLines(program.Output());
   EXPECT_GE(lines.size(), 5U);
   for (const std::string& line : lines) {
@@ -273,18 +274,13 @@ TEST_F(HostTest, APauseHoldsAndTheProgressLineFitsTheTerminal) {
 
 TEST_F(HostTest, AFolderThatTakesNothingIsRefused) {
   Write(Home() / "1", "1");
-  ProgramSetup setup = AtHome();
-  setup.ordinaryUser = true;
   fs::permissions(Files(), fs::perms::owner_read | fs::perms::owner_exec);
-  Program download(setup, Download());
-  EXPECT_EQ(download.Wait(), 2);
-  EXPECT_EQ(download.Errors(), "yraft-host: " + Files().string() + ": Permission denied\n");
-
-  setup.home = Files();
-  Program upload(setup, {"upload", Home() / "1"});
+  const std::string error = Files().string() + ": Permission denied";
+  Program download = Start(Download(), {.ordinaryUser = true});
+  ExpectEnd(download, 2, "", error);
+  Program upload = Start({"upload", Home() / "1"}, {.ordinaryUser = true, .home = Files()});
   ASSERT_TRUE(AcceptFolder(m_user, kUploadFolder));
-  EXPECT_EQ(upload.Wait(), 1);
-  EXPECT_EQ(upload.Errors(), "yraft-host: " + Files().string() + ": Permission denied\n");
+  ExpectEnd(upload, 1, "", error);
   fs::permissions(Files(), fs::perms::owner_all);
 }
 
@@ -292,11 +288,11 @@ TEST_F(HostTest, AFullDiskTakesNoPartOfAFile) {
   ASSERT_EQ(mount("tmpfs", Files().c_str(), "tmpfs", 0, "size=1m"), 0);
   Write(Home() / "1", Bytes(2000000));
   Write(Home() / "2", Bytes(500000));
-  Program program(AtHome(), Download());
+  Program program = Start(Download());
   EXPECT_TRUE(AcceptAllFiles(m_user, kOpen));
   EXPECT_EQ(program.Wait(), 1);
   EXPECT_EQ(Names(Files()), std::set<std::string>{"2"});
-  EXPECT_TRUE(Holds(Files() / "2", Bytes(500000)));
+  EXPECT_TRUE(Contents(Files() / "2") == Bytes(500000));
   EXPECT_TRUE(Contains(program.Errors(), "/1: cannot be written: No space left on device"));
   EXPECT_TRUE(Contains(program.Errors(), "1 of 2 files arrived"));
   umount(Files().c_str());
@@ -304,11 +300,15 @@ TEST_F(HostTest, AFullDiskTakesNoPartOfAFile) {
 
 // ---- One-call dialogs --------------------------------------------------------------------------
 
-TEST_F(HostTest, ChosenFilesArePrintedForPeopleAndForScripts) {
+TEST_F(HostTest, WhatWasChosenIsPrintedForPeopleAndForScripts) {
+  Program directory = Start({"pick-directory"});
+  ASSERT_TRUE(AcceptFolder(m_user, "Upload To"));
+  ExpectEnd(directory, 0, Home().string() + "\n", "");
+
   for (const char* name : {"a b", "line\nfeed", "b\xff"}) Write(Home() / name, "123");
   const std::string home = Home();
   const auto output = [&](const char* format) {
-    Program program(AtHome(), {"pick-files", "--max-files", "3", "--max-bytes", "9", format});
+    Program program = Start({"pick-files", "--max-files", "3", "--max-bytes", "9", format});
     EXPECT_TRUE(AcceptAllFiles(m_user, "Open:"));
     EXPECT_EQ(program.Wait(), 0) << program.Errors();
     return program.Output();
@@ -330,22 +330,13 @@ TEST_F(HostTest, ChosenFilesArePrintedForPeopleAndForScripts) {
 TEST_F(HostTest, AChoiceOverALimitIsRefusedInABox) {
   for (const char* name : {"1", "2"}) Write(Home() / name, "123");
   for (const auto& [option, limit] : {std::pair{"--max-files", "1"}, {"--max-bytes", "5"}}) {
-    Program program(AtHome(), {"pick-files", option, limit});
+    Program program = Start({"pick-files", option, limit});
     ASSERT_TRUE(AcceptAllFiles(m_user, "Open:"));
     ASSERT_NE(m_user.Face("File Transfer Error"), None);
     EXPECT_TRUE(program.Running());
     Press("Return");
-    EXPECT_EQ(program.Wait(), 1);
-    EXPECT_EQ(program.Output(), "");
-    EXPECT_EQ(program.Errors(), "yraft-host: the choice is over a limit\n");
+    ExpectEnd(program, 1, "", "the choice is over a limit");
   }
-}
-
-TEST_F(HostTest, AChosenDirectoryIsPrinted) {
-  Program program(AtHome(), {"pick-directory"});
-  ASSERT_TRUE(AcceptFolder(m_user, "Upload To"));
-  EXPECT_EQ(program.Wait(), 0);
-  EXPECT_EQ(program.Output(), Home().string() + "\n");
 }
 
 TEST_F(HostTest, ADeclinedChooserLeavesNothing) {
@@ -356,29 +347,26 @@ TEST_F(HostTest, ADeclinedChooserLeavesNothing) {
       {Download(), kOpen},
       {{"upload", Files() / "1"}, kUploadFolder}};
   for (const auto& [arguments, title] : kCommands) {
-    Program program(AtHome(), arguments);
+    Program program = Start(arguments);
     ASSERT_NE(m_user.Face(title), None);
     Press("Escape");
-    EXPECT_EQ(program.Wait(), 1) << title;
-    EXPECT_EQ(program.Output(), "");
-    EXPECT_EQ(program.Errors(), "yraft-host: nothing was chosen\n");
+    ExpectEnd(program, 1, "", "nothing was chosen");
   }
 }
 
 TEST_F(HostTest, AMessageStaysUntilItIsClosed) {
   const std::vector<std::string> arguments = {"message", "A title", "5 < 6 & <b>no markup", "\xff"};
   for (const char* key : {"Return", "Escape", "interrupt"}) {
-    Program program(AtHome(), arguments);
+    Program program = Start(arguments);
     ASSERT_NE(m_user.Face("A title"), None);
-    std::this_thread::sleep_for(milliseconds(200));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
     EXPECT_TRUE(program.Running());
     const bool interrupt = key == std::string("interrupt");
     if (interrupt)
       program.Signal(SIGINT);
     else
       Press(key);
-    EXPECT_EQ(program.Wait(), interrupt ? 1 : 0);
-    EXPECT_EQ(program.Errors(), interrupt ? "yraft-host: interrupted\n" : "");
+    ExpectEnd(program, interrupt ? 1 : 0, "", interrupt ? "interrupted" : "");
   }
 }
 
@@ -391,13 +379,9 @@ TEST_F(HostTest, WithoutADisplayEveryCommandSaysSo) {
                                                 {"pick-files"},
                                                 {"pick-directory"},
                                                 {"message", "a", "b"}};
-  ProgramSetup setup = AtHome();
-  setup.display = false;
   for (const auto& arguments : kCommands) {
-    Program program(setup, arguments);
-    EXPECT_EQ(program.Wait(), 2) << arguments[0];
-    EXPECT_EQ(program.Errors(),
-              "yraft-host: no display: the dialogs cannot be shown (is DISPLAY set?)\n");
+    Program program = Start(arguments, {.display = false});
+    ExpectEnd(program, 2, "", "no display: the dialogs cannot be shown (is DISPLAY set?)");
   }
 }
 
@@ -420,11 +404,11 @@ TEST_F(HostTest, WrongUsageIsNamed) {
       {{"message", "title", std::string(65524, 'x')}, "longer than"},
   };
   for (const auto& [arguments, what] : kLines) {
-    Program program(AtHome(), arguments);
+    Program program = Start(arguments);
     EXPECT_EQ(program.Wait(), 2) << what;
     EXPECT_TRUE(Contains(program.Errors(), what)) << program.Errors();
   }
-  Program nothingToUpload(AtHome(), {"upload", "/nowhere"});
+  Program nothingToUpload = Start({"upload", "/nowhere"});
   EXPECT_EQ(nothingToUpload.Wait(), 1);
 }
 

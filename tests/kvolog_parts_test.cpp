@@ -1,39 +1,25 @@
 // The parts of the log service that need no service: streams of records, lines, rolling files.
 #include <gtest/gtest.h>
 #include <sys/mount.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 
 #include "LogFollower.h"
 #include "LogLine.h"
 #include "RecordReader.h"
 #include "RollingFile.h"
+#include "support/await.h"
+#include "support/log_service.h"
 
 namespace {
 
-template <typename T>
-std::string Bytes(T value) {
-  return {reinterpret_cast<const char*>(&value), sizeof value};
-}
+std::string Hello(const std::string& identity) { return HelloRecord(identity, 65535); }
 
-std::string Record(unsigned int length, unsigned int type, const std::string& body) {
-  return Bytes(static_cast<std::uint16_t>(length)) + Bytes(static_cast<std::uint16_t>(type)) + body;
-}
-
-std::string Hello(const std::string& identity) {
-  const std::string body = Bytes<std::uint16_t>(65535) + identity + '\0';
-  return Record(static_cast<unsigned int>(body.size()), KVO_LOG_RECORD_HELLO, body);
-}
-
-std::string Line(const std::string& text, unsigned int level = 3, unsigned int classId = 187,
-                 std::int64_t seconds = 1, std::uint32_t microseconds = 2) {
-  const std::string body = Bytes(static_cast<std::uint16_t>(level)) +
-                           Bytes(static_cast<std::uint16_t>(classId)) + Bytes<std::uint16_t>(9) +
-                           Bytes(seconds) + Bytes(microseconds) + text + '\0';
-  return Record(static_cast<unsigned int>(body.size()), KVO_LOG_RECORD_TRACE, body);
+std::string Line(std::string_view text, unsigned int level = 3, unsigned int classId = 187,
+                 std::int64_t seconds = 1, unsigned int microseconds = 2) {
+  return LineRecord(text, level, classId, seconds, microseconds);
 }
 
 // All texts of a stream that arrives in pieces of one size, and what is wrong with it.
@@ -59,7 +45,7 @@ TEST(RecordReader, ReadsTheSameInWhateverPieces) {
   }
 }
 
-TEST(RecordReader, TakesWhoeverRegisteredByTheName) {
+TEST(RecordReader, TakesTheFieldsOfALineAsTheyAre) {
   RecordReader reader;
   LogRecord record{};
   const std::string stream = Hello(std::string(31, 'i')) + Line("t", 5, 200, 253370764799, 999999);
@@ -67,11 +53,9 @@ TEST(RecordReader, TakesWhoeverRegisteredByTheName) {
   ASSERT_TRUE(reader.Next(&record)) << reader.error();
   EXPECT_EQ(reader.identity(), std::string(31, 'i'));
   EXPECT_EQ(reader.session(), 65535U);
-  EXPECT_EQ(record.level, 5U);
-  EXPECT_EQ(record.classId, 200U);
-  EXPECT_EQ(record.thread, 9U);
-  EXPECT_EQ(record.seconds, 253370764799);
-  EXPECT_EQ(record.microseconds, 999999U);
+  EXPECT_EQ(
+      std::tie(record.level, record.classId, record.thread, record.seconds, record.microseconds),
+      std::tuple(5U, 200U, getpid() & 0xFFFFU, 253370764799, 999999U));
 }
 
 TEST(RecordReader, SaysWhatIsWrongAndReadsNothingBehindIt) {
@@ -151,11 +135,13 @@ class Files : public testing::Test {
   ~Files() override { std::filesystem::remove_all(m_folder); }
 
   std::string Path(const std::string& name) const { return m_folder + "/" + name; }
-  std::string Contents(const std::string& name) const {
-    if (!std::filesystem::exists(Path(name))) return "none";
-    std::ostringstream text;
-    text << std::ifstream(Path(name)).rdbuf();
-    return text.str();
+  // What is in the log and its old files, up to the first that there is not.
+  std::vector<std::string> All(const std::string& name) const {
+    std::vector<std::string> all;
+    for (unsigned int i = 0; std::filesystem::exists(OldLogFile(Path(name), i)); ++i) {
+      all.push_back(Contents(OldLogFile(Path(name), i)));
+    }
+    return all;
   }
   void Write(RollingFile* file, const std::string& lines) {
     file->buffer() += lines;
@@ -169,32 +155,25 @@ class Files : public testing::Test {
   std::string m_reports;
 };
 
+using Texts = std::vector<std::string>;
+
 TEST_F(Files, RollOverBetweenLinesAndKeepSoManyOldOnes) {
   RollingFile file(Report());
   file.Use(Path("new/deep/log"), 10, 2);
   Write(&file, "1234\n5678\nabcd\nefgh\nijkl\n");
-  EXPECT_EQ(Contents("new/deep/log"), "ijkl\n");
-  EXPECT_EQ(Contents("new/deep/log.1"), "abcd\nefgh\n");
-  EXPECT_EQ(Contents("new/deep/log.2"), "1234\n5678\n");
-  Write(&file, "a line that is longer than a whole file\nx\n");
-  EXPECT_EQ(Contents("new/deep/log"), "x\n");
-  EXPECT_EQ(Contents("new/deep/log.1"), "a line that is longer than a whole file\n");
-  EXPECT_EQ(Contents("new/deep/log.2"), "ijkl\n");
-  EXPECT_EQ(Contents("new/deep/log.3"), "none");
+  EXPECT_EQ(All("new/deep/log"), (Texts{"ijkl\n", "abcd\nefgh\n", "1234\n5678\n"}));
+  const std::string tooLong = "a line that is longer than a whole file\n";
+  Write(&file, tooLong + "x\n");
+  EXPECT_EQ(All("new/deep/log"), (Texts{"x\n", tooLong, "ijkl\n"}));
   file.Use(Path("new/deep/log"), 10, 0);
   Write(&file, "123456789\n");
-  EXPECT_EQ(Contents("new/deep/log"), "123456789\n");
-  EXPECT_EQ(Contents("new/deep/log.1"), "none");
-  EXPECT_EQ(Contents("new/deep/log.2"), "none");
+  EXPECT_EQ(All("new/deep/log"), Texts{"123456789\n"});
+  EXPECT_FALSE(std::filesystem::exists(Path("new/deep/log.2")));
   EXPECT_EQ(m_reports, "");
-}
-
-TEST_F(Files, GoOnBehindATornLine) {
-  std::ofstream(Path("log")) << "whole\ntor";
-  RollingFile file(Report());
+  std::ofstream(Path("log")) << "whole\ntor";  // by somebody who was cut off
   file.Use(Path("log"), 100, 1);
   Write(&file, "next\n");
-  EXPECT_EQ(Contents("log"), "whole\ntor\nnext\n");
+  EXPECT_EQ(All("log"), Texts{"whole\ntor\nnext\n"});
 }
 
 TEST_F(Files, SayOnceThatTheyCannotBeWrittenOrRolledOver) {
@@ -204,20 +183,19 @@ TEST_F(Files, SayOnceThatTheyCannotBeWrittenOrRolledOver) {
   file.Retry();
   EXPECT_EQ(m_reports, "cannot open '/dev/null/log': Not a directory; trying again\n");
   file.Use(Path("log"), 6, 1);
-  EXPECT_EQ(Contents("log"), "waits\n");
+  EXPECT_EQ(All("log"), Texts{"waits\n"});
   EXPECT_NE(m_reports.find("log' is written again\n"), std::string::npos);
   m_reports.clear();
   std::filesystem::create_directories(Path("log.1/in the way"));
   Write(&file, "more\n");
   file.Retry();
   Write(&file, "more\n");
-  EXPECT_EQ(Contents("log"), "waits\nmore\nmore\n");
+  EXPECT_EQ(Contents(Path("log")), "waits\nmore\nmore\n");
   EXPECT_EQ(m_reports, "cannot roll over '" + Path("log") + "': Is a directory; trying again\n");
   std::filesystem::remove_all(Path("log.1"));
   file.Retry();
   Write(&file, "last\n");
-  EXPECT_EQ(Contents("log"), "last\n");
-  EXPECT_EQ(Contents("log.1"), "waits\nmore\nmore\n");
+  EXPECT_EQ(All("log"), (Texts{"last\n", "waits\nmore\nmore\n"}));
 }
 
 TEST_F(Files, KeepWholeLinesOnAFullDiskAndCountWhatIsLost) {
@@ -241,50 +219,47 @@ TEST_F(Files, KeepWholeLinesOnAFullDiskAndCountWhatIsLost) {
   umount(m_folder.c_str());
 }
 
-TEST_F(Files, AreFollowedAcrossManyRollovers) {
+TEST_F(Files, AreFollowedAcrossRolloversAndIntoAnotherFile) {
   RollingFile file(Report());
   file.Use(Path("log"), 10, 5);
   Write(&file, "1234\n5678\nabcd\nef");
   LogFollower follower(Path("log"));
   const auto all = [](std::string_view) { return true; };
-  EXPECT_EQ(follower.Last(2, all), (std::vector<std::string>{"5678", "abcd"}));
+  EXPECT_EQ(follower.Last(2, all), (Texts{"5678", "abcd"}));
   std::string read;
-  const auto sink = [&](std::string_view line) { read.append(line) += ' '; };
+  const auto readOn = [&] {
+    follower.Read([&](std::string_view line) { read.append(line) += ' '; });
+  };
   Write(&file, "gh\nijkl\nmnop\nqrst\nuvwx\n");
-  follower.Read(sink);
+  readOn();
   EXPECT_EQ(read, "efgh ijkl mnop qrst uvwx ");
   std::filesystem::rename(Path("log"), Path("elsewhere"));
   Write(&file, "late\n");
   file.Reopen();
   Write(&file, "new\n");
   read.clear();
-  follower.Read(sink);
+  readOn();
   EXPECT_EQ(read, "late new ");
   follower.GoOnIn(Path("other"));
   Write(&file, "old\n");
-  follower.Read(sink);
+  readOn();
   file.Use(Path("other"), 100, 1);
   Write(&file, "moved\n");
-  follower.Read(sink);
+  readOn();
   EXPECT_EQ(read, "late new old moved ");
-}
-
-TEST_F(Files, AreFollowedWhenAnUnfinishedLineIsTakenBack) {
-  std::ofstream log(Path("log"), std::ios::app);
-  LogFollower follower(Path("log"));
-  std::string read;
-  const auto write = [&](const char* text) {
-    log << text << std::flush;
-    follower.Read([&](std::string_view line) { read.append(line) += ' '; });
-  };
-  write("one\ntwo\nthr");
-  std::filesystem::resize_file(Path("log"), 8);
-  write("");
-  write("three\n");
-  EXPECT_EQ(read, "one two three ");
-  std::filesystem::resize_file(Path("log"), 0);
-  write("emptied\n");
-  EXPECT_EQ(read, "one two three emptied ");
+  // An unfinished line is taken back, then all lines are.
+  read.clear();
+  Write(&file, "thr");
+  readOn();
+  std::filesystem::resize_file(Path("other"), strlen("moved\n"));
+  readOn();
+  Write(&file, "three\n");
+  readOn();
+  EXPECT_EQ(read, "three ");
+  std::filesystem::resize_file(Path("other"), 0);
+  Write(&file, "emptied\n");
+  readOn();
+  EXPECT_EQ(read, "three emptied ");
 }
 
 }  // namespace

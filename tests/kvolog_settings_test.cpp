@@ -1,9 +1,4 @@
 // What kvolog shows and changes, against the library in another process and against the file.
-#include <gtest/gtest.h>
-#include <unistd.h>
-
-#include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
 
 #include "kvolog_run.h"
@@ -12,12 +7,6 @@ namespace {
 
 using Json = nlohmann::json;
 namespace fs = std::filesystem;
-
-KvoLogConfig Stored() {
-  KvoLogConfig config{};
-  std::ifstream(KVO_LOG_CONFIG_PATH).read(reinterpret_cast<char*>(&config), sizeof config);
-  return config;
-}
 
 // Does it and says nothing.
 void Do(const std::vector<std::string>& arguments) {
@@ -33,23 +22,18 @@ Json Shown(std::vector<std::string> arguments) {
   return Json::parse(result.out, nullptr, false);
 }
 
-class Settings : public testing::Test {
- protected:
-  Settings() {
-    fs::remove(KVO_LOG_CONFIG_PATH);
-    Do({"reset"});
-  }
-};
+using Settings = KvologTest;
 
 TEST_F(Settings, GoRoundAndBack) {
-  const KvoLogConfig defaults = Stored();
+  const std::string defaults = Contents(KVO_LOG_CONFIG_PATH);
   Do({"set", "yraft", "Info"});
   Do({"set", "187", "NONE"});
   Do({"set", "YRAFT_WIN", "1"});
   Do({"flags", "+thread", "-0x400", "+0x10000"});
   Do({"output", "/srv/agent.log"});
   Do({"rollover", "2000", "0"});
-  const KvoLogConfig changed = Stored();
+  KvoLogConfig changed{};
+  Contents(KVO_LOG_CONFIG_PATH).copy(reinterpret_cast<char*>(&changed), sizeof changed);
   EXPECT_EQ(changed.levels[KVO_CLASS_YRAFT], 2U);
   EXPECT_EQ(changed.levels[KVO_CLASS_YRAFT_RW], 6U);
   EXPECT_EQ(changed.levels[KVO_CLASS_YRAFT_WIN], 1U);
@@ -60,8 +44,7 @@ TEST_F(Settings, GoRoundAndBack) {
   EXPECT_EQ(Shown({"rollover"}), Json::parse(R"({"size": 2000, "count": 0})"));
   EXPECT_EQ(Kvolog({"output"}).out, "/srv/agent.log\n");
   Do({"reset"});
-  const KvoLogConfig reset = Stored();
-  EXPECT_EQ(std::memcmp(&reset, &defaults, sizeof defaults), 0);
+  EXPECT_EQ(Contents(KVO_LOG_CONFIG_PATH), defaults);
 }
 
 TEST_F(Settings, ShowTheTreeOfLevels) {
@@ -118,15 +101,14 @@ TEST_F(Settings, SayWhyTheyRefuse) {
       {{"tell"}, 2, "no command 'tell'"},
       {{}, 2, "a command is missing"},
   };
-  const KvoLogConfig before = Stored();
+  const std::string before = Contents(KVO_LOG_CONFIG_PATH);
   for (const auto& c : kCases) {
     const Result result = Kvolog(c.arguments);
     EXPECT_EQ(result.status, c.status) << testing::PrintToString(c.arguments);
     EXPECT_NE(result.err.find(c.why), std::string::npos) << result.err;
     EXPECT_EQ(result.out, "");
   }
-  const KvoLogConfig after = Stored();
-  EXPECT_EQ(std::memcmp(&before, &after, sizeof after), 0);
+  EXPECT_EQ(Contents(KVO_LOG_CONFIG_PATH), before);
 }
 
 TEST_F(Settings, AreOnlyShownToOtherGroups) {
@@ -137,12 +119,9 @@ TEST_F(Settings, AreOnlyShownToOtherGroups) {
   };
   if (inOtherGroup({"--help"}).status == 126) GTEST_SKIP() << "no other group here";
   EXPECT_EQ(inOtherGroup({"levels"}).out, Kvolog({"levels"}).out);
-  for (const std::vector<std::string>& change :
-       std::vector<std::vector<std::string>>{{"set", "ALL", "1"},
-                                             {"flags", "+1"},
-                                             {"output", "/x"},
-                                             {"rollover", "1", "1"},
-                                             {"reset"}}) {
+  const std::vector<std::string> kChanges[] = {
+      {"set", "ALL", "1"}, {"flags", "+1"}, {"output", "/x"}, {"rollover", "1", "1"}, {"reset"}};
+  for (const auto& change : kChanges) {
     const Result refused = inOtherGroup(change);
     EXPECT_EQ(refused.status, 1);
     EXPECT_NE(refused.err.find("only a process of group 0 may change"), std::string::npos);

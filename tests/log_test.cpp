@@ -15,7 +15,6 @@
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <random>
 #include <set>
 #include <string>
@@ -23,6 +22,7 @@
 #include <vector>
 
 #include "common/libs/log/trace.h"
+#include "support/await.h"
 #include "support/log_service.h"
 
 namespace {
@@ -34,11 +34,6 @@ void Trace(unsigned int classId, int level, const char* text) {
 }
 
 void Error(const char* text) { Trace(KVO_CLASS_YRAFT_WIN, KVO_LOG_ERROR, text); }
-
-std::string FileBytes(const char* path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 class Log : public testing::Test {
  protected:
@@ -60,13 +55,7 @@ class Connected : public Log {
   Line NextLine() {
     const auto record = service.Next();
     EXPECT_TRUE(record.has_value());
-    return Line(record.value_or(std::string(sizeof(KvoLogRecord), '\0')));
-  }
-  // Reads what `write` wrote; nothing where it wrote nothing.
-  template <class Write>
-  std::string Written(Write write) {
-    write();
-    return service.Waiting();
+    return Line(record.value_or(LineRecord("", 0, 0, 0)));
   }
   LogService service;
 };
@@ -140,7 +129,7 @@ TEST_F(Log, AnswersUnknownForWhatIsUnknownOrNotMapped) {
 TEST_F(Log, InitialisesAFileThatIsNoneAndKeepsOneThatIs) {
   ASSERT_EQ(KvoLogInitConfigOnly(), 1);
   KvoLogShutdown();
-  const std::string defaults = FileBytes(KVO_LOG_CONFIG_PATH);
+  const std::string defaults = Contents(KVO_LOG_CONFIG_PATH);
   ASSERT_EQ(defaults.size(), 1076U);
   KvoLogConfig config;
   memcpy(&config, defaults.data(), sizeof(config));
@@ -157,7 +146,7 @@ TEST_F(Log, InitialisesAFileThatIsNoneAndKeepsOneThatIs) {
     ASSERT_EQ(KvoLogInitConfigOnly(), 1);
     EXPECT_EQ(KvoLogSetCurrentLevel(188, 2), 1);
     KvoLogShutdown();
-    EXPECT_EQ(FileBytes(KVO_LOG_CONFIG_PATH).size(), 1076U);
+    EXPECT_EQ(Contents(KVO_LOG_CONFIG_PATH).size(), 1076U);
     ASSERT_EQ(KvoLogInitConfigOnly(), 1);
     EXPECT_EQ(KvoLogGetCurrentLevel(188), 2U);
     EXPECT_EQ(KvoLogGetCurrentLevel(0), 3U);
@@ -186,7 +175,7 @@ TEST_F(Log, StoresWhatIsInRangeAndRefusesTheRest) {
   EXPECT_EQ(KvoLogSetOutputPath((longest + "p").c_str()) + KvoLogSetOutputPath(nullptr), 0);
   EXPECT_EQ(KvoLogGetOutputPath(), longest);
   EXPECT_EQ(KvoLogSetOutputPath("/x"), 1);
-  EXPECT_EQ(FileBytes(KVO_LOG_CONFIG_PATH).substr(808, 256), "/x" + std::string(254, '\0'));
+  EXPECT_EQ(Contents(KVO_LOG_CONFIG_PATH).substr(808, 256), "/x" + std::string(254, '\0'));
 }
 
 constexpr unsigned int kNobody = 65534;
@@ -223,48 +212,21 @@ TEST_F(Log, LetsAProcessOfAnotherGroupReadAndNotWrite) {
   }
 }
 
-TEST_F(Log, ShowsAReaderAChangeAtItsNextLine) {
-  LogService service;
-  ASSERT_EQ(KvoLogInitConfigOnly(), 1);
-  int asks[2];
-  ASSERT_EQ(pipe(asks), 0);
-  std::thread reader([&] {
-    EXPECT_CHILD(InChild(
-        [&] {
-          KvoLogShutdown();
-          if (KvoLogInit() != 1) return 1;
-          for (char line; read(asks[0], &line, 1) == 1 && line != '.';) {
-            Trace(KVO_CLASS_YRAFT_RW, KVO_LOG_VERBOSE, std::string(1, line).c_str());
-            Trace(KVO_CLASS_YRAFT_RW, KVO_LOG_FATAL, "done");
-          }
-          return 0;
-        },
-        kNobody));
-  });
-  if (service.Accept()) {
-    service.Next();
-    const auto ask = [&](const char* line) {
-      EXPECT_EQ(write(asks[1], line, 1), 1);
-      std::string texts;
-      for (std::string text; text.find("done") == std::string::npos; texts += text) {
-        const auto record = service.Next();
-        if (!record) break;
-        text = Line(*record).text;
-      }
-      return texts.find(line) != std::string::npos;
-    };
-    EXPECT_FALSE(ask("1"));
-    KvoLogSetCurrentLevel(KVO_CLASS_YRAFT_RW, KVO_LOG_VERBOSE);
-    EXPECT_TRUE(ask("2"));
-    KvoLogSetCurrentLevel(KVO_CLASS_YRAFT_RW, KVO_LOG_INHERIT);
-    EXPECT_FALSE(ask("3"));
-    KvoLogSetCurrentLevel(KVO_CLASS_ALL, KVO_LOG_VERBOSE);
-    EXPECT_TRUE(ask("4"));
-  }
-  EXPECT_EQ(write(asks[1], ".", 1), 1);
-  reader.join();
-  close(asks[0]);
-  close(asks[1]);
+TEST_F(Connected, ShowsTheNextLineAChangeOfAnotherProcess) {
+  const auto change = [](unsigned int id, unsigned int level) {
+    EXPECT_EQ(InChild([=] { return KvoLogSetCurrentLevel(id, level) == 1 ? 0 : 1; }), 0);
+  };
+  const auto written = [this] {
+    Trace(KVO_CLASS_YRAFT_RW, KVO_LOG_VERBOSE, "text");
+    return service.Waiting() != "";
+  };
+  EXPECT_FALSE(written());
+  change(KVO_CLASS_YRAFT_RW, KVO_LOG_VERBOSE);
+  EXPECT_TRUE(written());
+  change(KVO_CLASS_YRAFT_RW, KVO_LOG_INHERIT);
+  EXPECT_FALSE(written());
+  change(KVO_CLASS_ALL, KVO_LOG_VERBOSE);
+  EXPECT_TRUE(written());
 }
 
 // ---- Which lines are written -------------------------------------------------------------------
@@ -298,34 +260,30 @@ TEST_F(Connected, WritesALineExactlyWhereTheWorkingLevelAdmitsIt) {
         if (wanted) expected += static_cast<char>('0' + level);
         __KvoTrace(id, level, "file", "f", 1, "%d", level);
       }
-      const std::string bytes = service.Waiting();
       std::string written;
-      for (std::size_t at = 0; at < bytes.size(); at += sizeof(KvoLogRecordHead) + 20) {
-        written += bytes.at(at + offsetof(KvoLogRecord, text));
-      }
+      for (const Line& line : service.WaitingLines()) written += line.text;
       ASSERT_EQ(written, expected) << "class " << id;
     }
   }
 }
 
 TEST_F(Connected, WritesNothingForBadArgumentsOrWithoutALevelAnywhere) {
-  EXPECT_EQ(Written([] {
-              __KvoTrace(188, 4, nullptr, "f", 1, "x");
-              __KvoTrace(188, 4, "file", nullptr, 1, "x");
-              __KvoTrace(188, 4, "file", "f", 1, nullptr);
-              __KvoLog(4, nullptr, "f", 1, "x");
-              __KvoLog(4, "file", nullptr, 1, "x");
-              __KvoLog(4, "file", "f", 1, nullptr);
-              __KvoLog(0, "file", "f", 1, "x");
-              __KvoLog(6, "file", "f", 1, "x");
-            }),
-            "");
+  __KvoTrace(188, 4, nullptr, "f", 1, "x");
+  __KvoTrace(188, 4, "file", nullptr, 1, "x");
+  __KvoTrace(188, 4, "file", "f", 1, nullptr);
+  __KvoLog(4, nullptr, "f", 1, "x");
+  __KvoLog(4, "file", nullptr, 1, "x");
+  __KvoLog(4, "file", "f", 1, nullptr);
+  __KvoLog(0, "file", "f", 1, "x");
+  __KvoLog(6, "file", "f", 1, "x");
+  EXPECT_EQ(service.Waiting(), "");
   KvoLogSetCurrentLevel(0, 0);
   EXPECT_EQ(KvoLogGetWorkingLevel(188), KVO_LOG_UNKNOWN);
-  EXPECT_EQ(Written([] { Trace(188, 5, "x"); }), "");
+  Trace(188, 5, "x");
   int evaluated = 0;
   KVO_TRACE(188, 5, "%d", ++evaluated);
   EXPECT_EQ(evaluated, 0);
+  EXPECT_EQ(service.Waiting(), "");
 }
 
 // ---- What a line becomes -----------------------------------------------------------------------
@@ -335,8 +293,8 @@ TEST_F(Connected, LaysARecordOutToTheByte) {
   __KvoTrace(KVO_CLASS_YRAFT_WIN, KVO_LOG_ERROR, "file", "Function", 1, "%s %d %.1f %c %lld %d%%",
              "text", 7, 2.5, 'c', 1LL << 40, 9);
   const Line line = NextLine();
-  EXPECT_EQ(line.text, std::string("Function: text 7 2.5 c 1099511627776 9%") + '\0');
-  EXPECT_EQ(uint16_t{line.head.head.length}, 18 + line.text.size());
+  EXPECT_EQ(line.text, "Function: text 7 2.5 c 1099511627776 9%");
+  EXPECT_EQ(uint16_t{line.head.head.length}, 19 + line.text.size());
   EXPECT_EQ(line.head.head.type, 1);
   EXPECT_EQ(line.head.level, 4);
   EXPECT_EQ(line.head.classId, 188);
@@ -350,7 +308,7 @@ TEST_F(Connected, PrefixesALineAsTheFlagsSay) {
   pthread_setname_np(pthread_self(), "painter");
   const auto text = [this] {
     Error("x");
-    return std::string(NextLine().text.c_str());
+    return NextLine().text;
   };
   EXPECT_EQ(text(), "Function: x");
   KvoLogEnableFlags(KVO_LOG_FLAG_THREAD);
@@ -368,15 +326,15 @@ TEST_F(Connected, CutsALineWhereItsRoomEndsAndDropsAPieceThatCannotBeFormatted) 
     Error(std::string(length, 'x').c_str());
     const Line line = NextLine();
     const std::size_t size = std::min<std::size_t>(length + strlen("Function: "), 8191);
-    EXPECT_EQ(line.text, "Function: " + std::string(size - 10, 'x') + '\0');
+    EXPECT_EQ(line.text, "Function: " + std::string(size - 10, 'x'));
     EXPECT_EQ(line.head.head.length, 19 + size);
   }
   const std::string function(9000, 'f');
   __KvoTrace(188, 4, "file", function.c_str(), 1, "%s", "never seen");
-  EXPECT_EQ(NextLine().text, std::string(8191, 'f') + '\0');
+  EXPECT_EQ(NextLine().text, std::string(8191, 'f'));
   const wchar_t noCharacter[] = {static_cast<wchar_t>(0xD800), 0};
   __KvoTrace(188, 4, "file", "f", 1, "before %ls after", noCharacter);
-  EXPECT_EQ(NextLine().text, std::string("f: ") + '\0');
+  EXPECT_EQ(NextLine().text, "f: ");
 }
 
 TEST_F(Connected, LeavesTheCallersErrorNumberAlone) {
@@ -524,7 +482,7 @@ TEST_F(Log, StartsWithoutAServiceOrWithOneThatTakesNoCallers) {
   KvoLogShutdown();
   EXPECT_EQ(OpenDescriptors(), open);
   LogService full(0);
-  const int callers[] = {full.Call(), full.Call(), full.Call()};
+  const int callers[] = {CallLogService(false), CallLogService(false), CallLogService(false)};
   EXPECT_LE(SecondsOf([] { EXPECT_EQ(KvoLogInit(), 1); }), 2.0);
   EXPECT_FALSE(kvolog::Connected());
   for (const int fd : callers) close(fd);
@@ -548,22 +506,13 @@ std::string HelloOf(const char* program, const char* session) {
   return hello;
 }
 
-std::string Hello(const std::string& identity, unsigned int session) {
-  std::string bytes;
-  for (const std::size_t number : {identity.size() + 3, std::size_t{2}, std::size_t{session}}) {
-    bytes += static_cast<char>(number & 0xFF);
-    bytes += static_cast<char>(number >> 8 & 0xFF);
-  }
-  return bytes + identity + '\0';
-}
-
 TEST_F(Log, RegistersAProcessByItsNameAndSession) {
-  EXPECT_EQ(HelloOf("vcagent", nullptr), Hello("brelka-vcagent", 0));
-  EXPECT_EQ(HelloOf("java", "17"), Hello("brelka-kvoavk", 17));
-  EXPECT_EQ(HelloOf(nullptr, "letters"), Hello("brelka", 0));
-  EXPECT_EQ(HelloOf("", "70000x"), Hello("brelka", 70000 & 0xFFFF));
+  EXPECT_EQ(HelloOf("vcagent", nullptr), HelloRecord("brelka-vcagent", 0));
+  EXPECT_EQ(HelloOf("java", "17"), HelloRecord("brelka-kvoavk", 17));
+  EXPECT_EQ(HelloOf(nullptr, "letters"), HelloRecord("brelka", 0));
+  EXPECT_EQ(HelloOf("", "70000x"), HelloRecord("brelka", 70000 & 0xFFFF));
   EXPECT_EQ(HelloOf(std::string(40, 'n').c_str(), "3 4"),
-            Hello("brelka-" + std::string(24, 'n'), 3));
+            HelloRecord("brelka-" + std::string(24, 'n'), 3));
 }
 
 TEST_F(Log, StartsAndEndsAsOftenAsItIsTold) {
@@ -597,7 +546,7 @@ TEST_F(Log, StartsAndEndsAsOftenAsItIsTold) {
 
 TEST_F(Log, SendsUnfilteredLinesToSyslogAndToTheService) {
   __KvoLog(4, "file", "f", 1, "not initialised, nowhere");
-  SyslogService syslogService;
+  DatagramService syslogService("/dev/log");
   LogService service;
   char* const old = program_invocation_short_name;
   char name[] = "host";
@@ -614,10 +563,10 @@ TEST_F(Log, SendsUnfilteredLinesToSyslogAndToTheService) {
     const std::string tag = " brelka-host[" + std::to_string(getpid()) + "]: ";
     EXPECT_EQ(sent.rfind("<" + std::to_string(LOG_USER | kPriorities[level - 1]) + ">", 0), 0U);
     EXPECT_EQ(sent.substr(sent.find(tag)), tag + "line " + std::to_string(level)) << sent;
-    const Line line(service.Next().value_or(std::string(sizeof(KvoLogRecord), '\0')));
+    const Line line(service.Next().value_or(LineRecord("", 0, 0, 0)));
     EXPECT_EQ(line.head.classId, 0);
     EXPECT_EQ(line.head.level, level);
-    EXPECT_EQ(line.text, "f: line " + std::to_string(level) + '\0');
+    EXPECT_EQ(line.text, "f: line " + std::to_string(level));
   }
 }
 

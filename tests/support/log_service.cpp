@@ -88,12 +88,17 @@ std::string LogService::Waiting() {
   return bytes;
 }
 
-int LogService::Call() {
-  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0);
-  const sockaddr_un address = AddressOf(KVO_LOG_SOCKET_PATH);
-  [[maybe_unused]] const int called =
-      connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-  return fd;
+std::vector<Line> LogService::WaitingLines() {
+  std::vector<Line> lines;
+  const std::string bytes = Waiting();
+  for (std::size_t at = 0; at < bytes.size();) {
+    KvoLogRecordHead head;
+    std::memcpy(&head, bytes.data() + at, sizeof(head));
+    const std::size_t size = sizeof(head) + head.length;
+    if (head.type == KVO_LOG_RECORD_TRACE) lines.emplace_back(bytes.substr(at, size));
+    at += size;
+  }
+  return lines;
 }
 
 void LogService::HangUp() {
@@ -111,16 +116,57 @@ void LogService::StopListening() {
 Line::Line(const std::string& record) : head{} {
   std::memcpy(&head, record.data(), offsetof(KvoLogRecord, text));
   text = record.substr(offsetof(KvoLogRecord, text));
+  if (text.ends_with('\0')) {
+    text.pop_back();
+  } else {
+    text += " has no end";
+  }
 }
 
-SyslogService::SyslogService() : m_socket(Bound("/dev/log", SOCK_DGRAM)) {}
+std::string Record(std::size_t length, int type, const std::string& body) {
+  const KvoLogRecordHead head{static_cast<std::uint16_t>(length), static_cast<std::uint16_t>(type)};
+  return std::string(reinterpret_cast<const char*>(&head), sizeof(head)) + body;
+}
 
-SyslogService::~SyslogService() {
+std::string HelloRecord(std::string_view identity, unsigned int session) {
+  std::string body{static_cast<char>(session & 0xFF), static_cast<char>(session >> 8)};
+  body.append(identity) += '\0';
+  return Record(body.size(), KVO_LOG_RECORD_HELLO, body);
+}
+
+std::string LineRecord(std::string_view text, unsigned int level, unsigned int classId,
+                       std::int64_t seconds, unsigned int microseconds) {
+  KvoLogRecord record;
+  record.level = static_cast<std::uint16_t>(level);
+  record.classId = static_cast<std::uint16_t>(classId);
+  record.thread = static_cast<std::uint16_t>(getpid());
+  record.seconds = seconds;
+  record.microseconds = microseconds;
+  std::string body(reinterpret_cast<const char*>(&record) + sizeof(record.head),
+                   offsetof(KvoLogRecord, text) - sizeof(record.head));
+  body.append(text) += '\0';
+  return Record(body.size(), KVO_LOG_RECORD_TRACE, body);
+}
+
+int CallLogService(bool waits) {
+  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | (waits ? 0 : SOCK_NONBLOCK), 0);
+  const sockaddr_un address = AddressOf(KVO_LOG_SOCKET_PATH);
+  if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0 || !waits) {
+    return fd;
+  }
+  close(fd);
+  return -1;
+}
+
+DatagramService::DatagramService(const char* path)
+    : m_path(path), m_socket(Bound(path, SOCK_DGRAM)) {}
+
+DatagramService::~DatagramService() {
   close(m_socket);
-  unlink("/dev/log");
+  unlink(m_path);
 }
 
-std::string SyslogService::Next() {
+std::string DatagramService::Next() {
   if (!Readable(m_socket)) return {};
   char buffer[4096];
   const ssize_t got = read(m_socket, buffer, sizeof(buffer));

@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "kvolog.h"
@@ -21,9 +22,9 @@ class LogService {
   bool Accept();
   // The next record of the connection with its head, or nothing at its end.
   std::optional<std::string> Next();
-  // What waits to be read, without waiting for more.
+  // What waits to be read, without waiting for more; and the lines in it.
   std::string Waiting();
-  int Call();     // a caller of its own, which does not wait
+  std::vector<struct Line> WaitingLines();
   void HangUp();  // closes the connection
   void StopListening();
 
@@ -32,21 +33,32 @@ class LogService {
   int m_connection = -1;
 };
 
-// A record's fields.
+// A line's record: its fields, and its text without the NUL.
 struct Line {
   explicit Line(const std::string& record);
-  KvoLogRecord head;  // without its text
+  KvoLogRecord head;
   std::string text;
 };
 
-// Listens where syslog does.
-class SyslogService {
+// The records that a client sends.
+std::string Record(std::size_t length, int type, const std::string& body);
+std::string HelloRecord(std::string_view identity, unsigned int session);
+std::string LineRecord(std::string_view text, unsigned int level, unsigned int classId,
+                       std::int64_t seconds, unsigned int microseconds = 0);
+
+// A caller of the log service, which does not wait to be connected where it is told so; -1 where
+// nobody listens.
+int CallLogService(bool waits = true);
+
+// Listens where syslog or a service manager does.
+class DatagramService {
  public:
-  SyslogService();
-  ~SyslogService();
+  explicit DatagramService(const char* path);
+  ~DatagramService();
   std::string Next();  // one datagram, within half a minute
 
  private:
+  const char* m_path;
   int m_socket;
 };
 
