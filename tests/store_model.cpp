@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -31,10 +32,13 @@ const YRAFT_FILEINFO_ITEM* Info(const unsigned char* data) {
 StoreModel::StoreModel() { Expect(YraftRWCreate(&m_store) == YRAFT_STATUS_SUCCESS, "create"); }
 
 StoreModel::~StoreModel() {
-  YraftRWDestory(&m_store);
-  for (const int type : {YRAFT_LIST_FILEINFO, YRAFT_MAP_UITHREAD}) {
-    for (const Element& element : m_elements[type]) free(element.data);
-  }
+  AllocationWatch watch;
+  Expect(YraftRWDestory(&m_store) == 0 && m_store == nullptr, "destroy");
+  watch.End();
+  for (int type = 1; type <= kTypes; ++type) Leave(watch, type, ReleasedByClear(type));
+  if (m_difference == nullptr) return;
+  fprintf(stderr, "store and model differ at their end: %s\n", m_difference);
+  abort();
 }
 
 void StoreModel::Expect(bool holds, const char* what) {
@@ -50,12 +54,8 @@ const char* StoreModel::Do(const Step& step) {
       Push(type, key, step);
       break;
     case kClear:
-      Expect(YraftRWClear(m_store, type) == (Known(type) ? 0U : 70U), "clear");
-      Clear(type);
-      break;
     case kReset:
-      Expect(YraftRWReset(m_store) == 0, "reset");
-      for (int each = 1; each <= kTypes; ++each) Clear(each);
+      Clear(type, operation == kReset);
       break;
     case kGetAll:
       GetAll(type, step.failing);
@@ -133,9 +133,11 @@ void StoreModel::Push(int type, int key, const Step& step) {
 
 void StoreModel::Access(Operation operation, int type, int key) {
   unsigned char* data = nullptr;
+  AllocationWatch watch;
   const unsigned int ret = operation == kFront      ? YraftRWFront(m_store, type, key, &data)
                            : operation == kPopFront ? YraftRWPopFront(m_store, type, key, &data)
                                                     : YraftRWPop(m_store, type, key);
+  watch.End();
   if (!Known(type)) {
     Expect(ret == 70 && data == nullptr, "access to an unknown type");
     return;
@@ -148,14 +150,27 @@ void StoreModel::Access(Operation operation, int type, int key) {
   Expect(ret == 0, "access");
   Expect(operation == kPop || data == element->data, "another element");
   if (operation == kFront) return;
-  if (operation == kPopFront || type != YRAFT_QUEUE_FILEINFO) free(element->data);
+  const bool released = operation == kPop && type == YRAFT_QUEUE_FILEINFO;
+  Expect(watch.Releases(element->data) == (released ? 1 : 0), "a pop's releases");
+  if (!released) free(element->data);
   m_elements[type].erase(element);
 }
 
-void StoreModel::Clear(int type) {
-  if (!Known(type)) return;
-  if (!ReleasedByClear(type)) {
-    for (const Element& element : m_elements[type]) free(element.data);
+void StoreModel::Clear(int type, bool all) {
+  AllocationWatch watch;
+  const unsigned int ret = all ? YraftRWReset(m_store) : YraftRWClear(m_store, type);
+  watch.End();
+  Expect(ret == (all || Known(type) ? 0U : 70U), "clear");
+  for (int each = 1; each <= kTypes; ++each) {
+    if (all || each == type) Leave(watch, each, ReleasedByClear(each));
+  }
+}
+
+// Every element has left a container, and the call that was watched has released all or none.
+void StoreModel::Leave(const AllocationWatch& watch, int type, bool released) {
+  for (const Element& element : m_elements[type]) {
+    Expect(watch.Releases(element.data) == (released ? 1 : 0), "releases of the elements");
+    if (!released) free(element.data);
   }
   m_elements[type].clear();
 }
@@ -193,10 +208,7 @@ void StoreModel::GetAllPop(int type, int failing) {
     Yraft_TlvBlocksGetSize(block, &used);
     Expect(memcmp(data, kept, used) == 0, "the removing snapshot's block");
     // Of what the store owned it has released only the file records.
-    if (type != YRAFT_QUEUE_FILEINFO) {
-      for (const Element& element : m_elements[type]) free(element.data);
-    }
-    m_elements[type].clear();
+    Leave(watch, type, type == YRAFT_QUEUE_FILEINFO);
   }
   free(kept);
   free(data);

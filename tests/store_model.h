@@ -60,7 +60,8 @@ class StoreModel {
 
   void Push(int type, int key, const Step& step);
   void Access(Operation operation, int type, int key);
-  void Clear(int type);
+  void Clear(int type, bool all);
+  void Leave(const class AllocationWatch& watch, int type, bool released);
   void GetAll(int type, int failing);
   void GetAllPop(int type, int failing);
   void CreateAnother(int failing);
