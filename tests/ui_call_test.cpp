@@ -59,23 +59,11 @@ std::future<int> Show(int operationType, void* input) {
 
 class Call : public UI {
  protected:
-  void ExpectItems(Pending& pending, std::vector<std::pair<std::string, uint64_t>> files) {
+  void ExpectItems(Pending& pending, Files files) {
     const Answer answer = Await(pending);
     EXPECT_EQ(answer.ret, 0U);
     EXPECT_EQ(answer.status, 0U);
-    ASSERT_NE(answer.block, nullptr);
-    uint64_t total = 0;
-    unsigned int number = 0;
-    std::vector<std::pair<std::string, uint64_t>> chosen;
-    for (const Item& item : ItemsOf(answer.block.get())) {
-      EXPECT_EQ(item.context, number++);
-      chosen.emplace_back(item.name, item.size);
-      total += item.size;
-    }
-    std::sort(chosen.begin(), chosen.end());
-    std::sort(files.begin(), files.end());
-    EXPECT_EQ(chosen, files);
-    EXPECT_EQ(uint64_t{answer.block->FilesSize}, total);
+    ExpectFiles(answer.block.get(), std::move(files), true);
   }
 
   void ExpectNothing(Pending& pending, unsigned int ret, unsigned int status) {
@@ -85,24 +73,21 @@ class Call : public UI {
     EXPECT_EQ(answer.block, nullptr);
   }
 
+  const Files three = AddFiles("three", {"xyz", "abc def", "mno"}, 1000);
   const std::string files = "Open:";
   const std::string directory = "Upload To";
 };
 
 TEST_F(Call, HandsOverWhatTheUserChose) {
-  const std::string folder = Desktop::Get().AddFolder("three");
-  std::vector<std::pair<std::string, uint64_t>> chosen;
-  for (const char* name : {"xyz", "abc def", "mno"}) {
-    chosen.emplace_back(Desktop::Get().AddFile(std::string("three/") + name, 1000), 1000);
-  }
   Pending pending = ChooseFiles();
-  ChooseAllIn(files, folder, 3);
-  ExpectItems(pending, chosen);
+  ChooseAllIn(files, "three", 3);
+  ExpectItems(pending, three);
   // At once again, from the home folder.
   const std::string first = Desktop::Get().AddFile("first.txt", 0);
   pending = ChooseFiles();
   ChooseIn(files, "first.txt");
   ExpectItems(pending, {{first, 0}});
+  const std::string folder = Desktop::Get().AddFolder("three");
   pending = ChooseDirectory((3ULL << 32) + 1);
   ChooseIn(directory, folder);
   ExpectItems(pending, {{folder, (3ULL << 32) + 1}});
@@ -133,11 +118,6 @@ TEST_F(Call, HandsOverAnEmptyBlockWhenTheUserDeclines) {
 }
 
 TEST_F(Call, HoldsAChoiceAgainstItsLimits) {
-  const std::string folder = Desktop::Get().AddFolder("three");
-  std::vector<std::pair<std::string, uint64_t>> chosen;
-  for (const char* name : {"xyz", "abc def", "mno"}) {
-    chosen.emplace_back(Desktop::Get().AddFile(std::string("three/") + name, 1000), 1000);
-  }
   const std::string box = Text("YRAFT_ENG_ERROR_DIALOG_TITLE");
   const std::string many = Text("YRAFT_ENG_ERROR_TOO_MANY_FILES");
   const std::string large = Text("YRAFT_ENG_ERROR_FILE_SIZE_EXCEEDED");
@@ -149,9 +129,9 @@ TEST_F(Call, HoldsAChoiceAgainstItsLimits) {
   int way = 0;
   for (const auto& limits : kCases) {
     Pending pending = ChooseFiles(limits.maxFiles, limits.maxFileSize);
-    ChooseAllIn(files, folder, 3);
+    ChooseAllIn(files, "three", 3);
     if (limits.refusal.empty()) {
-      ExpectItems(pending, chosen);
+      ExpectItems(pending, three);
       continue;
     }
     ASSERT_TRUE(WaitFocus(box));
@@ -173,13 +153,8 @@ TEST_F(Call, HoldsAChoiceAgainstItsLimits) {
 }
 
 TEST_F(Call, RefusesAChoiceThatFitsNoBlock) {
-  const std::string folder = Desktop::Get().AddFolder("many");
-  for (int i = 0; i < 300; ++i) {
-    const char start = static_cast<char>('a' + i % 26);
-    Desktop::Get().AddFile("many/" + (start + std::string(240, 'm')) + std::to_string(i), 1);
-  }
   Pending pending = ChooseFiles();
-  ChooseAllIn(files, folder, 300);
+  ChooseAllIn(files, "many", AddTooMany("many"));
   ExpectNothing(pending, YRAFT_STATUS_BUFFER_TOO_SMALL, YRAFT_OPT_STATUS_FAILED);
 }
 

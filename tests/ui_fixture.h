@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <string>
 #include <thread>
@@ -41,11 +42,9 @@ class UI : public testing::Test {
     user.Key("Return");
   }
 
-  // Goes into a folder and opens all `count` files that are in it.
-  void ChooseAllOf(const std::string& folder, int count) { ChooseAllIn(chooser, folder, count); }
-
+  // Goes into a folder of the home directory and opens all `count` files that are in it.
   void ChooseAllIn(const std::string& title, const std::string& folder, int count) {
-    ChooseIn(title, folder + "/");
+    ChooseIn(title, Desktop::Get().Home() + "/" + folder + "/");
     ASSERT_TRUE(SelectAllListed(user, count));
     user.Key("Return");
   }
@@ -64,30 +63,63 @@ class UI : public testing::Test {
     EXPECT_EQ(note->thread == std::this_thread::get_id(), refusal) << "event " << event;
   }
 
-  void ExpectDeclined() { ExpectNote(3, 15, YRAFT_OPT_STATUS_CANCELLED, 0); }
+  void ExpectDeclined(unsigned int event = 3) {
+    ExpectNote(event, 15, YRAFT_OPT_STATUS_CANCELLED, 0);
+  }
 
-  void ExpectChoice(std::vector<std::pair<std::string, uint64_t>> files) {
-    const auto note = notes.Next();
-    ASSERT_TRUE(note.has_value());
-    EXPECT_EQ(note->event, 3U);
-    EXPECT_EQ(note->subCode, 15U);
-    ASSERT_EQ(note->status, 0U);
-    auto* block = static_cast<YRAFT_TLV_BLOCKS*>(note->pData);
-    unsigned short length = 0;
-    Yraft_TlvBlocksGetSize(block, &length);
-    EXPECT_EQ(note->value, length);
+  using Files = std::vector<std::pair<std::string, uint64_t>>;
+
+  // A block holds these files, in whatever order, numbered or not.
+  static void ExpectFiles(const YRAFT_TLV_BLOCKS* block, Files files, bool numbered) {
+    ASSERT_NE(block, nullptr);
     uint64_t total = 0;
-    std::vector<std::pair<std::string, uint64_t>> chosen;
+    unsigned int number = 0;
+    Files chosen;
     for (const Item& item : ItemsOf(block)) {
+      EXPECT_EQ(item.context, numbered ? number++ : 0U);
       chosen.emplace_back(item.name, item.size);
-      EXPECT_EQ(item.context, 0U);
       total += item.size;
     }
     std::sort(chosen.begin(), chosen.end());
     std::sort(files.begin(), files.end());
     EXPECT_EQ(chosen, files);
     EXPECT_EQ(uint64_t{block->FilesSize}, total);
+  }
+
+  void ExpectChoice(Files files, unsigned int event = 3) {
+    const auto note = notes.Next();
+    ASSERT_TRUE(note.has_value());
+    EXPECT_EQ(note->event, event);
+    EXPECT_EQ(note->subCode, 15U);
+    ASSERT_EQ(note->status, 0U);
+    auto* block = static_cast<YRAFT_TLV_BLOCKS*>(note->pData);
+    ExpectFiles(block, std::move(files), false);
+    unsigned short length = 0;
+    Yraft_TlvBlocksGetSize(block, &length);
+    EXPECT_EQ(note->value, length);
     free(block);
+  }
+
+  // Files below a folder of the home directory.
+  static Files AddFiles(const std::string& folder, const std::vector<std::string>& names,
+                        std::size_t size) {
+    Desktop::Get().AddFolder(folder);
+    Files files;
+    for (const std::string& name : names) {
+      files.emplace_back(Desktop::Get().AddFile(folder + "/" + name, size), size);
+    }
+    return files;
+  }
+
+  // More than a block can hold, and how many. No common start: the location would complete it while
+  // the user types.
+  static int AddTooMany(const std::string& folder) {
+    std::vector<std::string> names;
+    for (int i = 0; i < 300; ++i) {
+      names.push_back(static_cast<char>('a' + i % 26) + std::string(240, 'm') + std::to_string(i));
+    }
+    AddFiles(folder, names, 1);
+    return 300;
   }
 
   void Click(const std::string& label) {
@@ -102,11 +134,7 @@ class UI : public testing::Test {
     user.Key(key);
   }
 
-  std::string TitleAt(int percent) {
-    char title[260];
-    snprintf(title, sizeof(title), "%d%%", percent);
-    return title;
-  }
+  std::string TitleAt(int percent) { return std::to_string(percent) + "%"; }
 
   Notes notes;
   std::string chooser;

@@ -53,7 +53,8 @@ int OnXError(Display* display, XErrorEvent* event) {
   return g_toolkitHandler(display, event);
 }
 
-std::vector<unsigned long> LongProperty(Display* display, Window window, const char* name) {
+// The bytes of a window's property; Xlib gives each of 32 bits a long.
+std::string Property(Display* display, Window window, const char* name) {
   Atom type;
   int format;
   unsigned long n = 0;
@@ -61,13 +62,23 @@ std::vector<unsigned long> LongProperty(Display* display, Window window, const c
   unsigned char* data = nullptr;
   XGetWindowProperty(display, window, XInternAtom(display, name, False), 0, 1024, False,
                      AnyPropertyType, &type, &format, &n, &rest, &data);
-  std::vector<unsigned long> values;
-  if (data != nullptr && format == 32) {
-    const auto* longs = reinterpret_cast<unsigned long*>(data);
-    values.assign(longs, longs + n);
-  }
-  if (data != nullptr) XFree(data);
-  return values;
+  if (data == nullptr) return {};
+  std::string bytes(reinterpret_cast<char*>(data), format == 32 ? n * sizeof(long) : n);
+  XFree(data);
+  return bytes;
+}
+
+// A property of the screen that names windows.
+std::vector<Window> WindowsOf(Display* display, const char* name) {
+  const std::string bytes = Property(display, DefaultRootWindow(display), name);
+  std::vector<Window> windows(bytes.size() / sizeof(Window));
+  bytes.copy(reinterpret_cast<char*>(windows.data()), bytes.size());
+  return windows;
+}
+
+bool IsActive(Display* display, Window window) {
+  const auto active = WindowsOf(display, "_NET_ACTIVE_WINDOW");
+  return !active.empty() && active[0] == window;
 }
 
 // A manager that has just announced itself still gives no focus to what it finds on the screen, and
@@ -84,8 +95,7 @@ void WaitForManager() {
     for (int i = 0; i < 50 && !ready; ++i) {
       XSync(display, False);
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      const auto windows = LongProperty(display, root, "_NET_ACTIVE_WINDOW");
-      ready = !windows.empty() && windows[0] == probe;
+      ready = IsActive(display, probe);
     }
     XDestroyWindow(display, probe);
   }
@@ -199,24 +209,10 @@ bool User::WaitFor(const std::function<bool()>& condition) {
 // Whoever looks for windows may be about to touch one that is gone.
 std::vector<Window> User::Windows() {
   GuardAgainstXErrors();
-  return LongProperty(m_display, DefaultRootWindow(m_display), "_NET_CLIENT_LIST");
+  return WindowsOf(m_display, "_NET_CLIENT_LIST");
 }
 
-std::string User::Title(Window window) {
-  Atom type;
-  int format;
-  unsigned long n = 0;
-  unsigned long rest;
-  unsigned char* data = nullptr;
-  XGetWindowProperty(m_display, window, XInternAtom(m_display, "_NET_WM_NAME", False), 0, 1024,
-                     False, AnyPropertyType, &type, &format, &n, &rest, &data);
-  std::string title;
-  if (data != nullptr) {
-    title.assign(reinterpret_cast<char*>(data), n);
-    XFree(data);
-  }
-  return title;
-}
+std::string User::Title(Window window) { return Property(m_display, window, "_NET_WM_NAME"); }
 
 Window User::Find(const std::string& titlePart) {
   for (const Window window : Windows()) {
@@ -240,10 +236,7 @@ bool User::WaitWindows(std::size_t count) {
 }
 
 bool User::WaitActive(Window window) {
-  return WaitFor([&] {
-    const auto active = LongProperty(m_display, DefaultRootWindow(m_display), "_NET_ACTIVE_WINDOW");
-    return !active.empty() && active[0] == window;
-  });
+  return WaitFor([&] { return IsActive(m_display, window); });
 }
 
 bool User::WaitCentred(Window window) {

@@ -1,17 +1,15 @@
 #include "support/host.h"
 
-#include "support/desktop.h"
-
 #include <gdk/gdk.h>
 
 #include <atomic>
-#include <chrono>
 #include <cstdlib>
 #include <cstring>
 
-namespace {
+#include "support/await.h"
+#include "support/desktop.h"
 
-constexpr auto kPatience = std::chrono::seconds(30);
+namespace {
 
 std::mutex g_mutex;
 std::condition_variable g_arrived;
@@ -22,15 +20,14 @@ std::atomic<unsigned int> g_answer{0};
 
 std::vector<Item> ItemsOf(const void* pBlock) {
   std::vector<Item> items;
+  unsigned short length = 0;
+  YRAFT_TLV_WALK walk = {};
   if (pBlock == nullptr) return items;
-  const auto* bytes = static_cast<const unsigned char*>(pBlock);
-  const auto* block = static_cast<const YRAFT_TLV_BLOCKS*>(pBlock);
-  const unsigned char* at = bytes + block->ListBlocks;
-  for (int i = 0; i < block->ListCount; ++i) {
-    const auto* item = reinterpret_cast<const YRAFT_TLV_ITEM*>(at);
-    const auto* info = static_cast<const YRAFT_FILEINFO_ITEM*>(YRAFT_TLV_PAYLOAD(item));
+  Yraft_TlvBlocksGetSize(static_cast<YRAFT_TLV_BLOCKS*>(const_cast<void*>(pBlock)), &length);
+  Yraft_TlvBlocksWalk(&walk, pBlock, length);
+  while (const YRAFT_TLV_ITEM* item = Yraft_TlvBlocksNext(&walk)) {
+    const YRAFT_FILEINFO_ITEM* info = Yraft_TlvItemFileInfo(item);
     items.push_back({YRAFT_FILEINFO_NAME(info), info->fileSize, info->fileContext});
-    at += item->cbSize;
   }
   return items;
 }
@@ -73,11 +70,9 @@ Host::Host() : m_winUI(m_ended.get_future()) {
     m_ended.set_value(pWinUI);
   });
   // A signal of no consequence tells when the channel is served.
-  const auto end = std::chrono::steady_clock::now() + kPatience;
-  while (Send(YRAFT_UI_SIGNAL_PROGRESS_BAR, 0, calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO))) != 0 &&
-         std::chrono::steady_clock::now() < end) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
+  WaitUntil([this] {
+    return Send(YRAFT_UI_SIGNAL_PROGRESS_BAR, 0, calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO))) == 0;
+  });
 }
 
 Host::~Host() {
@@ -86,12 +81,9 @@ Host::~Host() {
 
 YraWinUI* Host::Return() {
   Send(YRAFT_UI_SIGNAL_THREAD_DESTORY, 0, nullptr);
-  if (m_winUI.wait_for(kPatience) != std::future_status::ready) {
-    fprintf(stderr, "the UI thread does not end\n");
-    abort();
-  }
+  YraWinUI* winUI = Await(m_winUI);
   m_thread.join();
-  return m_winUI.get();
+  return winUI;
 }
 
 bool Host::End() { return YraMainWinUIDestory(Return()) == YRAFT_STATUS_SUCCESS; }
@@ -155,36 +147,67 @@ int RunCall(void*) {
   return FALSE;
 }
 
-void FindButton(GtkWidget* widget, void* data) {
-  auto* found = static_cast<std::pair<std::string, GtkWidget*>*>(data);
-  if (GTK_IS_BUTTON(widget) && gtk_widget_get_mapped(widget)) {
-    const char* label = gtk_button_get_label(GTK_BUTTON(widget));
-    if (label != nullptr && found->first == label) found->second = widget;
-  } else if (GTK_IS_CONTAINER(widget)) {
-    gtk_container_forall(GTK_CONTAINER(widget), FindButton, data);
+using Wanted = std::function<bool(GtkWidget*)>;
+
+struct Search {
+  const Wanted& wanted;
+  std::vector<GtkWidget*> found;
+
+  static void In(GtkWidget* widget, void* data) {
+    auto* search = static_cast<Search*>(data);
+    if (search->wanted(widget)) {
+      search->found.push_back(widget);
+    } else if (GTK_IS_CONTAINER(widget)) {
+      gtk_container_forall(GTK_CONTAINER(widget), In, data);
+    }
   }
-}
-
-template <class Visit>
-void EachToplevel(Visit visit) {
-  GList* windows = gtk_window_list_toplevels();
-  for (GList* node = windows; node != nullptr; node = node->next) visit(GTK_WIDGET(node->data));
-  g_list_free(windows);
-}
-
-struct OfType {
-  GType type;
-  int nth = 0;
-  GtkWidget* widget = nullptr;
 };
 
-void FindOfType(GtkWidget* widget, void* data) {
-  auto* found = static_cast<OfType*>(data);
-  if (G_TYPE_CHECK_INSTANCE_TYPE(widget, found->type)) {
-    if (found->nth-- == 0) found->widget = widget;
-  } else if (GTK_IS_CONTAINER(widget)) {
-    gtk_container_forall(GTK_CONTAINER(widget), FindOfType, data);
+// The wanted widgets of all windows with this title part, hidden ones too.
+std::vector<GtkWidget*> FindAll(const std::string& titlePart, const Wanted& wanted) {
+  Search search{wanted, {}};
+  GList* windows = gtk_window_list_toplevels();
+  for (GList* node = windows; node != nullptr; node = node->next) {
+    const char* title = gtk_window_get_title(GTK_WINDOW(node->data));
+    if (strstr(title != nullptr ? title : "", titlePart.c_str()) != nullptr) {
+      Search::In(GTK_WIDGET(node->data), &search);
+    }
   }
+  g_list_free(windows);
+  return search.found;
+}
+
+// The nth widget of a type in the visible windows with this title part.
+GtkWidget* FindVisible(const std::string& titlePart, GType type, std::size_t nth = 0) {
+  const auto found = FindAll(titlePart, [type](GtkWidget* widget) {
+    return G_TYPE_CHECK_INSTANCE_TYPE(widget, type) &&
+           gtk_widget_get_visible(gtk_widget_get_toplevel(widget));
+  });
+  return found.size() > nth ? found[nth] : nullptr;
+}
+
+std::string FindLabel(const std::string& titlePart, int nth) {
+  GtkWidget* label = FindVisible(titlePart, GTK_TYPE_LABEL, static_cast<std::size_t>(nth));
+  return label != nullptr ? gtk_label_get_text(GTK_LABEL(label)) : "";
+}
+
+// The list of a chooser that is on the screen, and what is selected in it.
+GtkTreeSelection* FileSelection() {
+  const auto lists = FindAll("", [](GtkWidget* widget) {
+    return GTK_IS_TREE_VIEW(widget) && gtk_widget_get_mapped(widget) &&
+           gtk_tree_selection_get_mode(gtk_tree_view_get_selection(GTK_TREE_VIEW(widget))) ==
+               GTK_SELECTION_MULTIPLE;
+  });
+  return lists.empty() ? nullptr : gtk_tree_view_get_selection(GTK_TREE_VIEW(lists.back()));
+}
+
+// Asks the UI thread until it says yes.
+bool WaitInUI(const std::function<bool()>& condition) {
+  return WaitUntil([&] {
+    bool met = false;
+    InUI([&] { met = condition(); });
+    return met;
+  });
 }
 
 }  // namespace
@@ -194,78 +217,43 @@ void InUI(const std::function<void()>& function) {
   std::future<void> done = call.done.get_future();
   g_call = &call;
   g_idle_add(RunCall, nullptr);
-  if (done.wait_for(kPatience) != std::future_status::ready) {
-    fprintf(stderr, "the UI thread does not answer\n");
-    abort();
-  }
+  Await(done);
 }
-
-namespace {
-
-void FindFileList(GtkWidget* widget, void* data) {
-  if (GTK_IS_TREE_VIEW(widget) && gtk_widget_get_mapped(widget)) {
-    GtkTreeSelection* selection = gtk_tree_view_get_selection(GTK_TREE_VIEW(widget));
-    if (gtk_tree_selection_get_mode(selection) == GTK_SELECTION_MULTIPLE) {
-      *static_cast<GtkWidget**>(data) = widget;
-    }
-  } else if (GTK_IS_CONTAINER(widget)) {
-    gtk_container_forall(GTK_CONTAINER(widget), FindFileList, data);
-  }
-}
-
-}  // namespace
-
-namespace {
-
-// Asks the UI thread until it says yes.
-bool WaitInUI(const std::function<bool()>& condition) {
-  const auto end = std::chrono::steady_clock::now() + kPatience;
-  bool met = false;
-  while (!met && std::chrono::steady_clock::now() < end) {
-    InUI([&] { met = condition(); });
-    if (!met) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-  }
-  return met;
-}
-
-GtkWidget* FileList() {
-  GtkWidget* list = nullptr;
-  EachToplevel([&](GtkWidget* window) { FindFileList(window, &list); });
-  return list;
-}
-
-}  // namespace
 
 bool SelectAllListed(User& user, int count) {
   Spot spot{-1, -1};
   const bool listed = WaitInUI([&] {
-    GtkWidget* list = FileList();
-    GtkTreeModel* model = list ? gtk_tree_view_get_model(GTK_TREE_VIEW(list)) : nullptr;
+    GtkTreeSelection* files = FileSelection();
+    GtkTreeView* list = files ? gtk_tree_selection_get_tree_view(files) : nullptr;
+    GtkTreeModel* model = list ? gtk_tree_view_get_model(list) : nullptr;
     if (model == nullptr || gtk_tree_model_iter_n_children(model, nullptr) != count) return false;
-    gdk_window_get_origin(gtk_tree_view_get_bin_window(GTK_TREE_VIEW(list)), &spot.x, &spot.y);
+    gdk_window_get_origin(gtk_tree_view_get_bin_window(list), &spot.x, &spot.y);
     return true;
   });
   if (!listed) return false;
   user.ClickAt(spot.x + 20, spot.y + 10);
-  if (!WaitInUI([] { return gtk_widget_has_focus(FileList()) != FALSE; })) return false;
-  user.Key("a", true);
-  return WaitInUI([&] {
-    return gtk_tree_selection_count_selected_rows(
-               gtk_tree_view_get_selection(GTK_TREE_VIEW(FileList()))) == count;
+  const bool focused = WaitInUI([] {
+    return gtk_widget_has_focus(GTK_WIDGET(gtk_tree_selection_get_tree_view(FileSelection()))) !=
+           FALSE;
   });
+  if (!focused) return false;
+  user.Key("a", true);
+  return WaitInUI([&] { return gtk_tree_selection_count_selected_rows(FileSelection()) == count; });
 }
 
 Spot ButtonSpot(const std::string& label) {
   Spot spot{-1, -1};
   // Until it stands still: a window manager moves a window that comes up.
   const bool found = WaitInUI([&] {
-    std::pair<std::string, GtkWidget*> button{label, nullptr};
-    EachToplevel([&](GtkWidget* window) { FindButton(window, &button); });
-    if (button.second == nullptr) return false;
+    const auto buttons = FindAll("", [&](GtkWidget* widget) {
+      return GTK_IS_BUTTON(widget) && gtk_widget_get_mapped(widget) &&
+             g_strcmp0(gtk_button_get_label(GTK_BUTTON(widget)), label.c_str()) == 0;
+    });
+    if (buttons.empty()) return false;
     GtkAllocation area;
-    gtk_widget_get_allocation(button.second, &area);
+    gtk_widget_get_allocation(buttons.back(), &area);
     const Spot last = spot;
-    gdk_window_get_origin(gtk_widget_get_window(button.second), &spot.x, &spot.y);
+    gdk_window_get_origin(gtk_widget_get_window(buttons.back()), &spot.x, &spot.y);
     spot = {spot.x + area.x + area.width / 2, spot.y + area.y + area.height / 2};
     return spot.x == last.x && spot.y == last.y;
   });
@@ -274,37 +262,12 @@ Spot ButtonSpot(const std::string& label) {
 
 bool WaitFocus(const std::string& titlePart) {
   return WaitInUI([&] {
-    bool focused = false;
-    EachToplevel([&](GtkWidget* window) {
-      const char* title = gtk_window_get_title(GTK_WINDOW(window));
-      if (title == nullptr || !strstr(title, titlePart.c_str())) return;
-      if (gtk_widget_get_mapped(window) && gtk_window_has_toplevel_focus(GTK_WINDOW(window))) {
-        focused = true;
-      }
-    });
-    return focused;
+    return !FindAll(titlePart, [](GtkWidget* widget) {
+              return GTK_IS_WINDOW(widget) && gtk_widget_get_mapped(widget) &&
+                     gtk_window_has_toplevel_focus(GTK_WINDOW(widget));
+            }).empty();
   });
 }
-
-namespace {
-
-// The nth widget of a type in the visible windows with this title part.
-GtkWidget* FindVisible(const std::string& titlePart, GType type, int nth) {
-  OfType found{type, nth};
-  EachToplevel([&](GtkWidget* window) {
-    const char* title = gtk_window_get_title(GTK_WINDOW(window));
-    if (title == nullptr || !strstr(title, titlePart.c_str())) return;
-    if (gtk_widget_get_visible(window)) FindOfType(window, &found);
-  });
-  return found.widget;
-}
-
-std::string FindLabel(const std::string& titlePart, int nth) {
-  GtkWidget* label = FindVisible(titlePart, GTK_TYPE_LABEL, nth);
-  return label != nullptr ? gtk_label_get_text(GTK_LABEL(label)) : "";
-}
-
-}  // namespace
 
 std::string LabelText(const std::string& titlePart, int nth) {
   std::string text;
@@ -316,36 +279,22 @@ bool WaitLabel(const std::string& titlePart, const std::string& textPart) {
   return WaitInUI([&] { return FindLabel(titlePart, 0).find(textPart) != std::string::npos; });
 }
 
-namespace {
-
-void FindCutLabel(GtkWidget* widget, void* data) {
-  if (GTK_IS_LABEL(widget)) {
-    if (!gtk_widget_get_mapped(widget)) return;
-    GtkLabel* label = GTK_LABEL(widget);
-    GtkAllocation area;
-    gtk_widget_get_allocation(widget, &area);
-    int width = 0;
-    int height = 0;
-    pango_layout_get_pixel_size(gtk_label_get_layout(label), &width, &height);
-    if (width > area.width || height > area.height) {
-      *static_cast<std::string*>(data) += std::string(gtk_label_get_text(label)) + "; ";
-    }
-  } else if (GTK_IS_CONTAINER(widget)) {
-    gtk_container_forall(GTK_CONTAINER(widget), FindCutLabel, data);
-  }
-}
-
-}  // namespace
-
 std::string CutLabels(const std::string& titlePart) {
   std::string cut;
   WaitInUI([&] {
     cut.clear();
-    EachToplevel([&](GtkWidget* window) {
-      const char* title = gtk_window_get_title(GTK_WINDOW(window));
-      if (title == nullptr || !strstr(title, titlePart.c_str())) return;
-      if (gtk_widget_get_visible(window)) FindCutLabel(window, &cut);
+    const auto labels = FindAll(titlePart, [](GtkWidget* widget) {
+      if (!GTK_IS_LABEL(widget) || !gtk_widget_get_mapped(widget)) return false;
+      GtkAllocation area;
+      gtk_widget_get_allocation(widget, &area);
+      int width = 0;
+      int height = 0;
+      pango_layout_get_pixel_size(gtk_label_get_layout(GTK_LABEL(widget)), &width, &height);
+      return width > area.width || height > area.height;
     });
+    for (GtkWidget* label : labels) {
+      cut += std::string(gtk_label_get_text(GTK_LABEL(label))) + "; ";
+    }
     return cut.empty();
   });
   return cut;
@@ -368,7 +317,7 @@ void WaitDrawn() {
 
 bool WaitEntry(const std::string& titlePart, const std::string& text) {
   const bool typed = WaitInUI([&] {
-    GtkWidget* entry = FindVisible(titlePart, GTK_TYPE_ENTRY, 0);
+    GtkWidget* entry = FindVisible(titlePart, GTK_TYPE_ENTRY);
     return entry != nullptr && text == gtk_entry_get_text(GTK_ENTRY(entry));
   });
   InUI([] {});  // what the last key has set off is done with
@@ -377,7 +326,7 @@ bool WaitEntry(const std::string& titlePart, const std::string& text) {
 
 bool Respond(const std::string& title, int response) {
   return WaitInUI([&] {
-    GtkWidget* dialog = FindVisible(title, GTK_TYPE_DIALOG, 0);
+    GtkWidget* dialog = FindVisible(title, GTK_TYPE_DIALOG);
     if (dialog != nullptr) gtk_dialog_response(GTK_DIALOG(dialog), response);
     return dialog != nullptr;
   });
@@ -386,14 +335,10 @@ bool Respond(const std::string& title, int response) {
 double BarFraction() {
   double fraction = -1;
   InUI([&] {
-    EachToplevel([&](GtkWidget* window) {
-      if (GTK_IS_DIALOG(window)) return;
-      OfType found{GTK_TYPE_PROGRESS_BAR};
-      FindOfType(window, &found);
-      if (found.widget != nullptr) {
-        fraction = gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(found.widget));
-      }
+    const auto bars = FindAll("", [](GtkWidget* widget) {
+      return GTK_IS_PROGRESS_BAR(widget) && !GTK_IS_DIALOG(gtk_widget_get_toplevel(widget));
     });
+    if (!bars.empty()) fraction = gtk_progress_bar_get_fraction(GTK_PROGRESS_BAR(bars.back()));
   });
   return fraction;
 }

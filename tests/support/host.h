@@ -13,6 +13,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/await.h"
 #include "yrafiletransfer.h"
 
 struct Note {
@@ -70,8 +71,8 @@ class Host {
 // The answer of a call that shows a dialog, run by std::async: it must come within half a minute.
 template <class Answer>
 Answer Await(std::future<Answer>& answer) {
-  if (answer.wait_for(std::chrono::seconds(30)) != std::future_status::ready) {
-    fprintf(stderr, "the call does not return\n");
+  if (answer.wait_for(kPatience) != std::future_status::ready) {
+    fprintf(stderr, "the UI thread does not answer\n");
     abort();
   }
   return answer.get();
