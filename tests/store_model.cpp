@@ -132,26 +132,28 @@ void StoreModel::Push(int type, int key, const Step& step) {
 }
 
 void StoreModel::Access(Operation operation, int type, int key) {
-  unsigned char* data = nullptr;
+  auto* const untouched = reinterpret_cast<unsigned char*>(this);
+  unsigned char* data = untouched;
   AllocationWatch watch;
   const unsigned int ret = operation == kFront      ? YraftRWFront(m_store, type, key, &data)
                            : operation == kPopFront ? YraftRWPopFront(m_store, type, key, &data)
                                                     : YraftRWPop(m_store, type, key);
   watch.End();
+  unsigned char* const nothing = operation == kPop ? untouched : nullptr;
   if (!Known(type)) {
-    Expect(ret == 70 && data == nullptr, "access to an unknown type");
+    Expect(ret == 70 && data == nothing, "access to an unknown type");
     return;
   }
   const auto element = Find(type, key);
   if (element == m_elements[type].end()) {
-    Expect(ret == (operation == kPop ? 0U : 19U) && data == nullptr, "access to nothing");
+    Expect(ret == (operation == kPop ? 0U : 19U) && data == nothing, "access to nothing");
     return;
   }
   Expect(ret == 0, "access");
-  Expect(operation == kPop || data == element->data, "another element");
-  if (operation == kFront) return;
+  Expect(data == (operation == kPop ? untouched : element->data), "another element");
   const bool released = operation == kPop && type == YRAFT_QUEUE_FILEINFO;
-  Expect(watch.Releases(element->data) == (released ? 1 : 0), "a pop's releases");
+  Expect(watch.Releases(element->data) == (released ? 1 : 0), "an access's releases");
+  if (operation == kFront) return;
   if (!released) free(element->data);
   m_elements[type].erase(element);
 }
@@ -176,9 +178,12 @@ void StoreModel::Leave(const AllocationWatch& watch, int type, bool released) {
 }
 
 void StoreModel::GetAll(int type, int failing) {
-  unsigned char* data = nullptr;
+  auto* const untouched = reinterpret_cast<unsigned char*>(this);
+  unsigned char* data = untouched;
   const AllocationWatch watch(failing);
   const unsigned int ret = YraftRWGetAll(m_store, type, &data);
+  Expect(data != untouched, "a snapshot leaves its out-parameter alone");
+  if (data == untouched) return;
   if (watch.Failed()) {
     ++m_failures;
     Expect(ret == 86 && data == nullptr, "a snapshot without memory");

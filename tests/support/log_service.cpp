@@ -20,7 +20,7 @@ constexpr int kPatience = 30000;  // milliseconds
 sockaddr_un AddressOf(const char* path) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
-  std::strcpy(address.sun_path, path);
+  std::string_view(path).copy(address.sun_path, sizeof(address.sun_path) - 1);
   return address;
 }
 

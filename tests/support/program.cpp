@@ -28,9 +28,8 @@ Program::Program(std::vector<std::string> command, const std::function<void()>& 
     dup2(m_files[1], STDERR_FILENO);
   }
   if (setUp) setUp();
-  std::vector<char*> argv;
-  for (std::string& argument : command) argv.push_back(argument.data());
-  argv.push_back(nullptr);
+  std::vector<char*> argv(command.size() + 1);  // the last is null
+  for (std::size_t i = 0; i < command.size(); ++i) argv[i] = command[i].data();
   execv(argv[0], argv.data());
   _exit(127);
 }
