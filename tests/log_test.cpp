@@ -218,7 +218,7 @@ TEST_F(Connected, ShowsTheNextLineAChangeOfAnotherProcess) {
   };
   const auto written = [this] {
     Trace(KVO_CLASS_YRAFT_RW, KVO_LOG_VERBOSE, "text");
-    return service.Waiting() != "";
+    return !service.Waiting().empty();
   };
   EXPECT_FALSE(written());
   change(KVO_CLASS_YRAFT_RW, KVO_LOG_VERBOSE);
@@ -352,6 +352,7 @@ TEST_F(Connected, WritesWholeRecordsFromManyThreads) {
   constexpr int kLines = 10000;
   KvoLogDisableFlags(0xFFFFFFFF);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
   for (int thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([thread] {
       for (int i = 0; i < kLines; ++i) {
@@ -398,9 +399,9 @@ TEST_F(Log, NeverWritesIntoAFileThatGotTheNumberOfTheConnection) {
     ASSERT_EQ(KvoLogInit(), 1);
     ASSERT_TRUE(service.Accept());
     std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-      threads.emplace_back([&] {
+    std::vector<std::thread> threads(4);
+    for (std::thread& thread : threads) {
+      thread = std::thread([&] {
         while (!stop) Error("under load");
       });
     }
@@ -408,10 +409,8 @@ TEST_F(Log, NeverWritesIntoAFileThatGotTheNumberOfTheConnection) {
     service.HangUp();
     service.StopListening();
     // Takes every number that becomes free meanwhile.
-    std::vector<int> files;
-    for (int i = 0; i < 64; ++i) {
-      files.push_back(::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600));
-    }
+    std::vector<int> files(64);
+    for (int& file : files) file = ::open("/tmp", O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
     while (kvolog::Connected()) std::this_thread::yield();
     stop = true;
     for (std::thread& thread : threads) thread.join();
@@ -432,9 +431,9 @@ double SecondsOf(const std::function<void()>& call) {
 
 TEST_F(Connected, WaitsASecondAtMostForAServiceThatStoppedReading) {
   const double seconds = SecondsOf([] {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-      threads.emplace_back([] {
+    std::vector<std::thread> threads(4);
+    for (std::thread& thread : threads) {
+      thread = std::thread([] {
         for (int line = 0; line < 20000; ++line) Error("nobody reads this");
       });
     }
@@ -501,7 +500,7 @@ std::string HelloOf(const char* program, const char* session) {
   program_invocation_short_name = old;
   unsetenv("BRELKA_SESSION_ID");
   EXPECT_TRUE(service.Accept());
-  const std::string hello = service.Next().value_or("");
+  std::string hello = service.Next().value_or("");
   KvoLogShutdown();
   return hello;
 }

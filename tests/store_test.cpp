@@ -390,7 +390,7 @@ TEST(Store, BehavesAsASimpleModelOverAMillionOperations) {
 
 // Snapshots take another road then.
 TEST(Store, BehavesAlikeWhileEveryLineIsRead) {
-  constexpr int kSteps = 500;
+  constexpr int kSteps = 2000;
   LogService service;
   ASSERT_EQ(KvoLogInit(), 1);
   ASSERT_TRUE(service.Accept());

@@ -106,7 +106,8 @@ class UI : public testing::Test {
     Desktop::Get().AddFolder(folder);
     Files files;
     for (const std::string& name : names) {
-      files.emplace_back(Desktop::Get().AddFile(folder + "/" + name, size), size);
+      files.emplace_back(Desktop::Get().AddFile(std::string(folder).append("/").append(name), size),
+                         size);
     }
     return files;
   }
@@ -114,9 +115,9 @@ class UI : public testing::Test {
   // More than a block can hold, and how many. No common start: the location would complete it while
   // the user types.
   static int AddTooMany(const std::string& folder) {
-    std::vector<std::string> names;
-    for (int i = 0; i < 300; ++i) {
-      names.push_back(static_cast<char>('a' + i % 26) + std::string(240, 'm') + std::to_string(i));
+    std::vector<std::string> names(300);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+      names[i] = static_cast<char>('a' + i % 26) + std::string(240, 'm') + std::to_string(i);
     }
     AddFiles(folder, names, 1);
     return 300;
