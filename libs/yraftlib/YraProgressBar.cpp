@@ -365,7 +365,7 @@ unsigned int YraWinUI::YraProgressBarDiagRefresh(YRAFT_PROGRESS_BAR_INFO* pProgr
     TRACE_ERROR("pProgressBarInfo (%p) is null.", static_cast<void*>(pProgressBarInfo));
     return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
   }
-  const YRAFT_PROGRESS_BAR_INFO next = *pProgressBarInfo;
+  const YRAFT_PROGRESS_BAR_INFO& next = *pProgressBarInfo;
   YRAFT_PROGRESS_BAR_INFO stored;
   m_progressBarInfo.Update([&](YRAFT_PROGRESS_BAR_INFO& info) {
     stored = info;
