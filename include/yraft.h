@@ -176,9 +176,10 @@ typedef struct YRAFT_TLV_ITEM {
 #define YRAFT_FILEINFO_NAME(pFileInfo) ((const char*)((pFileInfo) + 1))
 #define YRAFT_TLV_PAYLOAD(pTlvItem) ((const void*)((pTlvItem) + 1))
 
-#define YRAFT_BLOCK_MAX 65535u  /* bytes of a whole block, and of a whole item */
-#define YRAFT_PAYLOAD_MAX 65527 /* bytes of an item's payload */
-#define YRAFT_NAME_MAX 65510    /* bytes of a file-information record's name */
+#define YRAFT_BLOCK_MAX 65535u      /* bytes of a whole block, and of a whole item */
+#define YRAFT_PAYLOAD_MAX 65527     /* bytes of an item's payload */
+#define YRAFT_NAME_MAX 65510        /* bytes of a file-information record's name */
+#define YRAFT_ERROR_TEXTS_MAX 65524 /* bytes of an error message's three texts together */
 
 /* ---- Building blocks and records ---------------------------------------------------------------
  *
@@ -227,6 +228,13 @@ static inline unsigned int Yraft_TlvBlocksGetSize(YRAFT_TLV_BLOCKS* pTlvBlocks,
 static inline YRAFT_FILEINFO_ITEM* Yraft_FileInfoItemAllocate(const char* pName, int nameLen,
                                                               unsigned short fileContext,
                                                               unsigned long long fileSize);
+
+/* Allocates an error message of three texts, NUL-terminated and copied; NULL stands for an empty
+ * text. The caller releases it with free(). Answers NULL where the texts have more than
+ * YRAFT_ERROR_TEXTS_MAX bytes together, or without memory. */
+static inline YRAFT_ERROR_MESSAGE_INFO* Yraft_ErrorMessageAllocate(const char* pTitle,
+                                                                   const char* pPromptInfoFir,
+                                                                   const char* pPromptInfoSec);
 
 /* ---- Files ----------------------------------------------------------------------------------- */
 

@@ -217,6 +217,39 @@ static inline YRAFT_FILEINFO_ITEM* Yraft_FileInfoItemAllocate(const char* pName,
   return pItem;
 }
 
+static inline YRAFT_ERROR_MESSAGE_INFO* Yraft_ErrorMessageAllocate(const char* pTitle,
+                                                                   const char* pPromptInfoFir,
+                                                                   const char* pPromptInfoSec) {
+  YRAFT_ERROR_MESSAGE_INFO* pInfo = NULL;
+  const size_t titleLen = pTitle != NULL ? strlen(pTitle) : 0;
+  const size_t firLen = pPromptInfoFir != NULL ? strlen(pPromptInfoFir) : 0;
+  const size_t secLen = pPromptInfoSec != NULL ? strlen(pPromptInfoSec) : 0;
+  const size_t cbSize = sizeof(*pInfo) + titleLen + firLen + secLen + 3;
+  YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] In.");
+  if (cbSize > UINT16_MAX) {
+    YRAFT_TRACE(KVO_LOG_ERROR, "titleLen (%zu) or firLen (%zu) or SecLen (%zu) is invaild.",
+                titleLen, firLen, secLen);
+  } else {
+    pInfo = (YRAFT_ERROR_MESSAGE_INFO*)calloc(1, cbSize);
+    if (pInfo == NULL) {
+      YRAFT_TRACE(KVO_LOG_ERROR, "callback KvoMemoryAllocate failed.(%d)", (int)cbSize);
+    } else {
+      char* pText = (char*)(pInfo + 1); /* calloc has written the NULs */
+      pInfo->cbSize = (uint16_t)cbSize;
+      pInfo->titleLen = (uint16_t)titleLen;
+      pInfo->firLen = (uint16_t)firLen;
+      pInfo->SecLen = (uint16_t)secLen;
+      if (titleLen > 0) memcpy(pText, pTitle, titleLen);
+      pText += titleLen + 1;
+      if (firLen > 0) memcpy(pText, pPromptInfoFir, firLen);
+      pText += firLen + 1;
+      if (secLen > 0) memcpy(pText, pPromptInfoSec, secLen);
+    }
+  }
+  YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] Out: Data=0x%x.", YRAFT_TRACE_ADDRESS(pInfo));
+  return pInfo;
+}
+
 static inline int Yraft_GetFileSize(const char* pFileName) {
   int size = 0;
   YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] In.");

@@ -219,28 +219,20 @@ TEST_F(Call, ReturnsWhenTheHostDestroysTheProgressWindowAtOnce) {
 // ---- The error box -----------------------------------------------------------------------------
 
 TEST_F(Call, ShowsTheTextsOfARecordAsTheyAre) {
-  struct {
-    YRAFT_ERROR_MESSAGE_INFO info;
-    char texts[64];
-  } record = {};
   const std::string title = "100% Oops";
   const std::string main = "<b>a & b</b> %s\xFF";
   const std::string more = "%d more";
-  memcpy(record.texts, (title + '\0' + main + '\0' + more).data(),
-         title.size() + main.size() + more.size() + 2);
-  record.info.titleLen = static_cast<uint16_t>(title.size());
-  record.info.firLen = static_cast<uint16_t>(main.size());
-  record.info.SecLen = static_cast<uint16_t>(more.size());
-  record.info.cbSize = static_cast<uint16_t>(11 + title.size() + main.size() + more.size());
-  std::future<int> type = Show(4, &record);
+  const std::unique_ptr<YRAFT_ERROR_MESSAGE_INFO, decltype(&free)> record(
+      Yraft_ErrorMessageAllocate(title.c_str(), main.c_str(), more.c_str()), free);
+  std::future<int> type = Show(4, record.get());
   ASSERT_TRUE(WaitFocus(title));
   EXPECT_EQ(LabelText(title, 0), "<b>a & b</b> %s\xEF\xBF\xBD");
   EXPECT_EQ(LabelText(title, 1), more);
   user.Key("Return");
   EXPECT_EQ(Await(type), 4);
   EXPECT_TRUE(user.WaitNoWindow(title));
-  --record.info.cbSize;
-  type = Show(4, &record);
+  --record->cbSize;
+  type = Show(4, record.get());
   EXPECT_EQ(Await(type), 0);
 }
 

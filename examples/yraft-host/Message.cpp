@@ -1,7 +1,4 @@
 // One error box, until the user closes it.
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
 #include <string>
 
 #include "Choice.h"
@@ -11,25 +8,13 @@
 
 namespace {
 
-// The three texts stand behind the record's head, each with its NUL; all lengths have 16 bits.
 Allocated<YRAFT_ERROR_MESSAGE_INFO> NewMessage(const std::string& title, const std::string& text,
                                                const std::string& more) {
-  const std::size_t size =
-      sizeof(YRAFT_ERROR_MESSAGE_INFO) + title.size() + text.size() + more.size() + 3;
-  if (size > UINT16_MAX) throw UsageError("the texts are longer than 65524 bytes together");
-  Allocated<YRAFT_ERROR_MESSAGE_INFO> record(
-      static_cast<YRAFT_ERROR_MESSAGE_INFO*>(std::calloc(1, size)));
-  if (!record) return record;
-  record->cbSize = static_cast<std::uint16_t>(size);
-  record->titleLen = static_cast<std::uint16_t>(title.size());
-  record->firLen = static_cast<std::uint16_t>(text.size());
-  record->SecLen = static_cast<std::uint16_t>(more.size());
-  char* at = reinterpret_cast<char*>(record.get() + 1);
-  for (const std::string* part : {&title, &text, &more}) {
-    std::memcpy(at, part->c_str(), part->size() + 1);
-    at += part->size() + 1;
+  if (title.size() + text.size() + more.size() > YRAFT_ERROR_TEXTS_MAX) {
+    throw UsageError("the texts are longer than 65524 bytes together");
   }
-  return record;
+  return Allocated<YRAFT_ERROR_MESSAGE_INFO>(
+      Yraft_ErrorMessageAllocate(title.c_str(), text.c_str(), more.c_str()));
 }
 
 ExitStatus WaitUntilClosed(Session& session, Console& console) {

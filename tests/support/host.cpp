@@ -116,18 +116,8 @@ void Host::Progress(int event, const std::string& name, uint32_t offset, uint32_
 }
 
 void Host::Error(const std::string& title, const std::string& first, const std::string& second) {
-  const std::size_t size = 11 + title.size() + first.size() + second.size();
-  auto* info = static_cast<YRAFT_ERROR_MESSAGE_INFO*>(calloc(1, size));
-  info->cbSize = static_cast<uint16_t>(size);
-  info->titleLen = static_cast<uint16_t>(title.size());
-  info->firLen = static_cast<uint16_t>(first.size());
-  info->SecLen = static_cast<uint16_t>(second.size());
-  char* text = reinterpret_cast<char*>(info + 1);
-  for (const std::string* part : {&title, &first, &second}) {
-    memcpy(text, part->data(), part->size());
-    text += part->size() + 1;
-  }
-  Send(YRAFT_UI_SIGNAL_MESSAGE, 0, info);
+  Send(YRAFT_UI_SIGNAL_MESSAGE, 0,
+       Yraft_ErrorMessageAllocate(title.c_str(), first.c_str(), second.c_str()));
 }
 
 namespace {
