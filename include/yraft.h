@@ -98,28 +98,46 @@ extern "C" {
 #define YRAFT_NOTIFY_RESUME 9u
 #define YRAFT_NOTIFY_CANCEL 10u
 
-/* ---- Records --------------------------------------------------------------------------------- */
+/* ---- Records -----------------------------------------------------------------------------------
+ *
+ * Packed twice: the pragma places the fields, the attribute lets a compiler warn whoever takes the
+ * address of one that may be unaligned. Copy such a field instead. A record that ends in its text
+ * is a member of another structure at that one's end only.
+ */
 
+#if defined(__GNUC__)
+#define YRAFT_PACKED __attribute__((packed))
+/* C++ has arrays without a length as an extension only. */
+#define YRAFT_EXTENSION __extension__
+#else
+#define YRAFT_PACKED
+#define YRAFT_EXTENSION
+#endif
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wc99-extensions"
+#endif
 #pragma pack(push, 1)
 
-/* The fixed head of a file or directory of a transfer; nameLen + 1 bytes of name follow it
- * (YRAFT_FILEINFO_NAME). cbSize = 24 + nameLen + 1, so a name has at most 65510 bytes. */
-typedef struct YRAFT_FILEINFO_ITEM {
+/* A file or directory of a transfer: a head of 24 bytes, which is what sizeof and a copy by value
+ * mean, and the name. cbSize = 24 + nameLen + 1, so a name has at most 65510 bytes. */
+typedef struct YRAFT_PACKED YRAFT_FILEINFO_ITEM {
   uint16_t nameLen;
   uint16_t cbSize;
   uint16_t fileContext; /* number of the file within its transfer or choice */
   uint16_t reserved1;
   uint32_t fileTransferOperation;
   uint32_t reserved2;
-  uint64_t fileSize; /* bytes; exact below 2 GiB where the library measured it */
+  uint64_t fileSize;           /* bytes; exact below 2 GiB where the library measured it */
+  YRAFT_EXTENSION char name[]; /* the path, nameLen bytes and a NUL */
 } YRAFT_FILEINFO_ITEM;
 
 /* What the host keeps per file for its UI. The library carries the bytes without reading them. */
-typedef struct YRAFT_FILES_UI {
+typedef struct YRAFT_PACKED YRAFT_FILES_UI {
   unsigned char data[32];
 } YRAFT_FILES_UI;
 
-typedef struct YRAFT_UI_THREADINFO {
+typedef struct YRAFT_PACKED YRAFT_UI_THREADINFO {
   uint16_t currentFileNo;
   uint32_t fileTransferOperation;
   uint64_t pThreadId;
@@ -127,7 +145,7 @@ typedef struct YRAFT_UI_THREADINFO {
 
 /* Policy limits of a choice. The library enforces maxFiles and maxFileSize, and those only in the
  * one-call selection; the other four are carried and traced. */
-typedef struct YRAFT_THRESHOLD_INFO {
+typedef struct YRAFT_PACKED YRAFT_THRESHOLD_INFO {
   uint16_t maxDataQueueLen;
   uint16_t maxBlockSize;
   uint32_t maxFileSize; /* bytes, all files of one choice together */
@@ -137,7 +155,7 @@ typedef struct YRAFT_THRESHOLD_INFO {
 } YRAFT_THRESHOLD_INFO;
 
 /* The figures of the progress window. */
-typedef struct YRAFT_PROGRESS_BAR_INFO {
+typedef struct YRAFT_PACKED YRAFT_PROGRESS_BAR_INFO {
   uint32_t evtType;     /* the host's own event number; traced only */
   uint16_t fileContext; /* number of the current file, from 0; shown from 1 */
   uint16_t filesNum;
@@ -149,31 +167,36 @@ typedef struct YRAFT_PROGRESS_BAR_INFO {
   unsigned char reserved[12];
 } YRAFT_PROGRESS_BAR_INFO;
 
-/* The head of an error message; title, first and second prompt follow, each with its NUL.
+/* An error message: a head of 8 bytes, the title, and behind it the main text (firLen bytes, in
+ * Pango markup) and the secondary text (SecLen), each with its NUL.
  * cbSize = 11 + titleLen + firLen + SecLen. */
-typedef struct YRAFT_ERROR_MESSAGE_INFO {
+typedef struct YRAFT_PACKED YRAFT_ERROR_MESSAGE_INFO {
   uint16_t cbSize;
   uint16_t titleLen;
   uint16_t firLen;
   uint16_t SecLen;
+  YRAFT_EXTENSION char Title[]; /* titleLen bytes and a NUL */
 } YRAFT_ERROR_MESSAGE_INFO;
 
-typedef struct YRAFT_TLV_BLOCKS {
+typedef struct YRAFT_PACKED YRAFT_TLV_BLOCKS {
   uint16_t ListBlocks;
   uint16_t ListCount;
   uint64_t FilesSize;
 } YRAFT_TLV_BLOCKS;
 
-typedef struct YRAFT_TLV_ITEM {
+typedef struct YRAFT_PACKED YRAFT_TLV_ITEM {
   uint16_t cbSize; /* head and payload */
   uint16_t Reserved;
   uint32_t reserved2;
 } YRAFT_TLV_ITEM;
 
 #pragma pack(pop)
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#endif
 
-/* Where the bytes behind a fixed head start; the name is NUL-terminated. */
-#define YRAFT_FILEINFO_NAME(pFileInfo) ((const char*)((pFileInfo) + 1))
+#define YRAFT_FILEINFO_NAME(pFileInfo) ((const char*)(pFileInfo)->name)
+/* Where an item's payload starts. */
 #define YRAFT_TLV_PAYLOAD(pTlvItem) ((const void*)((pTlvItem) + 1))
 
 #define YRAFT_BLOCK_MAX 65535u      /* bytes of a whole block, and of a whole item */

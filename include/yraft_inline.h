@@ -28,6 +28,7 @@ YRAFT_ASSERT(offsetof(YRAFT_FILEINFO_ITEM, reserved1) == 6);
 YRAFT_ASSERT(offsetof(YRAFT_FILEINFO_ITEM, fileTransferOperation) == 8);
 YRAFT_ASSERT(offsetof(YRAFT_FILEINFO_ITEM, reserved2) == 12);
 YRAFT_ASSERT(offsetof(YRAFT_FILEINFO_ITEM, fileSize) == 16);
+YRAFT_ASSERT(offsetof(YRAFT_FILEINFO_ITEM, name) == 24);
 YRAFT_ASSERT(sizeof(YRAFT_FILES_UI) == 32);
 YRAFT_ASSERT(sizeof(YRAFT_UI_THREADINFO) == 14);
 YRAFT_ASSERT(offsetof(YRAFT_UI_THREADINFO, currentFileNo) == 0);
@@ -55,6 +56,7 @@ YRAFT_ASSERT(offsetof(YRAFT_ERROR_MESSAGE_INFO, cbSize) == 0);
 YRAFT_ASSERT(offsetof(YRAFT_ERROR_MESSAGE_INFO, titleLen) == 2);
 YRAFT_ASSERT(offsetof(YRAFT_ERROR_MESSAGE_INFO, firLen) == 4);
 YRAFT_ASSERT(offsetof(YRAFT_ERROR_MESSAGE_INFO, SecLen) == 6);
+YRAFT_ASSERT(offsetof(YRAFT_ERROR_MESSAGE_INFO, Title) == 8);
 YRAFT_ASSERT(sizeof(YRAFT_TLV_BLOCKS) == 12);
 YRAFT_ASSERT(offsetof(YRAFT_TLV_BLOCKS, ListBlocks) == 0);
 YRAFT_ASSERT(offsetof(YRAFT_TLV_BLOCKS, ListCount) == 2);
@@ -206,7 +208,7 @@ static inline YRAFT_FILEINFO_ITEM* Yraft_FileInfoItemAllocate(const char* pName,
       pItem->fileContext = fileContext;
       pItem->fileSize = fileSize;
       if (pName != NULL) {
-        memcpy(pItem + 1, pName, (size_t)nameLen); /* calloc has written the NUL */
+        memcpy(pItem->name, pName, (size_t)nameLen); /* calloc has written the NUL */
         YRAFT_TRACE(KVO_LOG_VERBOSE, "name[%s].", YRAFT_FILEINFO_NAME(pItem));
       }
       YRAFT_TRACE(KVO_LOG_VERBOSE, "End: cbSize=%d, fileContext=%u, fileSize=%u, nameLen=%u.",
@@ -234,7 +236,7 @@ static inline YRAFT_ERROR_MESSAGE_INFO* Yraft_ErrorMessageAllocate(const char* p
     if (pInfo == NULL) {
       YRAFT_TRACE(KVO_LOG_ERROR, "callback KvoMemoryAllocate failed.(%d)", (int)cbSize);
     } else {
-      char* pText = (char*)(pInfo + 1); /* calloc has written the NULs */
+      char* pText = pInfo->Title; /* calloc has written the NULs */
       pInfo->cbSize = (uint16_t)cbSize;
       pInfo->titleLen = (uint16_t)titleLen;
       pInfo->firLen = (uint16_t)firLen;
