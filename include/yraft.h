@@ -225,14 +225,15 @@ static inline unsigned int Yraft_TlvBlocksAllocate(YRAFT_TLV_BLOCKS** ppTlvBlock
  * it with free(). Answers NULL for a null or empty or too long payload, or without memory. */
 static inline YRAFT_TLV_ITEM* Yraft_TlvItemAllocate(const void* pData, unsigned short dataLen);
 
-/* Appends a copy of an item to a block; the item stays the caller's.
+/* Appends a copy of an item to a well-formed block; the item stays the caller's.
  *
  * bufferLen  the block's capacity in bytes, as it was allocated
- * cbSize     the item's size, which must agree with the item's own field
+ * cbSize     the item's size in bytes, head included; must agree with the item's own field
  *
  * Answers YRAFT_STATUS_SUCCESS, YRAFT_STATUS_INVALID_PARAM (null argument) or
- * YRAFT_STATUS_BUFFER_TOO_SMALL (the sizes disagree, or no room); on failure the block is
- * unchanged. Walks the block, so building n items takes time in n squared. */
+ * YRAFT_STATUS_BUFFER_TOO_SMALL (the sizes disagree or are below the 8 bytes of a head, or the
+ * block would be longer than its capacity or YRAFT_BLOCK_MAX); on failure the block is unchanged.
+ * Walks the block, so building n items takes time in n squared. */
 static inline unsigned int Yraft_TlvBlocksAddItem(YRAFT_TLV_BLOCKS* pTlvBlocks, int bufferLen,
                                                   YRAFT_TLV_ITEM* pData, int cbSize);
 
@@ -265,8 +266,8 @@ static inline YRAFT_ERROR_MESSAGE_INFO* Yraft_ErrorMessageAllocate(const char* p
  * be told: the low 32 bits as a signed number, exact below 2 GiB. */
 static inline int Yraft_GetFileSize(const char* pFileName);
 
-/* Answers the part of a path behind the last `key` (the whole path where there is none), inside the
- * caller's string; NULL for a null path. */
+/* Answers the part of a path behind the last `key`, inside the caller's string: the whole path
+ * where it has none or where key is 0, and NULL for a null path. */
 static inline const char* Yraft_GetFileNameFromFilePath(const char* pFilePath, char key);
 
 /* ---- Reading a block that came from somewhere else ----------------------------------------------

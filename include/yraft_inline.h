@@ -129,14 +129,14 @@ static inline YRAFT_TLV_ITEM* Yraft_TlvItemAllocate(const void* pData, unsigned 
 }
 
 /* Answers the used length of a well-formed block in bytes: the header and every item. */
-static inline unsigned short yraft_block_used_(const YRAFT_TLV_BLOCKS* pTlvBlocks) {
+static inline long yraft_block_used_(const YRAFT_TLV_BLOCKS* pTlvBlocks) {
   const unsigned char* pItem = (const unsigned char*)pTlvBlocks + pTlvBlocks->ListBlocks;
-  unsigned short size = sizeof(YRAFT_TLV_BLOCKS);
+  long size = sizeof(YRAFT_TLV_BLOCKS);
   int i;
   for (i = 0; i < pTlvBlocks->ListCount; ++i) {
     uint16_t cbSize;
     memcpy(&cbSize, pItem, sizeof(cbSize));
-    size = (unsigned short)(size + cbSize);
+    size += cbSize;
     pItem += cbSize;
   }
   return size;
@@ -151,7 +151,7 @@ static inline unsigned int Yraft_TlvBlocksGetSize(YRAFT_TLV_BLOCKS* pTlvBlocks,
                 (void*)pSize);
     ret = YRAFT_STATUS_INVALID_PARAM;
   } else {
-    *pSize = yraft_block_used_(pTlvBlocks);
+    *pSize = (unsigned short)yraft_block_used_(pTlvBlocks);
     YRAFT_TRACE(KVO_LOG_VERBOSE, "size=%d.", *pSize);
   }
   YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] Out: ret=0x%x.", ret);
@@ -166,20 +166,21 @@ static inline unsigned int Yraft_TlvBlocksAddItem(YRAFT_TLV_BLOCKS* pTlvBlocks, 
     YRAFT_TRACE(KVO_LOG_ERROR, "pTlvBlocks (%p) or pData (%p) is null.", (void*)pTlvBlocks,
                 (void*)pData);
     ret = YRAFT_STATUS_INVALID_PARAM;
-  } else if (cbSize <= 0 || cbSize != pData->cbSize) {
+  } else if (cbSize < (int)sizeof(*pData) || cbSize != pData->cbSize) {
     YRAFT_TRACE(KVO_LOG_ERROR, "cbSize (%d) or data of cbSize (%d) is invaild.", cbSize,
                 pData->cbSize);
     ret = YRAFT_STATUS_BUFFER_TOO_SMALL;
   } else {
-    const int pktLen = yraft_block_used_(pTlvBlocks);
-    YRAFT_TRACE(KVO_LOG_VERBOSE, "pktLen=%d, cbSize=%d, Reserved=%u.", pktLen, pData->cbSize,
+    const int room = bufferLen < (int)YRAFT_BLOCK_MAX ? bufferLen : (int)YRAFT_BLOCK_MAX;
+    const long pktLen = yraft_block_used_(pTlvBlocks);
+    YRAFT_TRACE(KVO_LOG_VERBOSE, "pktLen=%d, cbSize=%d, Reserved=%u.", (int)pktLen, pData->cbSize,
                 pData->Reserved);
-    if (pktLen + cbSize > bufferLen) {
-      YRAFT_TRACE(KVO_LOG_ERROR, "buffer space is too small.( (%d + %d) > %d )", pktLen, cbSize,
-                  bufferLen);
+    if (pktLen + cbSize > room) {
+      YRAFT_TRACE(KVO_LOG_ERROR, "buffer space is too small.( (%d + %d) > %d )", (int)pktLen,
+                  cbSize, room);
       ret = YRAFT_STATUS_BUFFER_TOO_SMALL;
     } else {
-      YRAFT_TRACE(KVO_LOG_VERBOSE, "pktLen=%d, ListBlocks=%d, ListCount=%d.", pktLen,
+      YRAFT_TRACE(KVO_LOG_VERBOSE, "pktLen=%d, ListBlocks=%d, ListCount=%d.", (int)pktLen,
                   pTlvBlocks->ListBlocks, pTlvBlocks->ListCount);
       memcpy((unsigned char*)pTlvBlocks + pktLen, pData, (size_t)cbSize);
       ++pTlvBlocks->ListCount;
@@ -209,7 +210,7 @@ static inline YRAFT_FILEINFO_ITEM* Yraft_FileInfoItemAllocate(const char* pName,
       pItem->fileSize = fileSize;
       if (pName != NULL) {
         memcpy(pItem->name, pName, (size_t)nameLen); /* calloc has written the NUL */
-        YRAFT_TRACE(KVO_LOG_VERBOSE, "name[%s].", YRAFT_FILEINFO_NAME(pItem));
+        YRAFT_TRACE(KVO_LOG_VERBOSE, "name[%.*s].", nameLen, YRAFT_FILEINFO_NAME(pItem));
       }
       YRAFT_TRACE(KVO_LOG_VERBOSE, "End: cbSize=%d, fileContext=%u, fileSize=%u, nameLen=%u.",
                   pItem->cbSize, pItem->fileContext, (unsigned int)pItem->fileSize, pItem->nameLen);
@@ -273,10 +274,13 @@ static inline int Yraft_GetFileSize(const char* pFileName) {
 static inline const char* Yraft_GetFileNameFromFilePath(const char* pFilePath, char key) {
   const char* pName = NULL;
   YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] In.");
-  if (pFilePath != NULL) {
-    const char* pKey = strrchr(pFilePath, key);
+  if (pFilePath == NULL) {
+    YRAFT_TRACE(KVO_LOG_ERROR, "pFilePath (%p) is null.", (const void*)pFilePath);
+  } else {
+    /* strrchr takes a path's own NUL for a character of it, and %c writes one into the line. */
+    const char* pKey = key != '\0' ? strrchr(pFilePath, key) : NULL;
     pName = pKey != NULL ? pKey + 1 : pFilePath;
-    YRAFT_TRACE(KVO_LOG_VERBOSE, "file path[%s], name[%s], key=%c.", pFilePath, pName, key);
+    YRAFT_TRACE(KVO_LOG_VERBOSE, "file path[%s], name[%s], key=%.1s.", pFilePath, pName, &key);
   }
   YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] Out: pos=0x%x.", YRAFT_TRACE_ADDRESS(pName));
   return pName;
