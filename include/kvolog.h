@@ -8,6 +8,10 @@
  * The functions below that answer 1 or 0 answer 1 for done. Those that read or change the file
  * answer 0, NULL or KVO_LOG_UNKNOWN while it is not mapped. Any thread may call them between an
  * initialisation and the shutdown.
+ *
+ * fork(). The child shares its parent's connection to the log service: it may write lines and
+ * change levels, but must not call KvoLogShutdown, which would end the connection for both. A
+ * program that it starts with exec() calls KvoLogInit for itself.
  */
 #ifndef KVOLOG_H
 #define KVOLOG_H

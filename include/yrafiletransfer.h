@@ -1,7 +1,8 @@
 /* The C interface of libyrafiletransfer: the queue store and the dialogs of a transfer.
  *
- * Every function answers a result code of yraft.h (0 is success) unless it says otherwise, checks
- * its pointer arguments, and lets no exception out. Valid C11 and C++.
+ * Every function answers a result code of yraft.h (YRAFT_STATUS_SUCCESS is 0) unless it says
+ * otherwise, checks its pointer arguments, and lets no exception out. Valid C11 and C++11, and
+ * later.
  *
  * Ownership. Memory that crosses this boundary comes from the C allocator and is released with
  * free() by its last holder. A store keeps the pointers pushed into it and copies nothing; a block
@@ -9,6 +10,10 @@
  *
  * Threads. Calls on one store must not overlap; different stores are independent. The threads of
  * the UI functions are told with each.
+ *
+ * fork(). The child shares its parent's connection to the display and has no UI thread: it uses
+ * nothing of the dialogs. Its copy of a store works on; what it may log is told in kvolog.h. After
+ * exec() all of it may be used.
  */
 #ifndef YRAFILETRANSFER_H
 #define YRAFILETRANSFER_H
@@ -43,71 +48,90 @@ typedef struct YraWinUI YraWinUI;
  * `key` selects the entry of the map and is ignored by every other container.
  */
 
-/* Creates an empty store in *ppYraRW, which is NULL on failure. Answers 0, 70 (null argument) or 87
- * (no memory). */
+/* Creates an empty store in *ppYraRW, which is NULL on failure. Release it with YraftRWDestory.
+ * Answers YRAFT_STATUS_SUCCESS, YRAFT_STATUS_INVALID_PARAM (null argument) or
+ * YRAFT_STATUS_RW_CREATE_FAILED (no memory). */
 unsigned int YraftRWCreate(YraRW** ppYraRW);
 
-/* Destroys the store with what it owns and sets *ppYraRW to NULL. Always answers 0; a null argument
- * or an already null store is harmless. */
+/* Destroys the store with what it owns and sets *ppYraRW to NULL. Always answers
+ * YRAFT_STATUS_SUCCESS; a null argument or an already null store is harmless. */
 unsigned int YraftRWDestory(YraRW** ppYraRW);
 
-/* Empties all seven containers. Answers 0, or 70 for a null store. */
+/* Empties all seven containers. Answers YRAFT_STATUS_SUCCESS, or YRAFT_STATUS_INVALID_PARAM for a
+ * null store. */
 unsigned int YraftRWReset(YraRW* pYraRW);
 
 /* Appends an element to a container, or inserts it into the map under `key` (0 to 65535).
  *
- * pData    the element, allocated with the C allocator; the store's on success, yours on failure
+ * pData    the element, allocated with the C allocator; the store's on success, yours on failure.
+ *          Push a pointer once: what stands in two places is freed twice. A file-information record
+ *          is read when it is pushed and must be whole.
  * dataLen  its length in bytes, not 0; counts into the context size of types 1 to 3 only
  *
- * Answers 0, 70 (null store or element, length 0, unknown type, key out of range), 86 (no memory)
- * or 104 (the key is present).
- */
+ * Answers YRAFT_STATUS_SUCCESS, YRAFT_STATUS_INVALID_PARAM (null store or element, length 0,
+ * unknown type, key out of range), YRAFT_STATUS_NO_MEMORY or YRAFT_STATUS_KEY_EXISTS. */
 unsigned int YraftRWPush(YraRW* pYraRW, int queueType, int key, unsigned char* pData,
                          unsigned int dataLen);
 
 /* Stores the front element, or the map's value under `key`, in *ppData; it stays in the store.
- * Answers 0, 19 (nothing there) or 70; *ppData is NULL on failure. */
+ * Answers YRAFT_STATUS_SUCCESS, YRAFT_STATUS_KEY_NOT_FOUND (nothing there) or
+ * YRAFT_STATUS_INVALID_PARAM (null argument, unknown type); *ppData is NULL on failure. */
 unsigned int YraftRWFront(YraRW* pYraRW, int queueType, int key, unsigned char** ppData);
 
 /* Takes the front element, or the map's entry under `key`, out of the store and hands it over in
- * *ppData. Answers 0, 19 (nothing there) or 70; *ppData is NULL on failure. */
+ * *ppData, to be released with free(). Answers as YraftRWFront; *ppData is NULL on failure. */
 unsigned int YraftRWPopFront(YraRW* pYraRW, int queueType, int key, unsigned char** ppData);
 
-/* Drops the front element, or the map's entry under `key`. Answers 0 (also when nothing was there)
- * or 70. */
+/* Drops the front element, or the map's entry under `key`. Answers YRAFT_STATUS_SUCCESS (also when
+ * nothing was there) or YRAFT_STATUS_INVALID_PARAM (null store, unknown type). */
 unsigned int YraftRWPop(YraRW* pYraRW, int queueType, int key);
 
 /* Answers true if the map (type 7) holds `key`; false for every other type and a null store. */
 bool YraftRWFind(YraRW* pYraRW, int queueType, int key);
 
-/* Stores the number of elements in *pSize. Answers 0 or 70; *pSize is 0 on failure. */
+/* Stores the number of elements in *pSize, which is 0 on failure. Answers YRAFT_STATUS_SUCCESS or
+ * YRAFT_STATUS_INVALID_PARAM (null argument, unknown type). */
 unsigned int YraftRWSize(YraRW* pYraRW, int queueType, int* pSize);
 
 /* Answers true if the container is empty, the type unknown or the store null. */
 bool YraftRWEmpty(YraRW* pYraRW, int queueType);
 
-/* Empties one container. Answers 0 or 70. */
+/* Empties one container. Answers YRAFT_STATUS_SUCCESS or YRAFT_STATUS_INVALID_PARAM (null store,
+ * unknown type). */
 unsigned int YraftRWClear(YraRW* pYraRW, int queueType);
 
 /* Stores in *pContextSize what the container's elements weigh now, in bytes: the lengths given with
  * the buffers (types 1 to 3), nameLen + 1 of every record (4 and 6), 32 (5) or 14 (7) an element.
- * Answers 0 or 70; *pContextSize is 0 on failure. */
+ * Answers YRAFT_STATUS_SUCCESS or YRAFT_STATUS_INVALID_PARAM (null argument, unknown type);
+ * *pContextSize is 0 on failure. */
 unsigned int YraftRWContextSize(YraRW* pYraRW, int queueType, unsigned int* pContextSize);
 
 /* Packs a whole container into one TLV block (yraft.h), in order, and leaves it as it was.
  *
- * ppTlvBlocks  receives the block, which is yours; NULL where none was made. A block of types 1 to
- *              3 carries the buffers' addresses: they still belong to the store.
+ * ppTlvBlocks  receives the block, which is yours to free(); NULL where none was made. A block of
+ *              types 1 to 3 carries the buffers' addresses: they still belong to the store.
  *
- * Answers 0, 70, 9 (the container needs more than the 65535 bytes of a block; nothing is made) or
- * 86 (no memory). A block can come with a result other than 0, then ListCount tells what it holds.
- */
+ * Answers YRAFT_STATUS_SUCCESS, YRAFT_STATUS_INVALID_PARAM (null argument, unknown type),
+ * YRAFT_STATUS_BUFFER_TOO_SMALL (needs more than the YRAFT_BLOCK_MAX bytes of a block, as a single
+ * record does whose name has more than YRAFT_BLOCK_NAME_MAX; nothing is made) or
+ * YRAFT_STATUS_NO_MEMORY. A block can come with a result other than success; its ListCount tells
+ * what it holds. */
 unsigned int YraftRWGetAll(YraRW* pYraRW, int queueType, unsigned char** ppTlvBlocks);
 
-/* A placeholder that only reports that it was called. Answers 0. */
+/* A placeholder that only reports that it was called. Answers YRAFT_STATUS_SUCCESS. */
 unsigned int Yraft_GetFile(void);
 
 /* ---- Dialogs ------------------------------------------------------------------------------------
+ *
+ * Two ways: a persistent UI has a thread of its own and takes requests from any thread; a one-call
+ * dialog runs in the thread that calls for it, until the user has answered.
+ *
+ * Both run GTK's main loop, and a process has only one. Use one way at a time: one-call dialogs
+ * before the persistent UI starts or after it has ended, all from one thread. While a persistent UI
+ * serves, send it YRAFT_UI_SIGNAL_SELECT_FLIES or YRAFT_UI_SIGNAL_SELECT_DIR instead. A one-call
+ * dialog in another thread beside it needs GDK's lock, so call gdk_threads_init() before GTK
+ * starts; one of the two threads then runs the callbacks of both. Never call for a dialog while you
+ * hold that lock, from a GTK callback or from the notify function.
  */
 
 /* The signals of a persistent UI, indexed by signal type. You provide it, zeroed, and keep it until
@@ -124,43 +148,65 @@ typedef struct YRAFT_SELF_SIGNAL {
 YRAFT_ASSERT(sizeof(YRAFT_SELF_SIGNAL_ENTRY) == 16);
 
 /* What the UI has to tell you. Called from the thread that sent a signal (refusals) and from the UI
- * thread (everything else), possibly from both at once; it must not block for long, since the UI
- * stands still meanwhile.
+ * thread (everything else), possibly from both at once.
  *
- *   event  sub  status           value            data
- *     3    15   0                block length     the chosen files, a TLV block
- *     3    15   4, 0x8000000x    0                NULL: declined, failed
- *     3     7   0x80000001       0                NULL: the request was refused
- *     5    15   as event 3                        the chosen directory, a TLV block with one item
- *     5     7   as event 3
- *     7    15   0x80000001       0                NULL: a progress request was refused
- *     7     7   0                0                the UI object of a one-call progress window
- *     8     7   2                fileContext      NULL: the user paused the transfer
- *     9     7   3                fileContext      NULL: … resumed it
- *    10     7   4                fileContext      NULL: … cancelled it
+ *   event             sub  status     value         data
+ *   CHOOSE_FILES       15  SUCCESS    block length  the chosen files, a TLV block
+ *   CHOOSE_FILES       15  see below  0             NULL: no choice
+ *   CHOOSE_FILES        7  FAILED     0             NULL: the request was refused
+ *   CHOOSE_DIRECTORY    …  the same three; the block has one item
+ *   PROGRESS_BAR       15  FAILED     0             NULL: a progress request was refused
+ *   PROGRESS_BAR        7  SUCCESS    0             the UI object of a one-call progress window
+ *   PAUSE               7  PAUSED     fileContext   NULL: the user paused the transfer
+ *   RESUME              7  RESUMED    fileContext   NULL: … resumed it
+ *   CANCEL              7  CANCELLED  fileContext   NULL: … cancelled it
  *
- * A block is yours to free(), whatever you answer. The answer is traced when it is not 0.
- */
+ * event is YRAFT_NOTIFY_…, status YRAFT_OPT_STATUS_…. Each request for a choice is answered once.
+ * Without a choice the status is CANCELLED (the user declined, or the UI ended), FAILED or NO_UI.
+ * FAILED is also the answer to a choice that is too large for a block: each path takes its length
+ * in bytes and YRAFT_FILE_IN_BLOCK more, and all together at most YRAFT_BLOCK_MAX - 12, which is
+ * enough for 490 paths of 100 bytes.
+ *
+ * A block has `value` bytes and is yours to free(), whatever you answer. Answer 0; anything else is
+ * traced, and is the result of a one-call progress window.
+ *
+ * The UI stands still while the function runs, and its end waits for it. So pass on what you were
+ * told, through a pipe or a queue, and return; never wait there for the UI to end, that is for
+ * YraMainWinUICreate to return or its thread to be joined. */
 typedef unsigned int (*YRAFT_NOTIFY_FUN)(unsigned int event, unsigned int subCode,
                                          unsigned int status, unsigned int value, void* pData);
 
-/* Registers the one notify function of the process; NULL clears it. Register it before the UI
- * starts. Without one, notifications are dropped and their blocks released. */
+/* Registers the one notify function of the process in place of the one before; NULL clears it.
+ * Register it before the UI starts. Without one, notifications are dropped and their blocks
+ * released. Any thread. The function registered before may still be called for a short time after
+ * this has returned: keep what it uses, and its code, until the UI has ended. */
 void YraSetYraNotifyCallback(YRAFT_NOTIFY_FUN pFun);
 
+/* The step of YraSetYraNotifyCallback that stores the function: the same, traced under
+ * KVO_CLASS_YRAFT_WIN only. */
+void YraSetYraNotifyFun(YRAFT_NOTIFY_FUN pFun);
+
+/* Calls the registered notify function with these arguments, in the calling thread; the library
+ * itself calls you no other way. Answers what the function answered, or YRAFT_STATUS_INVALID_PARAM
+ * where none is registered: a block in pData is still yours then. Any thread. */
+unsigned int YraCallbackYraNotify(unsigned int event, unsigned int subCode, unsigned int status,
+                                  unsigned int value, void* pData);
+
 /* Runs a persistent UI in the calling thread, which becomes the UI thread: builds the dialogs
- * hidden, fills the table, serves signals, and returns when signal 5 has been handled or the
- * display cannot be opened.
+ * hidden, fills the table, serves signals, and returns when YRAFT_UI_SIGNAL_THREAD_DESTORY has been
+ * handled or the display cannot be opened. At that end an open dialog counts as declined, and so do
+ * the choices that still wait for one.
  *
  * argc, argv  arguments for GTK; argv may be NULL
  * pInput      a YRAFT_SELF_SIGNAL
- * ppWinUI     receives the UI object, to be deleted with YraMainWinUIDestory
+ * ppWinUI     receives the UI object when the UI has ended; release it with YraMainWinUIDestory
  *
- * Answers 0, 70 (null pInput or ppWinUI) or 13 (no memory). One persistent UI at a time.
- */
+ * Answers YRAFT_STATUS_SUCCESS, YRAFT_STATUS_INVALID_PARAM (null pInput or ppWinUI) or
+ * YRAFT_STATUS_UI_CREATE_FAILED (no memory). One persistent UI at a time; another may follow. */
 unsigned int YraMainWinUICreate(int argc, char** argv, void* pInput, YraWinUI** ppWinUI);
 
-/* Deletes a UI object whose YraMainWinUICreate has returned. Always answers 0. */
+/* Deletes a UI object whose YraMainWinUICreate has returned; NULL is harmless. Always answers
+ * YRAFT_STATUS_SUCCESS. Call it without GDK's lock. */
 unsigned int YraMainWinUIDestory(YraWinUI* pWinUI);
 
 /* Sends a request to a persistent UI and returns without waiting for the user; the outcome comes
@@ -170,30 +216,33 @@ unsigned int YraMainWinUIDestory(YraWinUI* pWinUI);
  * signalType   YRAFT_UI_SIGNAL_SELECT_FLIES … YRAFT_UI_SIGNAL_THREAD_DESTORY
  * evtType      YRAFT_PROGRESS_… for the progress signal, else unused
  * key          traced only
- * pInput       the record that the signal takes, allocated with malloc(); the library's once the
- *              signal was sent
+ * pInput       the record that the signal takes (yraft.h), whole and allocated with malloc() or
+ *              calloc(); the library's once the signal was sent
  *
- * Answers 0, 70 (null table, unknown signal) or 27 (the UI is not ready yet, or gone). On a failure
- * nothing was sent and pInput is still yours, so 27 may be tried again while the UI starts.
- */
+ * Answers YRAFT_STATUS_SUCCESS, YRAFT_STATUS_INVALID_PARAM (null table, unknown signal) or
+ * YRAFT_STATUS_BAD_STATE (the UI is not ready yet, or gone). On a failure nothing was sent and
+ * pInput is still yours, so YRAFT_STATUS_BAD_STATE may be tried again while the UI starts. */
 unsigned int YraSendSelfSignal(void* pSelfSignal, int signalType, int evtType, int key,
                                void* pInput);
 
 /* Shows the file chooser in the calling thread and waits for the user.
  *
- * pThreshold   limits; breaking one shows an error box and yields no block
- * pStatusCode  receives what became of the choice: 0, 0x80000001, 0x80000004
+ * argc, argv   arguments for GTK; argv may be NULL
+ * pThreshold   limits, which stay yours; breaking one shows an error box and yields no block
+ * pStatusCode  receives what became of the choice: YRAFT_OPT_STATUS_SUCCESS,
+ *              YRAFT_OPT_STATUS_FAILED (without a display, too) or YRAFT_OPT_STATUS_LIMIT_EXCEEDED
  * ppTlvBlocks  receives the chosen files, yours to free(); an empty block when the user declined
  *
- * The block is there only where the result and the status are both 0. Answers 0, 3 (null argument)
- * or the result of the failed step.
- */
+ * The block is there only where the result and the status are both 0. Answers YRAFT_STATUS_SUCCESS,
+ * YRAFT_STATUS_BAD_ARGUMENT (null argument other than argv), YRAFT_STATUS_UI_CREATE_FAILED (no
+ * memory for it), or why there is no block: YRAFT_STATUS_BUFFER_TOO_SMALL (a choice too large for
+ * one) or YRAFT_STATUS_NO_MEMORY. */
 unsigned int YraGetChooseFilesList(int argc, char** argv, YRAFT_THRESHOLD_INFO* pThreshold,
                                    unsigned int* pStatusCode, YRAFT_TLV_BLOCKS** ppTlvBlocks);
 
 /* Shows the folder chooser in the calling thread and waits for the user. pFileInfo is the file to
- * be uploaded: its size goes into the block's one item. The rest is as for YraGetChooseFilesList.
- */
+ * be uploaded and stays yours; its size goes into the block's one item. NULL shows nothing and
+ * counts as declined. There are no limits; the rest is as for YraGetChooseFilesList. */
 unsigned int YraGetChooseDirectory(int argc, char** argv, YRAFT_FILEINFO_ITEM* pFileInfo,
                                    unsigned int* pStatusCode, YRAFT_TLV_BLOCKS** ppTlvBlocks);
 

@@ -101,8 +101,8 @@ extern "C" {
 /* ---- Records -----------------------------------------------------------------------------------
  *
  * Packed twice: the pragma places the fields, the attribute lets a compiler warn whoever takes the
- * address of one that may be unaligned. Copy such a field instead. A record that ends in its text
- * is a member of another structure at that one's end only.
+ * address of one that may be unaligned. Copy such a field instead. A record that ends in a text of
+ * any length goes into no array and no other structure: keep a pointer there.
  */
 
 #if defined(__GNUC__)
@@ -202,6 +202,8 @@ typedef struct YRAFT_PACKED YRAFT_TLV_ITEM {
 #define YRAFT_BLOCK_MAX 65535u      /* bytes of a whole block, and of a whole item */
 #define YRAFT_PAYLOAD_MAX 65527     /* bytes of an item's payload */
 #define YRAFT_NAME_MAX 65510        /* bytes of a file-information record's name */
+#define YRAFT_BLOCK_NAME_MAX 65490  /* bytes of such a name whose record fits a block */
+#define YRAFT_FILE_IN_BLOCK 33      /* bytes that a file takes in a block besides its name */
 #define YRAFT_ERROR_TEXTS_MAX 65524 /* bytes of an error message's three texts together */
 
 /* ---- Building blocks and records ---------------------------------------------------------------
@@ -221,8 +223,8 @@ typedef struct YRAFT_PACKED YRAFT_TLV_ITEM {
 static inline unsigned int Yraft_TlvBlocksAllocate(YRAFT_TLV_BLOCKS** ppTlvBlocks,
                                                    unsigned short size);
 
-/* Allocates an item around a copy of a payload of 1 to YRAFT_PAYLOAD_MAX bytes. The caller releases
- * it with free(). Answers NULL for a null or empty or too long payload, or without memory. */
+/* Allocates an item around a copy of dataLen bytes, 1 to YRAFT_PAYLOAD_MAX. The caller releases it
+ * with free(). Answers NULL for a null, empty or too long payload, or without memory. */
 static inline YRAFT_TLV_ITEM* Yraft_TlvItemAllocate(const void* pData, unsigned short dataLen);
 
 /* Appends a copy of an item to a well-formed block; the item stays the caller's.
@@ -245,8 +247,11 @@ static inline unsigned int Yraft_TlvBlocksGetSize(YRAFT_TLV_BLOCKS* pTlvBlocks,
 
 /* Allocates a file-information record with direction 0. The caller releases it with free().
  *
- * pName    the path, nameLen bytes of it; NULL for a record without a name
- * nameLen  1 to YRAFT_NAME_MAX, or 0 together with a null name
+ * pName        the path, nameLen bytes of it; NULL for a record without a name
+ * nameLen      1 to YRAFT_NAME_MAX, or 0 together with a null name. A record whose name has more
+ *              than YRAFT_BLOCK_NAME_MAX bytes fits no block.
+ * fileContext  number of the file within its transfer or choice
+ * fileSize     bytes of the file
  *
  * Answers NULL where name and length disagree or the length is out of range, or without memory. */
 static inline YRAFT_FILEINFO_ITEM* Yraft_FileInfoItemAllocate(const char* pName, int nameLen,

@@ -237,16 +237,16 @@ static inline YRAFT_ERROR_MESSAGE_INFO* Yraft_ErrorMessageAllocate(const char* p
     if (pInfo == NULL) {
       YRAFT_TRACE(KVO_LOG_ERROR, "callback KvoMemoryAllocate failed.(%d)", (int)cbSize);
     } else {
-      char* pText = pInfo->Title; /* calloc has written the NULs */
+      char* pText = pInfo->Title; /* calloc has written the NUL of a text that is not there */
       pInfo->cbSize = (uint16_t)cbSize;
       pInfo->titleLen = (uint16_t)titleLen;
       pInfo->firLen = (uint16_t)firLen;
       pInfo->SecLen = (uint16_t)secLen;
-      if (titleLen > 0) memcpy(pText, pTitle, titleLen);
+      if (pTitle != NULL) memcpy(pText, pTitle, titleLen + 1);
       pText += titleLen + 1;
-      if (firLen > 0) memcpy(pText, pPromptInfoFir, firLen);
+      if (pPromptInfoFir != NULL) memcpy(pText, pPromptInfoFir, firLen + 1);
       pText += firLen + 1;
-      if (secLen > 0) memcpy(pText, pPromptInfoSec, secLen);
+      if (pPromptInfoSec != NULL) memcpy(pText, pPromptInfoSec, secLen + 1);
     }
   }
   YRAFT_TRACE(KVO_LOG_VERBOSE, "[YRAFT] Out: Data=0x%x.", YRAFT_TRACE_ADDRESS(pInfo));

@@ -90,6 +90,7 @@ TEST(Tlv, RefusesWhatFitsNoBlock) {
   EXPECT_EQ(Yraft_ErrorMessageAllocate(bytes.c_str(), nullptr, nullptr), nullptr);
   EXPECT_EQ(WithFailingAllocation(1, [&] { return Yraft_TlvBlocksAllocate(&none, 99); }), 86U);
   EXPECT_EQ(none, nullptr);
+  free(none);
 }
 
 TEST(Tlv, BuildsRecordsOfEveryLength) {
