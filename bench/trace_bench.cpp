@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr TraceLayer kLayer = kLayerWin;
 constexpr int kCalls = 1000000;
 
 std::atomic<bool> g_flag{false};
@@ -19,8 +18,10 @@ double AtomicCheck() {
 }
 
 double SuppressedTrace() {
-  return bench::Repeat(kCalls, [](int i) {
-    TRACE_VERBOSE("widget=0x%x, data=0x%x.", TraceAddress(&g_flag), static_cast<unsigned int>(i));
+  const WinTrace trace;
+  return bench::Repeat(kCalls, [trace](int i) {
+    TRACE_VERBOSE(trace, "widget=0x%x, data=0x%x.", TraceAddress(&g_flag),
+                  static_cast<unsigned int>(i));
   });
 }
 

@@ -1,5 +1,5 @@
 // Error records with any lengths and texts: adopted or refused, traced with their texts, released.
-#include "YraWinUI.h"
+#include "ui/YraInside.h"
 // After the trace vocabulary.
 #include <glib.h>
 

@@ -172,7 +172,8 @@ void StoreModel::Clear(int type, bool all) {
 // Every element has left a container, and the call that was watched has released all or none.
 void StoreModel::Leave(const AllocationWatch& watch, int type, bool released) {
   for (const Element& element : m_elements[type]) {
-    Expect(watch.Releases(element.data) == (released ? 1 : 0), "releases of the elements");
+    // Memory that was released may have served the call again.
+    Expect((watch.Releases(element.data) > 0) == released, "releases of the elements");
     if (!released) free(element.data);
   }
   m_elements[type].clear();
@@ -187,7 +188,8 @@ void StoreModel::GetAll(int type, int failing) {
   if (data == untouched) return;
   if (watch.Failed()) {
     ++m_failures;
-    Expect(ret == 86 && data == nullptr, "a snapshot without memory");
+    // No block, or one that tells of the item that is missing.
+    Expect(data == nullptr ? ret == 86 : ret != 0, "a snapshot without memory");
   } else {
     CompareBlock(type, ret, data);
   }
@@ -204,11 +206,12 @@ void StoreModel::GetAllPop(int type, int failing) {
   watch.End();
   if (watch.Failed()) {
     ++m_failures;
-    Expect(ret == 86 && data == nullptr, "a snapshot without memory");
+    Expect(data == nullptr ? ret == 86 : ret != 0, "a snapshot without memory");
+    if (data != nullptr) Leave(watch, type, type == YRAFT_QUEUE_FILEINFO);
   } else {
     Expect(ret == keptRet && (data == nullptr) == (kept == nullptr), "the removing snapshot");
   }
-  if (data != nullptr && kept != nullptr) {
+  if (!watch.Failed() && data != nullptr && kept != nullptr) {
     auto* block = reinterpret_cast<YRAFT_TLV_BLOCKS*>(kept);
     unsigned short used = 0;
     Yraft_TlvBlocksGetSize(block, &used);

@@ -3,69 +3,50 @@
 #include <memory>
 #include <new>
 
-#include "YraDialog.h"
-#include "YraNotify.h"
-#include "YraSelfSignal.h"
-
-namespace {
-constexpr TraceLayer kLayer = kLayerLib;
-}
+#include "YraTrace.h"
+// After the trace vocabulary.
+#include "YraWinUI.h"
 
 // ---- Persistent UI -----------------------------------------------------------------------------
 
 void YraSetYraNotifyCallback(YRAFT_NOTIFY_FUN pFun) {
-  TRACE_IN();
+  const LibTrace trace;
   YraSetYraNotifyFun(pFun);
-  TRACE_VERBOSE("[%s] Out: pFun=0x%x.", kLayer.tag,
+  TRACE_VERBOSE(trace, "[%s] Out: pFun=0x%x.", kLayerLib.tag,
                 TraceAddress(reinterpret_cast<const void*>(pFun)));
 }
 
+namespace {
+
+// A UI object, whose constructor has run what it runs; null, traced, where memory ended.
+template <class... Arguments>
+std::unique_ptr<YraWinUI> MakeUI(LibTrace trace, Arguments... arguments) {
+  try {
+    return std::make_unique<YraWinUI>(arguments...);
+  } catch (const std::bad_alloc&) {
+    TRACE_ERROR(trace, "new YraWinUI failed.");
+    return nullptr;
+  }
+}
+
+}  // namespace
+
 unsigned int YraMainWinUICreate(int argc, char** argv, void* pInput, YraWinUI** ppWinUI) {
-  TRACE_IN();
+  const LibTrace trace;
   if (pInput == nullptr || ppWinUI == nullptr) {
-    TRACE_ERROR("pInput (%p) or ppWinUI (%p) is NULL.", pInput, static_cast<void*>(ppWinUI));
-    return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
+    TRACE_ERROR(trace, "pInput (%p) or ppWinUI (%p) is NULL.", pInput, static_cast<void*>(ppWinUI));
+    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
   }
-  *ppWinUI = new (std::nothrow) YraWinUI(argc, argv, pInput);
-  if (*ppWinUI == nullptr) {
-    TRACE_ERROR("new YraWinUI failed.");
-    return TRACE_RET(YRAFT_STATUS_UI_CREATE_FAILED);
-  }
-  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+  *ppWinUI = nullptr;
+  *ppWinUI = MakeUI(trace, argc, argv, pInput).release();
+  return trace.Ret(*ppWinUI != nullptr ? YRAFT_STATUS_SUCCESS : YRAFT_STATUS_UI_CREATE_FAILED);
 }
 
 unsigned int YraMainWinUIDestory(YraWinUI* pWinUI) {
-  TRACE_IN();
-  if (pWinUI == nullptr) TRACE_VERBOSE("pWinUI is NULL.");
+  const LibTrace trace;
+  if (pWinUI == nullptr) TRACE_VERBOSE(trace, "pWinUI is NULL.");
   delete pWinUI;
-  return TRACE_RET(YRAFT_STATUS_SUCCESS);
-}
-
-unsigned int YraSendSelfSignal(void* pSelfSignal, int signalType, int evtType, int key,
-                               void* pInput) {
-  TRACE_IN();
-  TRACE_VERBOSE("pSelfSignal=0x%x, signalType=%s, evtType=%d, key=%d, pInput=0x%x.",
-                TraceAddress(pSelfSignal), YraSelfSignalName(signalType), evtType, key,
-                TraceAddress(pInput));
-  if (pSelfSignal == nullptr) {
-    TRACE_WARNING("pSelfSignal is NULL.");
-    return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  }
-  if (signalType <= YRAFT_UI_SIGNAL_INIT || signalType >= YRAFT_UI_SIGNAL_MAX) {
-    TRACE_WARNING("signal %d is invaild.", signalType);
-    return TRACE_RET(YRAFT_STATUS_INVALID_PARAM);
-  }
-  const YraSender sender(pSelfSignal);
-  if (!sender.Served()) {
-    TRACE_WARNING("pSelfSignal (%p) reaches no UI.", pSelfSignal);
-    return TRACE_RET(YRAFT_STATUS_BAD_STATE);
-  }
-  const YRAFT_SELF_SIGNAL_ENTRY& entry =
-      static_cast<YRAFT_SELF_SIGNAL*>(pSelfSignal)->entries[signalType];
-  KVO_TRACE(KVO_CLASS_YRAFT_VC, KVO_LOG_VERBOSE, "SignalObj=0x%x, signalID=%d.",
-            TraceAddress(entry.pSignalObj), static_cast<int>(entry.signalId));
-  g_signal_emit(entry.pSignalObj, entry.signalId, 0, evtType, key, pInput);
-  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+  return trace.Ret(YRAFT_STATUS_SUCCESS);
 }
 
 // ---- One call, one dialog ----------------------------------------------------------------------
@@ -80,120 +61,117 @@ struct FreeBlock {
 };
 using Block = std::unique_ptr<YRAFT_TLV_BLOCKS, FreeBlock>;
 
-// A step of the call failed: the choice counts for nothing.
-unsigned int Failed(const char* operation, unsigned int ret, unsigned int* pStatusCode) {
-  TRACE_FAILED(operation, ret);
-  *pStatusCode = YRAFT_OPT_STATUS_FAILED;
-  return ret;
-}
-
-unsigned int TakeBlock(YraWinUI& winUI, Block& block) {
+// Takes the chosen paths as a block. A failure counts as a failed choice.
+unsigned int TakeBlock(LibTrace trace, YraWinUI& winUI, Block& block) {
   YRAFT_TLV_BLOCKS* pBlock = nullptr;
-  const unsigned int ret = winUI.YraGetAllChooseFiles(&pBlock);
+  const unsigned int ret =
+      trace.Called("YraGetAllChooseFiles", winUI.YraGetAllChooseFiles(&pBlock));
   block.reset(pBlock);
   return ret;
 }
 
 // Hands the block over where the dialog has nothing against it.
-unsigned int HandOver(YraWinUI& winUI, Block block, unsigned int* pStatusCode,
+unsigned int HandOver(LibTrace trace, YraWinUI& winUI, Block block, unsigned int* pStatusCode,
                       YRAFT_TLV_BLOCKS** ppTlvBlocks) {
   *pStatusCode = winUI.YraGetChooseOptStatusCode();
   if (*pStatusCode != YRAFT_OPT_STATUS_SUCCESS) {
-    TRACE_INFO("Get choose files failed.(0x%x)", *pStatusCode);
+    TRACE_INFO(trace, "Get choose files failed.(0x%x)", *pStatusCode);
   } else {
     *ppTlvBlocks = block.release();
-    TRACE_VERBOSE("Will callback delete destroy win.");
+    TRACE_VERBOSE(trace, "Will callback delete destroy win.");
   }
   return YRAFT_STATUS_SUCCESS;
 }
 
-std::unique_ptr<YraWinUI> RunDialog(int operationType, int argc, char** argv, void* pInput) {
-  std::unique_ptr<YraWinUI> pWinUI(new (std::nothrow) YraWinUI(operationType, argc, argv, pInput));
-  if (pWinUI == nullptr) TRACE_ERROR("new YraWinUI failed.");
-  return pWinUI;
-}
+// The steps of the two calls. The status code is that of a failed choice until the last one.
 
-unsigned int ChooseFiles(YraWinUI& winUI, unsigned int* pStatusCode,
+unsigned int ChooseFiles(LibTrace trace, YraWinUI& winUI, unsigned int* pStatusCode,
                          YRAFT_TLV_BLOCKS** ppTlvBlocks) {
+  *pStatusCode = YRAFT_OPT_STATUS_FAILED;
   int filesNum = 0;
-  unsigned int ret = winUI.YraGetChooseFilesNum(&filesNum);
-  if (ret != YRAFT_STATUS_SUCCESS) return Failed("YraGetChooseFilesNum", ret, pStatusCode);
+  unsigned int ret = trace.Called("YraGetChooseFilesNum", winUI.YraGetChooseFilesNum(&filesNum));
+  if (ret != YRAFT_STATUS_SUCCESS) return ret;
   Block block;
-  ret = TakeBlock(winUI, block);
-  if (ret != YRAFT_STATUS_SUCCESS) return Failed("YraGetAllChooseFiles", ret, pStatusCode);
-  ret = winUI.YraChooseFilesThresholdCheck(filesNum, static_cast<uint32_t>(block->FilesSize));
-  if (ret != YRAFT_STATUS_SUCCESS) return Failed("YraChooseFilesThresholdCheck", ret, pStatusCode);
-  return HandOver(winUI, std::move(block), pStatusCode, ppTlvBlocks);
+  ret = TakeBlock(trace, winUI, block);
+  if (ret != YRAFT_STATUS_SUCCESS) return ret;
+  ret = trace.Called(
+      "YraChooseFilesThresholdCheck",
+      winUI.YraChooseFilesThresholdCheck(filesNum, static_cast<uint32_t>(block->FilesSize)));
+  if (ret != YRAFT_STATUS_SUCCESS) return ret;
+  return HandOver(trace, winUI, std::move(block), pStatusCode, ppTlvBlocks);
 }
 
-unsigned int ChooseDirectory(YraWinUI& winUI, unsigned int* pStatusCode,
+unsigned int ChooseDirectory(LibTrace trace, YraWinUI& winUI, unsigned int* pStatusCode,
                              YRAFT_TLV_BLOCKS** ppTlvBlocks) {
+  *pStatusCode = YRAFT_OPT_STATUS_FAILED;
   Block block;
-  unsigned int ret = TakeBlock(winUI, block);
-  if (ret != YRAFT_STATUS_SUCCESS) return Failed("YraGetAllChooseFiles", ret, pStatusCode);
+  unsigned int ret = TakeBlock(trace, winUI, block);
+  if (ret != YRAFT_STATUS_SUCCESS) return ret;
   const int filesNum = block->ListCount;
-  TRACE_ERROR("filesNum is %d.", filesNum);
+  TRACE_ERROR(trace, "filesNum is %d.", filesNum);
   if (filesNum > 1) {
-    TRACE_ERROR("Select file path too many.");
-    *pStatusCode = YRAFT_OPT_STATUS_FAILED;
+    TRACE_ERROR(trace, "Select file path too many.");
     return YRAFT_STATUS_SUCCESS;
   }
   if (filesNum == 1) {
     constexpr int kNameOffset = sizeof(YRAFT_TLV_ITEM) + sizeof(YRAFT_FILEINFO_ITEM);
     char* pPath = reinterpret_cast<char*>(block.get()) + block->ListBlocks + kNameOffset;
-    TRACE_ERROR("file path is [%s].", pPath);
-    ret = winUI.YraChooseDirectoryThresholdCheck(filesNum, pPath);
-    if (ret != YRAFT_STATUS_SUCCESS) {
-      return Failed("YraChooseDirectoryThresholdCheck", ret, pStatusCode);
-    }
+    TRACE_ERROR(trace, "file path is [%s].", pPath);
+    ret = trace.Called("YraChooseDirectoryThresholdCheck",
+                       winUI.YraChooseDirectoryThresholdCheck(filesNum, pPath));
+    if (ret != YRAFT_STATUS_SUCCESS) return ret;
   }
-  return HandOver(winUI, std::move(block), pStatusCode, ppTlvBlocks);
+  return HandOver(trace, winUI, std::move(block), pStatusCode, ppTlvBlocks);
 }
 
 }  // namespace
 
 unsigned int YraGetChooseFilesList(int argc, char** argv, YRAFT_THRESHOLD_INFO* pThresholdInfo,
                                    unsigned int* pStatusCode, YRAFT_TLV_BLOCKS** ppTlvBlocks) {
-  TRACE_IN();
+  const LibTrace trace;
   if (pStatusCode == nullptr) {
-    TRACE_ERROR("pStatusCode is NULL.");
-    return TRACE_RET(YRAFT_STATUS_BAD_ARGUMENT);
+    TRACE_ERROR(trace, "pStatusCode is NULL.");
+    return trace.Ret(YRAFT_STATUS_BAD_ARGUMENT);
   }
-  *pStatusCode = YRAFT_OPT_STATUS_SUCCESS;
   if (pThresholdInfo == nullptr || ppTlvBlocks == nullptr) {
-    TRACE_ERROR("pThresholdInfo (%p) or ppTlvBlocks (%p) is NULL.",
+    TRACE_ERROR(trace, "pThresholdInfo (%p) or ppTlvBlocks (%p) is NULL.",
                 static_cast<void*>(pThresholdInfo), static_cast<void*>(ppTlvBlocks));
     *pStatusCode = YRAFT_OPT_STATUS_FAILED;
-    return TRACE_RET(YRAFT_STATUS_BAD_ARGUMENT);
+    return trace.Ret(YRAFT_STATUS_BAD_ARGUMENT);
   }
+  *pStatusCode = YRAFT_OPT_STATUS_SUCCESS;
   *ppTlvBlocks = nullptr;
-  TRACE_VERBOSE("argc=%d, argv=0x%x.", argc, TraceAddress(argv));
-  const auto pWinUI = RunDialog(kDownloadFiles, argc, argv, pThresholdInfo);
+  TRACE_VERBOSE(trace, "argc=%d, argv=0x%x.", argc, TraceAddress(argv));
+  auto pWinUI = MakeUI(trace, kDownloadFiles, argc, argv, static_cast<void*>(pThresholdInfo));
   if (pWinUI == nullptr) {
     *pStatusCode = YRAFT_OPT_STATUS_FAILED;
-    return TRACE_RET(YRAFT_STATUS_UI_CREATE_FAILED);
+    return trace.Ret(YRAFT_STATUS_UI_CREATE_FAILED);
   }
-  return TRACE_RET(ChooseFiles(*pWinUI, pStatusCode, ppTlvBlocks));
+  const unsigned int ret = ChooseFiles(trace, *pWinUI, pStatusCode, ppTlvBlocks);
+  pWinUI.reset();
+  return trace.Ret(ret);
 }
 
 unsigned int YraGetChooseDirectory(int argc, char** argv, YRAFT_FILEINFO_ITEM* pFileInfo,
                                    unsigned int* pStatusCode, YRAFT_TLV_BLOCKS** ppTlvBlocks) {
-  TRACE_IN();
+  const LibTrace trace;
   if (pStatusCode == nullptr) {
-    TRACE_ERROR("pStatusCode is NULL.");
-    return TRACE_RET(YRAFT_STATUS_BAD_ARGUMENT);
+    TRACE_ERROR(trace, "pStatusCode is NULL.");
+    return trace.Ret(YRAFT_STATUS_BAD_ARGUMENT);
+  }
+  if (ppTlvBlocks == nullptr) {
+    TRACE_ERROR(trace, "ppTlvBlocks (%p) is NULL.", static_cast<void*>(ppTlvBlocks));
+    *pStatusCode = YRAFT_OPT_STATUS_FAILED;
+    return trace.Ret(YRAFT_STATUS_BAD_ARGUMENT);
   }
   *pStatusCode = YRAFT_OPT_STATUS_SUCCESS;
-  if (ppTlvBlocks == nullptr) {
-    TRACE_ERROR("ppTlvBlocks (%p) is NULL.", static_cast<void*>(ppTlvBlocks));
-    *pStatusCode = YRAFT_OPT_STATUS_FAILED;
-    return TRACE_RET(YRAFT_STATUS_BAD_ARGUMENT);
-  }
   *ppTlvBlocks = nullptr;
-  const auto pWinUI = RunDialog(kUploadPath, argc, argv, pFileInfo);
+  auto pWinUI = MakeUI(trace, kUploadPath, argc, argv, static_cast<void*>(pFileInfo));
   if (pWinUI == nullptr) {
     *pStatusCode = YRAFT_OPT_STATUS_FAILED;
-    return TRACE_RET(YRAFT_STATUS_UI_CREATE_FAILED);
+    return trace.Ret(YRAFT_STATUS_UI_CREATE_FAILED);
   }
-  return TRACE_RET(ChooseDirectory(*pWinUI, pStatusCode, ppTlvBlocks));
+  const unsigned int ret = ChooseDirectory(trace, *pWinUI, pStatusCode, ppTlvBlocks);
+  pWinUI.reset();
+  return trace.Ret(ret);
 }

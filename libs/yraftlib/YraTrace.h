@@ -1,5 +1,8 @@
 // How this library reports what it does: one line at entry, one at each way out, failures where
-// they happen. Every file names the layer it speaks for once, as `kLayer`.
+// they happen.
+//
+// A function makes a tracer for itself, which writes its entry, and hands it to its helpers: what
+// they report stands under the function's name. `return trace.Ret(status);` reports the way out.
 //
 // Included first in every source file, so that the shared header's inline functions drop a
 // suppressed line as cheaply as the library's own code does.
@@ -10,9 +13,8 @@
 #endif
 
 #include <cstdint>
-#include <utility>
 
-#include "common/libs/log/trace.h"
+#include "common/libs/log/KvoTracer.h"
 
 #define YRAFT_TRACE_ADMITS(level) kvolog::Admits(KVO_CLASS_YRAFT, level)
 #include "yraft.h"
@@ -30,59 +32,69 @@ inline constexpr TraceLayer kLayerWin{KVO_CLASS_YRAFT_WIN, "YRAFT_LIB_WIN", "ret
 inline constexpr TraceLayer kLayerUi{KVO_CLASS_YRAFT_UI, "YRAFT_LIB_UI", "ret = "};
 inline constexpr TraceLayer kLayerLib{KVO_CLASS_YRAFT_LIB, "YRAFT_LIB_UI", "ret = "};
 
-// Addresses stand in the lines by their low 32 bits, as readers of the log know them.
-inline unsigned int TraceAddress(const void* p) {
-  return static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(p));
-}
-inline const char* TraceBool(bool value) { return value ? "True" : "False"; }
-
-// Two names that a function may take for itself, as a parameter or a member:
-//
-// kVerbose  A function that runs for every buffer of a transfer is a template over it: one version
-//           is without the lines of level 1, and whether anyone reads those is asked once a call.
-// kCaller   A helper that reports for another function has that function's name in it.
-inline constexpr bool kVerbose = true;
-inline constexpr const char* kCaller = nullptr;
-
-// `return TRACE_CALL(Function, arguments…);` calls the version that the log wants now.
-#define TRACE_CALL(function, ...)                                                                \
-  (kvolog::Admits(kLayer.classId, KVO_LOG_VERBOSE) ? TraceVerbosely<function<true>>(__VA_ARGS__) \
-                                                   : function<false>(__VA_ARGS__))
-
-// Out of line, so that the road without lines needs no room for what they say.
-template <auto kFunction, class... Arguments>
-[[gnu::noinline, gnu::cold]] auto TraceVerbosely(Arguments&&... arguments) {
-  return kFunction(std::forward<Arguments>(arguments)...);
-}
-
-#define TRACE_AT(level, ...)                                                                 \
-  do {                                                                                       \
-    if ((kVerbose || (level) != KVO_LOG_VERBOSE) && kvolog::Admits(kLayer.classId, level)) { \
-      __KvoTrace(kLayer.classId, level, __FILE__, kCaller != nullptr ? kCaller : __func__,   \
-                 __LINE__, __VA_ARGS__);                                                     \
-    }                                                                                        \
-  } while (false)
-#define TRACE_VERBOSE(...) TRACE_AT(KVO_LOG_VERBOSE, __VA_ARGS__)
-#define TRACE_INFO(...) TRACE_AT(KVO_LOG_INFO, __VA_ARGS__)
-#define TRACE_WARNING(...) TRACE_AT(KVO_LOG_WARNING, __VA_ARGS__)
-#define TRACE_ERROR(...) TRACE_AT(KVO_LOG_ERROR, __VA_ARGS__)
-
-#define TRACE_IN() TRACE_VERBOSE("[%s] In.", kLayer.tag)
-#define TRACE_OUT() TRACE_VERBOSE("[%s] Out.", kLayer.tag)
-
-// `return TRACE_RET(status);` reports the way out and answers the status.
-#define TRACE_RET(status) \
-  TraceResult<kLayer.classId, kVerbose>(kLayer, __FILE__, __func__, __LINE__, status)
-
-#define TRACE_FAILED(operation, status) \
-  TRACE_ERROR("callback %s failed.(0x%x)", operation, static_cast<unsigned int>(status))
-
-template <unsigned int kClassId, bool kReported>
-inline unsigned int TraceResult(const TraceLayer& layer, const char* file, const char* function,
-                                unsigned int line, unsigned int status) {
-  if (kReported && kvolog::Admits(kClassId, KVO_LOG_VERBOSE)) {
-    __KvoTrace(kClassId, KVO_LOG_VERBOSE, file, function, line, "[%s] Out: %s0x%x.", layer.tag,
-               layer.result, status);
+// A function's tracer, small enough to be handed on by value. One with kVerbose off has no lines of
+// level 1 (see Traced).
+template <const TraceLayer& kLayer, bool kVerbose = true>
+class LayerTracer : public KvoTracer<kLayer.classId, kVerbose> {
+ public:
+  // Writes "In.", and later "Out", at this level.
+  explicit LayerTracer(int level = KVO_LOG_VERBOSE, const char* function = __builtin_FUNCTION())
+      : KvoTracer<kLayer.classId, kVerbose>(function), m_level(level) {
+    TRACE_AT(*this, m_level, "[%s] In.", kLayer.tag);
   }
-  return status;
+
+  // For what follows later from something that `function` began: no entry.
+  static LayerTracer Of(const char* function) { return LayerTracer(function); }
+
+  // The ways out.
+  void Out() const { TRACE_AT(*this, m_level, "[%s] Out.", kLayer.tag); }
+  unsigned int Ret(unsigned int status) const {
+    TRACE_VERBOSE(*this, "[%s] Out: %s0x%x.", kLayer.tag, kLayer.result, status);
+    return status;
+  }
+  bool Truth(bool answer, const char* result = "ret=") const {
+    TRACE_VERBOSE(*this, "[%s] Out: %s%s.", kLayer.tag, result, TraceBool(answer));
+    return answer;
+  }
+
+  // Answers the status of an operation that was called, reported where it failed.
+  unsigned int Called(const char* operation, unsigned int status) const {
+    if (status != YRAFT_STATUS_SUCCESS) {
+      TRACE_ERROR(*this, "callback %s failed.(0x%x)", operation, status);
+    }
+    return status;
+  }
+
+ private:
+  explicit LayerTracer(const char* function) : KvoTracer<kLayer.classId, kVerbose>(function) {}
+
+  int m_level = KVO_LOG_VERBOSE;
+};
+
+using RwTrace = LayerTracer<kLayerRw>;
+using WinTrace = LayerTracer<kLayerWin>;
+using UiTrace = LayerTracer<kLayerUi>;
+using LibTrace = LayerTracer<kLayerLib>;
+
+// Out of line, and with a copy of the arguments that `body` holds, so that the road without lines
+// keeps them in registers.
+template <const TraceLayer& kLayer, class Body>
+[[gnu::noinline, gnu::cold]] auto TracedLoudly(Body body, const char* function) {
+  return body(LayerTracer<kLayer>(KVO_LOG_VERBOSE, function));
+}
+
+// A function that runs for every buffer of a transfer is a generic lambda over its tracer, run by
+// this: whether anyone reads the lines of level 1 is asked once, and what is left where nobody does
+// is straight code.
+template <const TraceLayer& kLayer, class Body>
+[[gnu::always_inline]] inline auto Traced(const Body& body,
+                                          const char* function = __builtin_FUNCTION()) {
+  if (kvolog::Admits(kLayer.classId, KVO_LOG_VERBOSE)) return TracedLoudly<kLayer>(body, function);
+  return body(LayerTracer<kLayer, false>(KVO_LOG_VERBOSE, function));
+}
+
+// How the log names the direction of a file.
+inline const char* TraceOperation(uint32_t operation) {
+  if (operation == YRAFT_OPERATION_UPLOAD) return "Upload";
+  return operation == YRAFT_OPERATION_DOWNLOAD ? "Download" : "Unknown";
 }

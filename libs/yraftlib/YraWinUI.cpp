@@ -1,11 +1,11 @@
 // The UI object's two modes, its main window and its end.
-#include "YraWinUI.h"
+#include <cstdlib>
+#include <utility>
 
-#include "YraDialog.h"
+#include "dialogs/YraDialogs.h"
+#include "ui/YraInside.h"
 
 namespace {
-
-constexpr TraceLayer kLayer = kLayerWin;
 
 constexpr unsigned int kExists = 1;
 constexpr unsigned int kNotCreated = 2;
@@ -20,161 +20,191 @@ const char* OperationTypeName(int operationType) {
   return operationType >= kInit && operationType <= kInvalid ? kNames[operationType] : "Unknown";
 }
 
-GtkWidget* BuildMainWindow() {
+// The window itself may be destroyed by whoever finds it: the field follows.
+GtkWidget* HoldMainWindow(GtkWidget** ppWin) {
   GtkWidget* pWindow = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-  if (pWindow == nullptr) return nullptr;
+  if (pWindow != nullptr)
+    g_signal_connect(pWindow, "destroy", G_CALLBACK(gtk_widget_destroyed), ppWin);
+  return pWindow;
+}
+
+}  // namespace
+
+YraWinUI::Inside::Inside(YraWinUI* pWinUI)
+    : pFiles(YraMakeChooseFiles(pWinUI)),
+      pDirectory(YraMakeChooseDirectory(pWinUI)),
+      pErrors(YraMakeErrorMessage(pWinUI)),
+      m_pWinUI(pWinUI) {}
+
+YraWinUI::YraWinUI() : m_pInside(new Inside(this)) { WinTrace().Out(); }
+
+// ---- Persistent mode ---------------------------------------------------------------------------
+
+YraWinUI::YraWinUI(int argc, char** argv, void* pInput) : m_pInside(new Inside(this)) {
+  const WinTrace trace;
+  YraRWCreate();
+  TRACE_VERBOSE(trace, "pWinUI=0x%x, m_pRW=0x%x", TraceAddress(this), TraceAddress(m_pRW));
+  if (pInput == nullptr) {
+    TRACE_ERROR(trace, "pInput (%p) is null.", pInput);
+    return;
+  }
+  {
+    const GdkLock lock;
+    if (!m_pInside->Start(trace, argc, argv, static_cast<YRAFT_SELF_SIGNAL*>(pInput))) return;
+    TRACE_VERBOSE(trace, "[%s] Will call gtk_main...", kLayerWin.tag);
+    gtk_main();
+    m_pInside->Finish();
+  }
+  trace.Ret(YRAFT_STATUS_SUCCESS);
+}
+
+bool YraWinUI::Inside::Start(WinTrace trace, int argc, char** argv, YRAFT_SELF_SIGNAL* pTable) {
+  if (!YraInitGtk(trace, argc, argv)) return false;
+  if (!m_signals.Register()) {
+    TRACE_ERROR(trace, "Another UI of the process serves already.");
+    return false;
+  }
+  GtkWidget* pWindow = HoldMainWindow(&m_pWinUI->m_pWin);
+  if (pWindow == nullptr) {
+    TRACE_ERROR(trace, "Callback gtk_window_new is failed.");
+    m_signals.Close();
+    return false;
+  }
+  m_pWinUI->m_pWin = pWindow;
   gtk_window_set_title(GTK_WINDOW(pWindow), "Main Win");
   gtk_container_set_border_width(GTK_CONTAINER(pWindow), 10);
   gtk_window_set_deletable(GTK_WINDOW(pWindow), FALSE);
   gtk_window_set_resizable(GTK_WINDOW(pWindow), FALSE);
   gtk_widget_set_size_request(pWindow, 350, 120);
   gtk_window_set_modal(GTK_WINDOW(pWindow), TRUE);
-  return pWindow;
+  g_signal_connect(pWindow, "destroy", G_CALLBACK(gtk_main_quit), nullptr);
+  m_signals.Open(m_pWinUI, pTable);
+  gtk_widget_hide(pWindow);
+  // A dialog that cannot be built now is built when it is first needed.
+  trace.Called("YraChooseFilesDiagCreate", m_pWinUI->YraChooseFilesDiagCreate());
+  trace.Called("YraChooseDirectoryDiagCreate", m_pWinUI->YraChooseDirectoryDiagCreate());
+  trace.Called("YraProgressBarDiagCreate", m_pWinUI->YraProgressBarDiagCreate());
+  trace.Called("YraErrorMessageDiagCreate", m_pWinUI->YraErrorMessageDiagCreate());
+  return true;
 }
 
-// A dialog that cannot be built now is built when it is first needed.
-void BuildDialogs(YraWinUI* pWinUI) {
-  constexpr const char* kCaller = "YraWinUI";
-  const std::pair<const char*, unsigned int> results[] = {
-      {"YraChooseFilesDiagCreate", pWinUI->YraChooseFilesDiagCreate()},
-      {"YraChooseDirectoryDiagCreate", pWinUI->YraChooseDirectoryDiagCreate()},
-      {"YraProgressBarDiagCreate", pWinUI->YraProgressBarDiagCreate()},
-      {"YraErrorMessageDiagCreate", pWinUI->YraErrorMessageDiagCreate()}};
-  for (const auto& [operation, ret] : results) {
-    if (ret != YRAFT_STATUS_SUCCESS) TRACE_FAILED(operation, ret);
-  }
+void YraWinUI::Inside::Quit() {
+  pFiles->CloseBoxes();
+  pDirectory->CloseBoxes();
+  gtk_main_quit();
 }
 
-}  // namespace
-
-YraWinUI::YraWinUI() {
-  TRACE_IN();
-  TRACE_OUT();
-}
-
-// ---- Persistent mode ---------------------------------------------------------------------------
-
-YraWinUI::YraWinUI(int argc, char** argv, void* pInput) {
-  TRACE_IN();
-  YraRWCreate();
-  TRACE_VERBOSE("pWinUI=0x%x, m_pRW=0x%x", TraceAddress(this), TraceAddress(m_pRW));
-  if (pInput == nullptr) {
-    TRACE_ERROR("pInput (%p) is null.", pInput);
-    return;
+void YraWinUI::Inside::Finish() {
+  {
+    const GdkUnlock unlock;
+    m_signals.Close();
   }
-  const GdkLock lock;
-  if (!YraInitGtk(argc, argv)) return;
-  m_pWin = BuildMainWindow();
-  if (m_pWin == nullptr) {
-    TRACE_ERROR("Callback gtk_window_new is failed.");
-    return;
+  // No sender is left: what was accepted stands in the lines.
+  while (g_source_remove_by_user_data(m_pWinUI)) {
   }
-  m_quitHandlerId = g_signal_connect(m_pWin, "destroy", G_CALLBACK(gtk_main_quit), nullptr);
-  gtk_widget_hide(m_pWin);
-  BuildDialogs(this);
-  YraUIThread::ConnectSelfSignals(this, static_cast<YRAFT_SELF_SIGNAL*>(pInput));
-  TRACE_VERBOSE("[%s] Will call gtk_main...", kLayer.tag);
-  gtk_main();
-  YraUIThread::DisconnectSelfSignals(this);
-  YraUIThread::AnswerTheRest(this);
-  YraProgressBarDiagHideDestory();
+  for (YraDialog* pDialog : {pFiles.get(), pDirectory.get(), pErrors.get()}) {
+    pDialog->End(GTK_RESPONSE_CANCEL);
+    pDialog->EndAll(GTK_RESPONSE_CANCEL);
+  }
+  while (g_source_remove_by_user_data(m_pWinUI)) {
+  }
+  if (m_pWinUI->m_pChildWin != nullptr) gtk_widget_hide(m_pWinUI->m_pChildWin);
+  if (m_pWinUI->m_pWin != nullptr) {
+    // It goes when no main loop is left to quit.
+    g_signal_handlers_disconnect_by_func(m_pWinUI->m_pWin, reinterpret_cast<void*>(gtk_main_quit),
+                                         nullptr);
+  }
   gdk_flush();  // nobody else will: what was hidden must leave the screen now
-  TRACE_RET(YRAFT_STATUS_SUCCESS);
 }
 
 // ---- Synchronous mode --------------------------------------------------------------------------
 
-YraWinUI::YraWinUI(int operationType, int argc, char** argv, void* pInput) {
-  TRACE_IN();
-  TRACE_VERBOSE("Window UI operation type: %d (%s)", operationType,
+YraWinUI::YraWinUI(int operationType, int argc, char** argv, void* pInput)
+    : m_pInside(new Inside(this)) {
+  const WinTrace trace;
+  TRACE_VERBOSE(trace, "Window UI operation type: %d (%s)", operationType,
                 OperationTypeName(operationType));
   YraRWCreate();
-  TRACE_VERBOSE("pWinUI=0x%x, m_pRW=0x%x", TraceAddress(this), TraceAddress(m_pRW));
-  const unsigned int ret = YraUIThread::RunSynchronous(this, operationType, argc, argv, pInput);
+  TRACE_VERBOSE(trace, "pWinUI=0x%x, m_pRW=0x%x", TraceAddress(this), TraceAddress(m_pRW));
+  unsigned int ret = YRAFT_STATUS_INVALID_PARAM;
+  switch (operationType) {
+    case kUploadPath:
+      ret = YraChooseDirectoryDiagCreate(argc, argv, static_cast<YRAFT_FILEINFO_ITEM*>(pInput));
+      break;
+    case kDownloadFiles:
+      ret = YraChooseFilesDiagCreate(argc, argv, static_cast<YRAFT_THRESHOLD_INFO*>(pInput));
+      break;
+    case kProgressBar:
+      ret = YraProgressBarDiagCreate(argc, argv, static_cast<YRAFT_PROGRESS_BAR_INFO*>(pInput));
+      break;
+    case kErrorMessage:
+      if (pInput == nullptr) {
+        TRACE_ERROR(trace, "pInput (%p) is NULL.", pInput);
+      } else {
+        ret = YraShowErrorRecord(trace, this, argc, argv,
+                                 *static_cast<YRAFT_ERROR_MESSAGE_INFO*>(pInput));
+      }
+      break;
+    case kInit:
+    case kInvalid:
+      TRACE_ERROR(trace, "Operation type is not support.(%d)", operationType);
+      break;
+    default:
+      TRACE_ERROR(trace, "Window UI operation type unknown.(%d)", operationType);
+  }
   if (ret == YRAFT_STATUS_SUCCESS) {
     m_operationType = operationType;
   } else {
-    TRACE_ERROR("process failed.");
+    TRACE_ERROR(trace, "process failed.");
   }
-  TRACE_RET(ret);
-}
-
-unsigned int YraUIThread::RunSynchronous(YraWinUI* pWinUI, int operationType, int argc, char** argv,
-                                         void* pInput) {
-  switch (operationType) {
-    case kUploadPath:
-      return pWinUI->YraChooseDirectoryDiagCreate(argc, argv,
-                                                  static_cast<YRAFT_FILEINFO_ITEM*>(pInput));
-    case kDownloadFiles:
-      return pWinUI->YraChooseFilesDiagCreate(argc, argv,
-                                              static_cast<YRAFT_THRESHOLD_INFO*>(pInput));
-    case kProgressBar:
-      return pWinUI->YraProgressBarDiagCreate(argc, argv,
-                                              static_cast<YRAFT_PROGRESS_BAR_INFO*>(pInput));
-    case kErrorMessage: {
-      if (pInput == nullptr) {
-        TRACE_ERROR("pInput (%p) is NULL.", pInput);
-        return YRAFT_STATUS_INVALID_PARAM;
-      }
-      return YraShowErrorRecord(pWinUI, argc, argv,
-                                *static_cast<YRAFT_ERROR_MESSAGE_INFO*>(pInput));
-    }
-    case kInit:
-    case kInvalid:
-      TRACE_ERROR("Operation type is not support.(%d)", operationType);
-      return YRAFT_STATUS_INVALID_PARAM;
-    default:
-      TRACE_ERROR("Window UI operation type unknown.(%d)", operationType);
-      return YRAFT_STATUS_INVALID_PARAM;
-  }
+  trace.Ret(ret);
 }
 
 // ---- The end -----------------------------------------------------------------------------------
 
 YraWinUI::~YraWinUI() {
-  TRACE_INFO("[%s] In.", kLayer.tag);
-  YraUIThread::DisconnectSelfSignals(this);
-  if (m_quitHandlerId != 0 && m_pWin != nullptr) {
-    g_signal_handler_disconnect(m_pWin, m_quitHandlerId);
-  }
-  const bool shown = m_pWin != nullptr || m_pChildWin != nullptr;
+  const WinTrace trace(KVO_LOG_INFO);
   YraListDelAll();
-  YraChooseFilesDiagDestory();
-  YraChooseDirectoryDiagDestory();
-  YraErrorMessageDiagDestory();
-  YraProgressBarDiagDestory();
-  YraMainWinDestory();
-  if (shown) gdk_flush();
+  {
+    const GdkLock lock;
+    const bool shown = m_pWin != nullptr || m_pChildWin != nullptr;
+    YraChooseFilesDiagDestory();
+    YraChooseDirectoryDiagDestory();
+    YraErrorMessageDiagDestory();
+    YraProgressBarDiagDestory();
+    YraMainWinDestory();
+    if (shown) gdk_flush();
+  }
   YraRWDestory();
-  YraUIThread::ReleaseErrors(this);
-  TRACE_OUT();
+  m_pInside->pErrors->EndAll(GTK_RESPONSE_NONE);
+  std::free(m_pErrorMessageInfo.exchange(nullptr));
+  delete m_pInside;
+  TRACE_VERBOSE(trace, "[%s] Out.", kLayerWin.tag);
 }
 
 unsigned int YraWinUI::YraMainWinCreate() {
-  TRACE_IN();
+  const WinTrace trace;
   if (m_pWin != nullptr) {
-    TRACE_ERROR("Already created.");
-    return TRACE_RET(kExists);
+    TRACE_ERROR(trace, "Already created.");
+    return trace.Ret(kExists);
   }
-  GtkWidget* pWindow = gtk_window_new(GTK_WINDOW_TOPLEVEL);
+  GtkWidget* pWindow = HoldMainWindow(&m_pWin);
   if (pWindow == nullptr) {
-    TRACE_ERROR("Callback gtk_window_new is failed.");
-    return TRACE_RET(kNotCreated);
+    TRACE_ERROR(trace, "Callback gtk_window_new is failed.");
+    return trace.Ret(kNotCreated);
   }
   gtk_window_set_title(GTK_WINDOW(pWindow), "Open");
   gtk_container_set_border_width(GTK_CONTAINER(pWindow), 200);
   gtk_window_set_position(GTK_WINDOW(pWindow), GTK_WIN_POS_CENTER);
   YraSetWinUIWidget(pWindow);
-  return TRACE_RET(YRAFT_STATUS_SUCCESS);
+  return trace.Ret(YRAFT_STATUS_SUCCESS);
 }
 
 void YraWinUI::YraMainWinDestory() {
-  TRACE_IN();
+  const WinTrace trace;
   if (m_pWin != nullptr) {
-    TRACE_VERBOSE("callback gtk_widget_destroy destory main window.");
-    GtkWidget* pWindow = m_pWin;
-    m_pWin = nullptr;
-    gtk_widget_destroy(pWindow);
+    TRACE_VERBOSE(trace, "callback gtk_widget_destroy destory main window.");
+    gtk_widget_destroy(std::exchange(m_pWin, nullptr));
   }
-  TRACE_OUT();
+  trace.Out();
 }

@@ -1,0 +1,354 @@
+// The box that tells the user what went wrong.
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+#include "dialogs/YraChooser.h"
+
+namespace {
+
+constexpr unsigned int kAlreadyCreated = 1;
+
+// ---- Filling a box -----------------------------------------------------------------------------
+
+// What a box says, in valid UTF-8.
+struct BoxTexts {
+  std::string title;
+  std::string first;
+  std::string second;
+  bool markup = false;    // the first text may be Pango markup
+  bool hasSecond = true;  // also an empty one
+};
+
+void WrapInsideWords(GtkWidget* pLabel, void*) {
+  if (GTK_IS_LABEL(pLabel)) gtk_label_set_line_wrap_mode(GTK_LABEL(pLabel), PANGO_WRAP_WORD_CHAR);
+}
+
+GtkWidget* BuildBox(WinTrace trace) {
+  GtkWidget* pDialog = gtk_message_dialog_new(nullptr, GTK_DIALOG_MODAL, GTK_MESSAGE_ERROR,
+                                              GTK_BUTTONS_CLOSE, nullptr);
+  if (pDialog == nullptr) {
+    TRACE_ERROR(trace, "Callback gtk_message_dialog_new is failed.");
+    return nullptr;
+  }
+  gtk_window_set_deletable(GTK_WINDOW(pDialog), FALSE);
+  // A path may be one long word.
+  gtk_container_foreach(
+      GTK_CONTAINER(gtk_message_dialog_get_message_area(GTK_MESSAGE_DIALOG(pDialog))),
+      WrapInsideWords, nullptr);
+  return pDialog;
+}
+
+std::string Beginning(const std::string& text, std::size_t size) {
+  return text.size() <= size ? text : YraCutText(text, size) + "\u2026";
+}
+
+void SetMainText(GtkWidget* pDialog, const BoxTexts& texts, std::size_t size) {
+  if (!texts.markup) {
+    g_object_set(pDialog, "text", Beginning(texts.first, size).c_str(), nullptr);
+    return;
+  }
+  char* pPlain = nullptr;
+  const bool markup =
+      pango_parse_markup(texts.first.c_str(), -1, 0, nullptr, &pPlain, nullptr, nullptr);
+  const std::string plain = markup ? pPlain : texts.first;
+  g_free(pPlain);
+  if (markup && plain.size() <= size) {
+    gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), texts.first.c_str());
+    return;
+  }
+  // Not markup after all, a file name with an ampersand say: shown as it is.
+  gchar* pEscaped = g_markup_escape_text(Beginning(plain, size).c_str(), -1);
+  gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), pEscaped);
+  g_free(pEscaped);
+}
+
+// Behind the texts: the title bar of a box with little text must hold the title beside the window
+// manager's controls.
+void MakeRoomForTitle(GtkWidget* pDialog, const char* title) {
+  constexpr int kControls = 130;  // pixels
+  constexpr int kMaxWidth = 480;
+  PangoLayout* pLayout = gtk_widget_create_pango_layout(pDialog, title);
+  int width = 0;
+  pango_layout_get_pixel_size(pLayout, &width, nullptr);
+  g_object_unref(pLayout);
+  width = std::min(width + width / 4 + kControls, kMaxWidth);  // in bold
+  GtkWidget* pContent = gtk_dialog_get_content_area(GTK_DIALOG(pDialog));
+  GtkRequisition texts;
+  gtk_widget_set_size_request(pContent, -1, -1);
+  gtk_widget_size_request(pContent, &texts);
+  if (width > texts.width) gtk_widget_set_size_request(pContent, width, -1);
+}
+
+bool FitsOnScreen(GtkWidget* pDialog) {
+  constexpr int kBars = 100;  // pixels for the title bar and a task bar
+  GtkRequisition box;
+  gtk_widget_size_request(pDialog, &box);
+  return box.height <= gdk_screen_get_height(gtk_widget_get_screen(pDialog)) - kBars;
+}
+
+void SetTexts(GtkWidget* pDialog, const BoxTexts& texts, std::size_t size) {
+  SetMainText(pDialog, texts, size);
+  if (texts.hasSecond) {
+    gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(pDialog), "%s",
+                                             Beginning(texts.second, size).c_str());
+  }
+  gtk_window_set_title(GTK_WINDOW(pDialog), texts.title.c_str());
+}
+
+// Of texts that are too long for the screen the box shows the beginning.
+void Fill(GtkWidget* pDialog, const BoxTexts& texts) {
+  for (std::size_t size = 4096; size >= 32; size /= 2) {
+    SetTexts(pDialog, texts, size);
+    MakeRoomForTitle(pDialog, texts.title.c_str());
+    if (FitsOnScreen(pDialog)) return;
+  }
+}
+
+// ---- A record's texts --------------------------------------------------------------------------
+
+std::string TextAt(const char* pText, std::size_t len) {
+  return YraValidText(std::string(pText, strnlen(pText, len)).c_str());
+}
+
+// The three texts of a record, each ended by its NUL or its length, whichever comes first.
+BoxTexts TextsOf(const YRAFT_ERROR_MESSAGE_INFO& info) {
+  const char* pTitle = reinterpret_cast<const char*>(&info + 1);
+  const char* pFirst = pTitle + info.titleLen + 1;
+  const char* pSecond = pFirst + info.firLen + 1;
+  return {.title = TextAt(pTitle, info.titleLen),
+          .first = TextAt(pFirst, info.firLen),
+          .second = TextAt(pSecond, info.SecLen),
+          .markup = true};
+}
+
+void TraceTexts(WinTrace trace, int level, const BoxTexts& texts) {
+  TRACE_AT(trace, level, "Title[%s], PromptInfoFir[%s], PromptInfoSec[%s].", texts.title.c_str(),
+           texts.first.c_str(), texts.second.c_str());
+}
+
+// A record whose size was filled in must hold its texts.
+bool LengthsFit(WinTrace trace, const YRAFT_ERROR_MESSAGE_INFO& info) {
+  constexpr unsigned int kEmpty = sizeof(info) + 3;
+  if (info.cbSize < kEmpty || kEmpty + info.titleLen + info.firLen + info.SecLen <= info.cbSize) {
+    return true;
+  }
+  TRACE_ERROR(trace, "lengths of the record are invaild.(%u + %u + %u - %u)", info.titleLen,
+              info.firLen, info.SecLen, info.cbSize);
+  return false;
+}
+
+// ---- One call, one box -------------------------------------------------------------------------
+
+// The caller's texts, on their way into the main loop.
+struct CallerTexts {
+  const char* pTitle;
+  const char* pPromptInfoFir;
+  const char* pPromptInfoSec;
+};
+
+void ShowOnce(WinTrace trace, const CallerTexts& texts) {
+  GtkWidget* pDialog = BuildBox(trace);
+  if (pDialog == nullptr) return;
+  Fill(pDialog, {.title = YraValidText(texts.pTitle),
+                 .first = YraValidText(texts.pPromptInfoFir),
+                 .second = YraValidText(texts.pPromptInfoSec),
+                 .hasSecond = texts.pPromptInfoSec != nullptr});
+  YraShowInFront(pDialog);
+  gtk_dialog_run(GTK_DIALOG(pDialog));
+  TRACE_VERBOSE(trace, "Will callback gtk_widget_destroy.");
+  gtk_widget_destroy(pDialog);
+}
+
+}  // namespace
+
+int YraErrorMsgIdleFunc(void* data) {
+  const WinTrace trace;
+  const std::unique_ptr<CallerTexts> pTexts(static_cast<CallerTexts*>(data));
+  if (pTexts == nullptr) {
+    TRACE_ERROR(trace, "data is null.");
+  } else {
+    const GdkLock lock;
+    ShowOnce(trace, *pTexts);
+    TRACE_VERBOSE(trace, "Will callback gtk_main_quit.");
+    gtk_main_quit();
+  }
+  trace.Out();
+  return FALSE;
+}
+
+unsigned int YraWinUI::YraErrorMessageDiagCreate(int argc, char** argv, const char* pTitle,
+                                                 const char* pPromptInfoFir,
+                                                 const char* pPromptInfoSec) {
+  const WinTrace trace;
+  if (pTitle == nullptr || pPromptInfoFir == nullptr) {
+    TRACE_ERROR(trace, "pTitle (%p) or pPromptInfoFir (%p) is null.",
+                static_cast<const void*>(pTitle), static_cast<const void*>(pPromptInfoFir));
+    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
+  }
+  if (m_pErrorMessage != nullptr) {
+    TRACE_ERROR(trace, "Error message dialog already created.");
+    return trace.Ret(kAlreadyCreated);
+  }
+  if (!YraInitGtk(trace, argc, argv)) return trace.Ret(YRAFT_OPT_STATUS_FAILED);
+  auto* pTexts = new (std::nothrow) CallerTexts{pTitle, pPromptInfoFir, pPromptInfoSec};
+  if (pTexts == nullptr) return trace.Ret(YRAFT_STATUS_NO_MEMORY);
+  YraRunMainLoop(YraErrorMsgIdleFunc, pTexts);
+  return trace.Ret(YRAFT_STATUS_SUCCESS);
+}
+
+unsigned int YraShowErrorRecord(WinTrace trace, YraWinUI* pWinUI, int argc, char** argv,
+                                const YRAFT_ERROR_MESSAGE_INFO& info) {
+  if (!LengthsFit(trace, info)) return YRAFT_STATUS_INVALID_PARAM;
+  const BoxTexts texts = TextsOf(info);
+  return pWinUI->YraErrorMessageDiagCreate(argc, argv, texts.title.c_str(), texts.first.c_str(),
+                                           texts.second.c_str());
+}
+
+// ---- The persistent box ------------------------------------------------------------------------
+
+namespace {
+
+void YraErrorMessageDestoryCallback(GtkWidget* widget, void* data) {
+  const WinTrace trace(KVO_LOG_INFO);
+  TRACE_INFO(trace, "widget=0x%x, udata=0x%x.", TraceAddress(widget), TraceAddress(data));
+  YraWinUI::Inside::Of(static_cast<YraWinUI*>(data)).pErrors->Forget(trace, KVO_LOG_INFO, widget);
+  trace.Out();
+}
+
+gboolean YraErrorMessageDelEventCallback(GtkWidget* widget, GdkEvent* event, void* data) {
+  return YraTraceDeleteEvent(WinTrace(KVO_LOG_INFO), KVO_LOG_INFO, widget, event, data);
+}
+
+}  // namespace
+
+unsigned int YraWinUI::YraErrorMessageDiagCreate() {
+  const WinTrace trace;
+  if (m_pErrorMessage != nullptr) {
+    TRACE_ERROR(trace, "Error message dialog already created.");
+    return trace.Ret(kAlreadyCreated);
+  }
+  const BoxTexts placeholder{.title = "Error", .first = "prompt", .second = "information"};
+  TraceTexts(trace, KVO_LOG_VERBOSE, placeholder);
+  GtkWidget* pDialog = BuildBox(trace);
+  if (pDialog == nullptr) return trace.Ret(YRAFT_OPT_STATUS_FAILED);
+  TRACE_VERBOSE(trace, "pErrorDiag=0x%x.", TraceAddress(pDialog));
+  YraSetErrorMessageDiag(pDialog);
+  // Not measured, as nobody sees it: that would load the fonts of a session that may need none.
+  SetTexts(pDialog, placeholder, placeholder.second.size());
+  gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
+  TRACE_VERBOSE(trace, "Setting destroy callback.");
+  TRACE_VERBOSE(trace, "Setting delete-event callback.");
+  m_pInside->pErrors->Watch(pDialog, G_CALLBACK(YraErrorMessageDestoryCallback),
+                            G_CALLBACK(YraErrorMessageDelEventCallback));
+  TRACE_INFO(trace, "will hide dialog...");
+  gtk_widget_hide(pDialog);
+  return trace.Ret(YRAFT_STATUS_SUCCESS);
+}
+
+void YraWinUI::YraErrorMessageDiagDestory() {
+  const WinTrace trace(KVO_LOG_INFO);
+  if (m_pErrorMessage != nullptr) {
+    TRACE_INFO(trace, "callback gtk_widget_destroy destory error message dialog.");
+    gtk_widget_destroy(m_pErrorMessage);
+  }
+  trace.Out();
+}
+
+namespace {
+
+void TraceResponse(WinTrace trace, int response) {
+  TRACE_INFO(trace, "result=%d.", response);
+  switch (response) {
+    case GTK_RESPONSE_ACCEPT:
+      TRACE_INFO(trace, "GTK_RESPONSE_ACCEPT");
+      break;
+    case GTK_RESPONSE_CANCEL:
+      TRACE_INFO(trace, "GTK_RESPONSE_CANCEL");
+      break;
+    case GTK_RESPONSE_DELETE_EVENT:
+      TRACE_INFO(trace, "GTK_RESPONSE_DELETE_EVENT");
+      break;
+    case GTK_RESPONSE_CLOSE:
+      TRACE_INFO(trace, "GTK_RESPONSE_CLOSE");
+      break;
+    default:
+      TRACE_INFO(trace, "gtk_dialog_run is not GTK_RESPONSE_ACCEPT. (%d)", response);
+  }
+}
+
+class ErrorMessage : public YraDialog {
+ public:
+  explicit ErrorMessage(YraWinUI* pWinUI)
+      : YraDialog(pWinUI, YraErrorMsgSelfSignalIdleFunc,
+                  {.pIdle = "YraErrorMsgSelfSignalIdleFunc",
+                   .pBuild = "YraErrorMessageDiagCreate",
+                   .pNotCreated = "Error message dialog no created.",
+                   .pNull = "Error message dialog is null."}) {}
+
+ private:
+  GtkWidget* Widget() const override { return WinUI()->YraGetErrorMessageDiag(); }
+  void Hold(GtkWidget* pWidget) override { WinUI()->YraSetErrorMessageDiag(pWidget); }
+  unsigned int Build() override { return WinUI()->YraErrorMessageDiagCreate(); }
+  // A message is not lost because its box could not be built.
+  bool Patient() const override { return true; }
+
+  bool Open(GtkWidget* pDialog, const YraRequest& request) override {
+    TRACE_VERBOSE(Trace(), "pErrorDiag=0x%x.", TraceAddress(pDialog));
+    const BoxTexts texts = TextsOf(*request.pMessage);
+    TraceTexts(Trace(), KVO_LOG_INFO, texts);
+    gtk_window_set_position(GTK_WINDOW(pDialog), GTK_WIN_POS_CENTER_ALWAYS);
+    Fill(pDialog, texts);
+    TRACE_INFO(Trace(), "will show dialog...");
+    YraShowInFront(pDialog);
+    gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
+    return true;
+  }
+
+  void Answer(GtkWidget* pDialog, int response, const YraRequest& request) override {
+    if (pDialog != nullptr) {
+      TraceResponse(Trace(), response);
+      TRACE_INFO(Trace(), "Will hide dialog...");
+      gtk_widget_hide(pDialog);
+      gdk_flush();
+    }
+    // The object points to the message that came last.
+    if (WinUI()->YraGetErrorMessageInfo() == request.pMessage.get()) {
+      WinUI()->YraSetErrorMessageInfo(nullptr);
+    }
+  }
+};
+
+}  // namespace
+
+std::unique_ptr<YraDialog> YraMakeErrorMessage(YraWinUI* pWinUI) {
+  return std::make_unique<ErrorMessage>(pWinUI);
+}
+
+unsigned int YraWinUI::YraErrorMessageDiagCreate(YRAFT_ERROR_MESSAGE_INFO* pErrorMessageInfo) {
+  const WinTrace trace;
+  if (pErrorMessageInfo == nullptr) {
+    TRACE_ERROR(trace, "pErrorMessageInfo (%p) is NULL.", static_cast<void*>(pErrorMessageInfo));
+    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
+  }
+  decltype(YraRequest::pMessage) pMessage(pErrorMessageInfo);
+  if (!LengthsFit(trace, *pMessage)) return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
+  std::unique_ptr<YraRequest> pRequest(new (std::nothrow) YraRequest);
+  if (pRequest == nullptr) return trace.Ret(YRAFT_STATUS_NO_MEMORY);
+  YraSetErrorMessageInfo(pErrorMessageInfo);
+  if (trace.Admits(KVO_LOG_VERBOSE)) TraceTexts(trace, KVO_LOG_VERBOSE, TextsOf(*pMessage));
+  pRequest->pMessage = std::move(pMessage);
+  m_pInside->pErrors->Accept(std::move(pRequest));
+  return trace.Ret(YRAFT_STATUS_SUCCESS);
+}
+
+int YraErrorMsgSelfSignalIdleFunc(void* data) {
+  const WinTrace trace(KVO_LOG_INFO);
+  if (data == nullptr) {
+    TRACE_ERROR(trace, "data is null.");
+  } else {
+    YraWinUI::Inside::Of(static_cast<YraWinUI*>(data)).pErrors->Serve();
+  }
+  trace.Out();
+  return FALSE;
+}

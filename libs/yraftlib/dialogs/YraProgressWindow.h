@@ -1,0 +1,24 @@
+// The window of the progress dialog: how it is built, and how it shows a value.
+#pragma once
+
+#include <gtk/gtk.h>
+
+#include <string>
+
+struct YraProgressWidgets {
+  GtkWidget* pBar;
+  GtkWidget* pPause;
+  GtkWidget* pCancel;
+};
+
+GtkWidget* YraBuildProgressWindow(const std::string& title);
+GtkWidget* YraBuildProgressLabel(const std::string& text);
+// Puts label, bar and buttons below each other into the window.
+YraProgressWidgets YraFillProgressWindow(GtkWidget* pWindow, GtkWidget* pLabel, double fraction);
+// Gives the window the size that its texts need now.
+void YraFitToTexts(GtkWidget* pWindow);
+
+// Each leaves a widget alone that shows the value already: a burst of events repeats itself.
+void YraShowTitle(GtkWidget* pWindow, const std::string& title);
+void YraShowLabel(GtkWidget* pLabel, const std::string& text);
+void YraShowFraction(GtkWidget* pBar, double fraction);
