@@ -21,7 +21,7 @@
 #include <thread>
 #include <vector>
 
-#include "common/libs/log/trace.h"
+#include "common/libs/log/KvoTrace.h"
 #include "support/await.h"
 #include "support/log_service.h"
 

@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <utility>
 
-#include "common/libs/log/trace.h"
+#include "common/libs/log/KvoTrace.h"
 
 #define YRAFT_TRACE_ADMITS(level) kvolog::Admits(KVO_CLASS_YRAFT, level)
 #include "yraft.h"

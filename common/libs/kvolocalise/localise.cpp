@@ -11,7 +11,7 @@
 #include <cstring>
 
 #include "common/libs/kvolocalise/messages.h"
-#include "common/libs/log/trace.h"
+#include "common/libs/log/KvoTrace.h"
 
 namespace {
 

@@ -8,10 +8,10 @@
 #include <cstdarg>
 #include <cstdio>
 
-#include "common/libs/log/channel.h"
-#include "common/libs/log/config.h"
-#include "common/libs/log/state.h"
-#include "common/libs/log/trace.h"
+#include "common/libs/log/KvoLogChannel.h"
+#include "common/libs/log/KvoLogConfig.h"
+#include "common/libs/log/KvoLogState.h"
+#include "common/libs/log/KvoTrace.h"
 
 namespace {
 

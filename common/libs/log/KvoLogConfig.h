@@ -2,7 +2,7 @@
 // write into it, all others only read.
 #pragma once
 
-#include "common/libs/log/classes.h"
+#include "common/libs/log/KvoLogClasses.h"
 #include "kvolog.h"
 
 namespace kvolog {

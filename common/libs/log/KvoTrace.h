@@ -4,7 +4,7 @@
 
 #include <atomic>
 
-#include "common/libs/log/classes.h"
+#include "common/libs/log/KvoLogClasses.h"
 #include "kvolog.h"
 
 // The configuration that decides about lines of the trace; null while there is nobody to write them

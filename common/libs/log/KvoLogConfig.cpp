@@ -1,4 +1,4 @@
-#include "common/libs/log/config.h"
+#include "common/libs/log/KvoLogConfig.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -7,7 +7,7 @@
 
 #include <cstring>
 
-#include "common/libs/log/trace.h"
+#include "common/libs/log/KvoTrace.h"
 
 namespace kvolog {
 

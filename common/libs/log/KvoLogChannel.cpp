@@ -1,4 +1,4 @@
-#include "common/libs/log/channel.h"
+#include "common/libs/log/KvoLogChannel.h"
 
 #include <sched.h>
 #include <signal.h>
@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <cstring>
 
-#include "common/libs/log/trace.h"
+#include "common/libs/log/KvoTrace.h"
 
 namespace kvolog {
 
