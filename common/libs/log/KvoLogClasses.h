@@ -28,85 +28,110 @@ struct ClassRow {
   std::int32_t parent;  // smaller than the row's own id; -1: the root
 };
 
-// From a class to the root it is never further than this.
-constexpr int kMaxSteps = 3;
-
-namespace rows {
-
-struct Named {
-  unsigned int id;
-  ClassRow row;
+// Consecutive rows. Where they are several, each name goes on with its row's id.
+struct ClassRange {
+  unsigned int first;
+  unsigned int last;
+  std::string_view name;
+  std::string_view displayName;
+  std::int32_t parent;
+  std::uint32_t defaultLevel = KVO_LOG_INHERIT;
 };
 
-inline constexpr Named kNamed[] = {
-    {0, {"ALL", "All", -1}},
-    {63, {"LOCALISE", "Localisation", 0}},
-    {175, {"YRAFT", "Yraft", 0}},
-    {176, {"YRAFT_CMD", "YraftCmd", 175}},
-    {177, {"YRAFT_LIB", "YraftLib", 175}},
-    {178, {"YRAFT_POLICY", "YraftPolicy", 175}},
-    {179, {"YRAFT_QUEUE", "YraftQueue", 175}},
-    {180, {"YRAFT_SERVICE", "YraftService", 175}},
-    {181, {"YRAFT_SESSION", "YraftSession", 175}},
-    {182, {"YRAFT_UI", "YraftUi", 175}},
-    {183, {"YRAFT_VC", "YraftVc", 175}},
-    {184, {"YRAFT_WS", "YraftWs", 175}},
-    {185, {"YRAFT_GTK", "YraftGtk", 175}},
-    {186, {"YRAFT_MON", "YraftMon", 175}},
-    {187, {"YRAFT_RW", "YraftRw", 175}},
-    {188, {"YRAFT_WIN", "YraftWin", 175}},
+// The classes of the agent's other components are known here by their numbers only.
+inline constexpr ClassRange kClassRanges[] = {
+    {0, 0, "ALL", "All", -1, KVO_LOG_WARNING},
+    {1, 26, "COMPONENT_", "Component ", 0, KVO_LOG_WARNING},
+    {27, 37, "COMPONENT_", "Component ", 0},
+    {38, 62, "COMPONENT_", "Component ", 1},
+    {63, 63, "LOCALISE", "Localisation", 0},
+    {64, 174, "COMPONENT_", "Component ", 27},
+    {175, 175, "YRAFT", "Yraft", 0},
+    {176, 176, "YRAFT_CMD", "YraftCmd", 175},
+    {177, 177, "YRAFT_LIB", "YraftLib", 175},
+    {178, 178, "YRAFT_POLICY", "YraftPolicy", 175},
+    {179, 179, "YRAFT_QUEUE", "YraftQueue", 175},
+    {180, 180, "YRAFT_SERVICE", "YraftService", 175},
+    {181, 181, "YRAFT_SESSION", "YraftSession", 175},
+    {182, 182, "YRAFT_UI", "YraftUi", 175},
+    {183, 183, "YRAFT_VC", "YraftVc", 175},
+    {184, 184, "YRAFT_WS", "YraftWs", 175},
+    {185, 185, "YRAFT_GTK", "YraftGtk", 175},
+    {186, 186, "YRAFT_MON", "YraftMon", 175},
+    {187, 187, "YRAFT_RW", "YraftRw", 175},
+    {188, 188, "YRAFT_WIN", "YraftWin", 175},
+    {189, 200, "COMPONENT_", "Component ", 38},
 };
-
-// Writes a word and an id of three digits.
-constexpr void Label(char (&text)[kNameSize], std::string_view word, unsigned int id) {
-  std::size_t at = word.copy(text, word.size());
-  for (unsigned int unit = 100; unit != 0; unit /= 10) {
-    text[at++] = static_cast<char>('0' + id / unit % 10);
-  }
-}
-
-// The rows of the agent's other components go by their ids. They come in families of five: a head
-// under the root, its members, and one that hangs a step deeper.
-constexpr unsigned int kFamily = 5;
-constexpr unsigned int kOthersWithLevel = 26;  // heads that have a level of their own by default
-
-}  // namespace rows
 
 struct Classes {
   std::array<ClassRow, KVO_LOG_CLASSES> rows{};
   std::array<std::uint32_t, KVO_LOG_CLASSES> defaultLevels{};
 
   constexpr Classes() {
-    for (const rows::Named& named : rows::kNamed) rows[named.id] = named.row;
-    defaultLevels[KVO_CLASS_ALL] = KVO_LOG_WARNING;
-    unsigned int other = 0;  // counts the rows without a name of their own
-    unsigned int ids[rows::kFamily] = {};
-    for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
-      if (rows[id].name[0] != '\0') continue;
-      const unsigned int member = other % rows::kFamily;
-      ids[member] = id;
-      rows::Label(rows[id].name, "COMPONENT_", id);
-      rows::Label(rows[id].displayName, "Component ", id);
-      const unsigned int parents[] = {KVO_CLASS_ALL, ids[0], ids[0], ids[0], ids[3]};
-      rows[id].parent = static_cast<std::int32_t>(parents[member]);
-      if (member == 0 && other / rows::kFamily < rows::kOthersWithLevel) {
-        defaultLevels[id] = KVO_LOG_WARNING;
+    for (const ClassRange& range : kClassRanges) {
+      for (unsigned int id = range.first; id <= range.last; ++id) {
+        Label(rows[id].name, range, range.name, id);
+        Label(rows[id].displayName, range, range.displayName, id);
+        rows[id].parent = range.parent;
+        defaultLevels[id] = range.defaultLevel;
       }
-      ++other;
     }
+  }
+
+  static constexpr void Label(char (&text)[kNameSize], const ClassRange& range,
+                              std::string_view word, unsigned int id) {
+    std::size_t at = word.copy(text, word.size());
+    if (range.first == range.last) return;
+    for (unsigned int unit = 100; unit != 0; unit /= 10) {
+      text[at++] = static_cast<char>('0' + id / unit % 10);
+    }
+  }
+
+  // The class so many steps above another; the root stands above itself.
+  constexpr unsigned int Above(unsigned int id, int steps) const {
+    for (; steps > 0 && id != KVO_CLASS_ALL; --steps) {
+      id = static_cast<unsigned int>(rows[id].parent);
+    }
+    return id;
   }
 };
 
 inline constexpr Classes kClasses;
 
-// The class above each class; the root stands above itself. Any byte is an index.
-using AboveTable = std::array<std::uint8_t, 256>;
+// From a class to the root it is never further than this.
+constexpr int kMaxSteps = 3;
+
+template <class Condition>
+constexpr unsigned int CountClasses(Condition condition) {
+  unsigned int count = 0;
+  for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) count += condition(id) ? 1 : 0;
+  return count;
+}
+
+// Every id has its row, below that of its parent.
+static_assert(CountClasses([](unsigned int id) {
+                return kClasses.rows[id].name[0] != '\0' &&
+                       kClasses.rows[id].parent < static_cast<std::int32_t>(id);
+              }) == KVO_LOG_CLASSES);
+static_assert(CountClasses([](unsigned int id) { return kClasses.rows[id].parent == 0; }) == 39);
+static_assert(CountClasses([](unsigned int id) {
+                return kClasses.Above(id, kMaxSteps - 1) != KVO_CLASS_ALL;
+              }) > 0);
+static_assert(CountClasses([](unsigned int id) {
+                return kClasses.Above(id, kMaxSteps) == KVO_CLASS_ALL;
+              }) == KVO_LOG_CLASSES);
+static_assert(CountClasses([](unsigned int id) { return kClasses.defaultLevels[id] != 0; }) ==
+              26 + 1);
+
+// For each number of steps, the class that is that far above each class. Any byte is an index.
+using AboveTable = std::array<std::array<std::uint8_t, 256>, kMaxSteps>;
 
 constexpr AboveTable MakeAbove() {
   AboveTable above{};
-  for (std::size_t id = 0; id < KVO_LOG_CLASSES; ++id) {
-    const std::int32_t parent = kClasses.rows[id].parent;
-    above[id] = static_cast<std::uint8_t>(id == KVO_CLASS_ALL ? KVO_CLASS_ALL : parent);
+  for (int steps = 1; steps <= kMaxSteps; ++steps) {
+    for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
+      above[steps - 1][id] = static_cast<std::uint8_t>(kClasses.Above(id, steps));
+    }
   }
   return above;
 }

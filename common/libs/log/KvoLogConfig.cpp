@@ -29,10 +29,6 @@ constexpr KvoLogConfig MakeDefaults() {
 constexpr KvoLogConfig kDefaults = MakeDefaults();
 constexpr AboveTable kAbove = MakeAbove();
 
-// What KvoTraceEntry.S goes by.
-static_assert(offsetof(Mapping, config) + offsetof(KvoLogConfig, levels) == 4);
-static_assert(offsetof(Mapping, above) == 4096 && kMaxSteps == 3);
-
 KvoLogConfig* g_config = nullptr;
 bool g_writable = false;
 
