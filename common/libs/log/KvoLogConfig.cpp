@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,52 +28,55 @@ constexpr KvoLogConfig MakeDefaults() {
 }
 
 constexpr KvoLogConfig kDefaults = MakeDefaults();
-constexpr AboveTable kAbove = MakeAbove();
 
-KvoLogConfig* g_config = nullptr;
+// Its first page is covered by the file's while that is mapped, and is empty else: a line that is
+// caught by the shutdown finds no level and no flags there.
+constinit Mapping g_mapping{{}, MakeAbove()};
+constexpr KvoLogConfig& g_config = g_mapping.config;
+bool g_mapped = false;
 bool g_writable = false;
 
-// Opening something that is no file must not wait for whoever has its other end.
-constexpr int kOpenFlags = O_CLOEXEC | O_NONBLOCK;
-
-int OpenForWriting() {
-  const mode_t old = umask(0);
-  const int fd = open(KVO_LOG_CONFIG_PATH, O_RDWR | O_CREAT | kOpenFlags, 0664);
-  umask(old);
-  if (fd >= 0 && ftruncate(fd, sizeof(KvoLogConfig)) != 0) {
-    close(fd);
-    return -1;
-  }
-  return fd;
+// Covers the first page.
+bool Cover(int protection, int flags, int fd) {
+  return mmap(&g_mapping.config, sizeof(KvoLogConfig), protection, MAP_FIXED | flags, fd, 0) !=
+         MAP_FAILED;
 }
 
-// A mapping behind the end of a file faults when it is read.
-bool HoldsConfig(int fd) {
+// Opens what stands at the path, if that is a file: nothing else is touched, followed or waited
+// for.
+int OpenFile(int flags) {
+  const int fd =
+      open(KVO_LOG_CONFIG_PATH, flags | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY, 0664);
   struct stat status;
-  return fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
-         status.st_size >= static_cast<off_t>(sizeof(KvoLogConfig));
+  if (fd < 0 || (fstat(fd, &status) == 0 && S_ISREG(status.st_mode))) return fd;
+  close(fd);
+  return -1;
 }
 
-// Answers null where the file cannot be mapped.
-KvoLogConfig* Map(int fd, int protection) {
-  if (!HoldsConfig(fd)) return nullptr;
-  void* pPages =
-      mmap(nullptr, sizeof(Mapping), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (pPages == MAP_FAILED) return nullptr;
-  auto* pMapping = static_cast<Mapping*>(pPages);
-  pMapping->above = kAbove;
-  if (mmap(&pMapping->config, sizeof(KvoLogConfig), protection, MAP_SHARED | MAP_FIXED, fd, 0) ==
-      MAP_FAILED) {
-    munmap(pPages, sizeof(Mapping));
-    return nullptr;
-  }
-  return &pMapping->config;
+bool WriteDefaults(int fd) {
+  rlimit limit;  // to write beyond it raises a signal that ends the process
+  return getrlimit(RLIMIT_FSIZE, &limit) == 0 && limit.rlim_cur >= sizeof(kDefaults) &&
+         pwrite(fd, &kDefaults, sizeof(kDefaults), 0) == sizeof(kDefaults);
 }
 
-// The configuration where this process may change it, else null.
-KvoLogConfig* Writable() { return g_writable ? g_config : nullptr; }
+// Gives the file its contents, where it has none, and its length. Written, not stored through the
+// mapping: a page for which a full file system has no room can be refused here, but not there.
+bool Prepare(int fd) {
+  std::uint32_t magic = 0;
+  const bool initialised =
+      pread(fd, &magic, sizeof(magic), offsetof(KvoLogConfig, magic)) == sizeof(magic) &&
+      magic == KVO_LOG_CONFIG_MAGIC;
+  return (initialised || WriteDefaults(fd)) && ftruncate(fd, sizeof(KvoLogConfig)) == 0;
+}
 
-bool Known(unsigned int classId) { return g_config != nullptr && classId < KVO_LOG_CLASSES; }
+// Behind the end of a file, or in a hole that cannot be filled, a mapping faults when it is read.
+bool HoldsConfig(int fd) {
+  return lseek(fd, 0, SEEK_HOLE) >= static_cast<off_t>(sizeof(KvoLogConfig));
+}
+
+bool Writable() { return g_mapped && g_writable; }
+
+bool Known(unsigned int classId) { return g_mapped && classId < KVO_LOG_CLASSES; }
 
 // Words of the file are read and written whole, whatever other processes do meanwhile.
 std::uint32_t Load(const std::uint32_t& word) { return __atomic_load_n(&word, __ATOMIC_RELAXED); }
@@ -84,21 +88,21 @@ void Store(std::uint32_t& word, std::uint32_t value) {
 
 void MapConfig() {
   g_writable = getgid() == 0;
-  const int fd = g_writable ? OpenForWriting() : open(KVO_LOG_CONFIG_PATH, O_RDONLY | kOpenFlags);
+  const mode_t mask = g_writable ? umask(0) : 0;
+  const int fd = OpenFile(g_writable ? O_RDWR | O_CREAT : O_RDONLY);
+  if (g_writable) umask(mask);
   if (fd < 0) return;
-  g_config = Map(fd, g_writable ? PROT_READ | PROT_WRITE : PROT_READ);
+  g_mapped = (!g_writable || Prepare(fd)) && HoldsConfig(fd) &&
+             Cover(g_writable ? PROT_READ | PROT_WRITE : PROT_READ, MAP_SHARED, fd);
   close(fd);
-  if (Writable() != nullptr && Load(g_config->magic) != KVO_LOG_CONFIG_MAGIC) *g_config = kDefaults;
 }
 
 void UnmapConfig() {
-  if (g_config == nullptr) return;
-  KvoLogConfig* pConfig = g_config;
-  g_config = nullptr;
-  munmap(pConfig, sizeof(Mapping));
+  g_mapped = false;
+  Cover(PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1);
 }
 
-const KvoLogConfig* Config() { return g_config; }
+const KvoLogConfig* Config() { return g_mapped ? &g_config : nullptr; }
 
 }  // namespace kvolog
 
@@ -107,17 +111,17 @@ using namespace kvolog;  // NOLINT: the interface's side of the file
 // ---- Classes and levels ------------------------------------------------------------------------
 
 unsigned int KvoLogGetWorkingLevel(unsigned int classId) {
-  return Known(classId) ? WorkingLevel(*g_config, classId) : KVO_LOG_UNKNOWN;
+  return Known(classId) ? WorkingLevel(g_config, classId) : KVO_LOG_UNKNOWN;
 }
 
 int KvoLogSetCurrentLevel(unsigned int classId, unsigned int level) {
-  if (Writable() == nullptr || !Known(classId) || level >= KVO_LOG_LEVELS) return 0;
-  Store(g_config->levels[classId], level);
+  if (!Writable() || !Known(classId) || level >= KVO_LOG_LEVELS) return 0;
+  Store(g_config.levels[classId], level);
   return 1;
 }
 
 unsigned int KvoLogGetCurrentLevel(unsigned int classId) {
-  return Known(classId) ? Load(g_config->levels[classId]) : KVO_LOG_UNKNOWN;
+  return Known(classId) ? Load(g_config.levels[classId]) : KVO_LOG_UNKNOWN;
 }
 
 unsigned int KvoLogGetDefaultLevel(unsigned int classId) {
@@ -138,35 +142,35 @@ const char* KvoLogGetClassDisplayName(unsigned int classId) {
 }
 
 const char* KvoLogGetLevelName(unsigned int level) {
-  return g_config != nullptr && level < KVO_LOG_LEVELS ? kLevels[level].name : nullptr;
+  return g_mapped && level < KVO_LOG_LEVELS ? kLevels[level].name : nullptr;
 }
 
 const char* KvoLogGetLevelDisplayName(unsigned int level) {
-  return g_config != nullptr && level < KVO_LOG_LEVELS ? kLevels[level].displayName : nullptr;
+  return g_mapped && level < KVO_LOG_LEVELS ? kLevels[level].displayName : nullptr;
 }
 
 // ---- Flags -------------------------------------------------------------------------------------
 
 int KvoLogEnableFlags(unsigned int bits) {
-  if (Writable() == nullptr) return 0;
-  __atomic_fetch_or(&g_config->flags, bits, __ATOMIC_RELAXED);
+  if (!Writable()) return 0;
+  __atomic_fetch_or(&g_config.flags, bits, __ATOMIC_RELAXED);
   return 1;
 }
 
 int KvoLogDisableFlags(unsigned int bits) {
-  if (Writable() == nullptr) return 0;
-  __atomic_fetch_and(&g_config->flags, ~bits, __ATOMIC_RELAXED);
+  if (!Writable()) return 0;
+  __atomic_fetch_and(&g_config.flags, ~bits, __ATOMIC_RELAXED);
   return 1;
 }
 
 int KvoLogGetCurrentFlags(unsigned int* pFlags) {
-  if (g_config == nullptr || pFlags == nullptr) return 0;
-  *pFlags = Load(g_config->flags);
+  if (!g_mapped || pFlags == nullptr) return 0;
+  *pFlags = Load(g_config.flags);
   return 1;
 }
 
 int KvoLogGetDefaultFlags(unsigned int* pFlags) {
-  if (g_config == nullptr || pFlags == nullptr) return 0;
+  if (!g_mapped || pFlags == nullptr) return 0;
   *pFlags = kDefaults.flags;
   return 1;
 }
@@ -174,32 +178,32 @@ int KvoLogGetDefaultFlags(unsigned int* pFlags) {
 // ---- What the log service is to do -------------------------------------------------------------
 
 int KvoLogSetOutputPath(const char* path) {
-  if (Writable() == nullptr || path == nullptr) return 0;
-  const std::size_t length = strnlen(path, sizeof(g_config->outputPath));
-  if (length == sizeof(g_config->outputPath)) return 0;
-  std::memcpy(g_config->outputPath, path, length);
-  std::memset(g_config->outputPath + length, 0, sizeof(g_config->outputPath) - length);
+  if (!Writable() || path == nullptr) return 0;
+  const std::size_t length = strnlen(path, sizeof(g_config.outputPath));
+  if (length == sizeof(g_config.outputPath)) return 0;
+  std::memcpy(g_config.outputPath, path, length);
+  std::memset(g_config.outputPath + length, 0, sizeof(g_config.outputPath) - length);
   return 1;
 }
 
-const char* KvoLogGetOutputPath() { return g_config != nullptr ? g_config->outputPath : nullptr; }
+const char* KvoLogGetOutputPath() { return g_mapped ? g_config.outputPath : nullptr; }
 
 int KvoLogSetRolloverSize(int size) {
-  if (Writable() == nullptr || size < 1 || size > KVO_LOG_ROLLOVER_SIZE_MAX) return 0;
-  Store(g_config->rolloverSize, static_cast<std::uint32_t>(size));
+  if (!Writable() || size < 1 || size > KVO_LOG_ROLLOVER_SIZE_MAX) return 0;
+  Store(g_config.rolloverSize, static_cast<std::uint32_t>(size));
   return 1;
 }
 
 unsigned int KvoLogGetRolloverSize() {
-  return g_config != nullptr ? Load(g_config->rolloverSize) : KVO_LOG_UNKNOWN;
+  return g_mapped ? Load(g_config.rolloverSize) : KVO_LOG_UNKNOWN;
 }
 
 int KvoLogSetRolloverCount(unsigned int count) {
-  if (Writable() == nullptr || count > KVO_LOG_ROLLOVER_COUNT_MAX) return 0;
-  Store(g_config->rolloverCount, count);
+  if (!Writable() || count > KVO_LOG_ROLLOVER_COUNT_MAX) return 0;
+  Store(g_config.rolloverCount, count);
   return 1;
 }
 
 unsigned int KvoLogGetRolloverCount() {
-  return g_config != nullptr ? Load(g_config->rolloverCount) : KVO_LOG_UNKNOWN;
+  return g_mapped ? Load(g_config.rolloverCount) : KVO_LOG_UNKNOWN;
 }
