@@ -15,8 +15,7 @@ std::atomic<const KvoLogConfig*> kvolog_filter{nullptr};
 
 namespace kvolog {
 
-bool g_initialised = false;
-bool g_syslogOpen = false;
+State g_state = State::kClosed;
 
 namespace {
 
@@ -44,36 +43,31 @@ unsigned int SessionId() {
 using namespace kvolog;  // NOLINT: the interface's side of the file
 
 int KvoLogInit() {
-  if (!g_initialised) {
+  if (g_state == State::kClosed) {
     NameProcess(program_invocation_short_name);
     MapConfig();
     openlog(g_identity, LOG_PID | LOG_CONS, LOG_USER);
     setlogmask(LOG_UPTO(LOG_INFO));
-    g_syslogOpen = true;
     if (OpenChannel(SessionId(), g_identity)) {
       kvolog_filter.store(Config(), std::memory_order_relaxed);
     }
-    g_initialised = true;
+    g_state = State::kOpen;
   }
-  if (g_syslogOpen) return 1;
-  return ChannelOpen() && Config() != nullptr ? 1 : 0;
+  return g_state == State::kOpen ? 1 : 0;
 }
 
 int KvoLogInitConfigOnly() {
-  if (!g_initialised) {
+  if (g_state == State::kClosed) {
     MapConfig();
-    g_initialised = true;
+    g_state = State::kConfigOnly;
   }
   return Config() != nullptr ? 1 : 0;
 }
 
 void KvoLogShutdown() {
-  if (!g_initialised) return;
+  if (g_state == State::kClosed) return;
   CloseChannel();
-  if (g_syslogOpen) {
-    g_syslogOpen = false;
-    closelog();
-  }
+  if (g_state == State::kOpen) closelog();
   UnmapConfig();
-  g_initialised = false;
+  g_state = State::kClosed;
 }

@@ -1,10 +1,11 @@
-// What a process's logging has opened. Written by the initialisations and the shutdown, which no
+// How far a process's logging is open. Changed by the initialisations and the shutdown, which no
 // other thread's lines overlap.
 #pragma once
 
 namespace kvolog {
 
-extern bool g_initialised;
-extern bool g_syslogOpen;
+enum class State { kClosed, kConfigOnly, kOpen };
+
+extern State g_state;
 
 }  // namespace kvolog

@@ -114,10 +114,10 @@ void KvoTraceAdmitted(unsigned int classId, int level, const char* file, const c
 
 void __KvoLog(int level, const char* file, const char* function, unsigned int, const char* format,
               ...) {
-  if (!kvolog::g_initialised || !MessageLevel(level)) return;
+  if (kvolog::g_state == kvolog::State::kClosed || !MessageLevel(level)) return;
   if (file == nullptr || function == nullptr || format == nullptr) return;
   va_list arguments;
-  if (kvolog::g_syslogOpen) {
+  if (kvolog::g_state == kvolog::State::kOpen) {
     const int error = errno;
     va_start(arguments, format);
     vsyslog(Priority(level), format, arguments);
