@@ -2,9 +2,9 @@
 #include <syslog.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
 #include "common/libs/log/KvoLogChannel.h"
 #include "common/libs/log/KvoLogConfig.h"
@@ -23,12 +23,9 @@ namespace {
 char g_identity[KVO_LOG_IDENTITY_SIZE];
 
 void NameProcess(const char* program) {
-  std::string identity = "brelka";
-  if (program != nullptr && *program != '\0') {
-    identity += '-';
-    identity += std::strcmp(program, "java") == 0 ? "kvoavk" : program;
-  }
-  g_identity[identity.copy(g_identity, sizeof(g_identity) - 1)] = '\0';
+  if (program == nullptr) program = "";
+  if (std::strcmp(program, "java") == 0) program = "kvoavk";
+  std::snprintf(g_identity, sizeof(g_identity), "brelka%s%s", *program != '\0' ? "-" : "", program);
 }
 
 unsigned int SessionId() {

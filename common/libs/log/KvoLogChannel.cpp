@@ -11,9 +11,9 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
-#include <ctime>
 #include <optional>
 
 #include "common/libs/log/KvoTrace.h"
@@ -22,36 +22,30 @@ namespace kvolog {
 
 namespace {
 
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kPatience{1};
+
 std::atomic<bool> g_connected{false};
 int g_socket = -1;  // written by the start and the end, which no line overlaps
 
-// A moment by which something has to be done.
-class Deadline {
- public:
-  // Microseconds, none when it is over.
-  std::int64_t Left() const { return std::max<std::int64_t>(m_end - Now(), 0); }
-
- private:
-  static std::int64_t Now() {
-    timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return std::int64_t{now.tv_sec} * 1000000 + now.tv_nsec / 1000;
-  }
-
-  std::int64_t m_end = Now() + 1000000;
-};
+// Milliseconds, none when it is over.
+int Left(Clock::time_point end) {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+  return std::max(static_cast<int>(left.count()), 0);
+}
 
 // Sends a record whole. Takes a second at most, whatever signals come meanwhile.
 bool SendWhole(int fd, const void* pData, std::size_t size) {
-  std::optional<Deadline> deadline;  // nobody looks at the clock who need not wait
+  std::optional<Clock::time_point> end;  // nobody looks at the clock who need not wait
   for (;;) {
     const ssize_t sent = send(fd, pData, size, MSG_NOSIGNAL | MSG_DONTWAIT);
     if (sent >= 0 || errno != EAGAIN) return sent == static_cast<ssize_t>(size);
-    if (!deadline) deadline.emplace();
-    const std::int64_t left = deadline->Left();
+    if (!end) end = Clock::now() + kPatience;
+    const int left = Left(*end);
     if (left == 0) return false;
     pollfd room{fd, POLLOUT, 0};
-    poll(&room, 1, static_cast<int>((left + 999) / 1000));
+    poll(&room, 1, left);
   }
 }
 
@@ -60,12 +54,12 @@ bool Connect(int fd) {
   sockaddr_un address{};
   address.sun_family = AF_UNIX;
   std::strcpy(address.sun_path, KVO_LOG_SOCKET_PATH);
-  const Deadline deadline;
-  while (const std::int64_t left = deadline.Left()) {
-    const timeval patience{left / 1000000, left % 1000000};
+  const Clock::time_point end = Clock::now() + kPatience;
+  while (const int left = Left(end)) {
+    const timeval patience{left / 1000, left % 1000 * 1000};
     setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
     if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) return true;
-    if (errno != EINTR) return false;
+    if (errno != EINTR) break;
   }
   return false;
 }

@@ -86,14 +86,6 @@ struct Classes {
       text[at++] = static_cast<char>('0' + id / unit % 10);
     }
   }
-
-  // The class so many steps above another; the root stands above itself.
-  constexpr unsigned int Above(unsigned int id, int steps) const {
-    for (; steps > 0 && id != KVO_CLASS_ALL; --steps) {
-      id = static_cast<unsigned int>(rows[id].parent);
-    }
-    return id;
-  }
 };
 
 inline constexpr Classes kClasses;
@@ -101,39 +93,30 @@ inline constexpr Classes kClasses;
 // From a class to the root it is never further than this.
 constexpr int kMaxSteps = 3;
 
-template <class Condition>
-constexpr unsigned int CountClasses(Condition condition) {
-  unsigned int count = 0;
-  for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) count += condition(id) ? 1 : 0;
-  return count;
-}
-
-// Every id has its row, below that of its parent.
-static_assert(CountClasses([](unsigned int id) {
-                return kClasses.rows[id].name[0] != '\0' &&
-                       kClasses.rows[id].parent < static_cast<std::int32_t>(id);
-              }) == KVO_LOG_CLASSES);
-static_assert(CountClasses([](unsigned int id) { return kClasses.rows[id].parent == 0; }) == 39);
-static_assert(CountClasses([](unsigned int id) {
-                return kClasses.Above(id, kMaxSteps - 1) != KVO_CLASS_ALL;
-              }) > 0);
-static_assert(CountClasses([](unsigned int id) {
-                return kClasses.Above(id, kMaxSteps) == KVO_CLASS_ALL;
-              }) == KVO_LOG_CLASSES);
-static_assert(CountClasses([](unsigned int id) { return kClasses.defaultLevels[id] != 0; }) ==
-              26 + 1);
-
-// For each number of steps, the class that is that far above each class. Any byte is an index.
+// For each number of steps, the class that is that far above each class; the root stands above
+// itself. Any byte is an index.
 using AboveTable = std::array<std::array<std::uint8_t, 256>, kMaxSteps>;
 
 constexpr AboveTable MakeAbove() {
   AboveTable above{};
-  for (int steps = 1; steps <= kMaxSteps; ++steps) {
-    for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
-      above[steps - 1][id] = static_cast<std::uint8_t>(kClasses.Above(id, steps));
-    }
+  for (unsigned int id = 1; id < KVO_LOG_CLASSES; ++id) {
+    above[0][id] = static_cast<std::uint8_t>(kClasses.rows[id].parent);
+    for (int i = 1; i < kMaxSteps; ++i) above[i][id] = above[0][above[i - 1][id]];
   }
   return above;
 }
+
+inline constexpr AboveTable kAbove = MakeAbove();
+
+// Every id has its row, behind that of its parent and not too far from the root.
+constexpr bool Complete() {
+  for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
+    const ClassRow& row = kClasses.rows[id];
+    if (row.name[0] == '\0' || row.parent >= static_cast<std::int32_t>(id)) return false;
+    if (kAbove[kMaxSteps - 1][id] != KVO_CLASS_ALL) return false;
+  }
+  return true;
+}
+static_assert(Complete());
 
 }  // namespace kvolog

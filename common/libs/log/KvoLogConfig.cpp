@@ -31,7 +31,7 @@ constexpr KvoLogConfig kDefaults = MakeDefaults();
 
 // Its first page is covered by the file's while that is mapped, and is empty else: a line that is
 // caught by the shutdown finds no level and no flags there.
-constinit Mapping g_mapping{{}, MakeAbove()};
+constinit Mapping g_mapping{{}, kAbove};
 constexpr KvoLogConfig& g_config = g_mapping.config;
 bool g_mapped = false;
 bool g_writable = false;

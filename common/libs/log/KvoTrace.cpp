@@ -4,9 +4,11 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <string_view>
 
 #include "common/libs/log/KvoLogChannel.h"
 #include "common/libs/log/KvoLogConfig.h"
@@ -21,32 +23,29 @@ class Line {
   // The room is not cleared: what is read of it ends at its NUL.
   explicit Line(char (&text)[KVO_LOG_TEXT_SIZE]) : m_pEnd(text) { *m_pEnd = '\0'; }
 
-  void Append(const char* text) {
-    while (*text != '\0' && m_room > 1) {
-      *m_pEnd++ = *text++;
-      --m_room;
-    }
-    *m_pEnd = '\0';
+  void Append(std::string_view text) {
+    text.copy(m_pEnd, m_room - 1);
+    Grow(text.size());
   }
 
+  // Drops a piece that cannot be formatted.
   void AppendFormatted(const char* format, va_list arguments) KVOLOG_PRINTF(2, 0) {
-    if (m_room <= 1) return;
     const int length = vsnprintf(m_pEnd, m_room, format, arguments);
-    if (length < 0) {
-      *m_pEnd = '\0';  // whatever was written before it failed
-      return;
-    }
-    const std::size_t taken =
-        static_cast<std::size_t>(length) < m_room ? static_cast<std::size_t>(length) : m_room - 1;
-    m_pEnd += taken;
-    m_room -= taken;
+    Grow(length > 0 ? static_cast<std::size_t>(length) : 0);
   }
 
   std::size_t Length() const { return KVO_LOG_TEXT_SIZE - m_room; }
 
  private:
+  void Grow(std::size_t length) {
+    const std::size_t taken = std::min(length, m_room - 1);
+    m_pEnd += taken;
+    m_room -= taken;
+    *m_pEnd = '\0';
+  }
+
   char* m_pEnd;
-  std::size_t m_room = KVO_LOG_TEXT_SIZE;
+  std::size_t m_room = KVO_LOG_TEXT_SIZE;  // its NUL's included
 };
 
 // A record stands on the stack of this function alone: the road of a suppressed line does not touch
@@ -114,19 +113,16 @@ void KvoTraceAdmitted(unsigned int classId, int level, const char* file, const c
 
 void __KvoLog(int level, const char* file, const char* function, unsigned int, const char* format,
               ...) {
-  if (kvolog::g_state == kvolog::State::kClosed || !MessageLevel(level)) return;
+  if (kvolog::g_state != kvolog::State::kOpen || !MessageLevel(level)) return;
   if (file == nullptr || function == nullptr || format == nullptr) return;
+  const int error = errno;
   va_list arguments;
-  if (kvolog::g_state == kvolog::State::kOpen) {
-    const int error = errno;
-    va_start(arguments, format);
-    vsyslog(Priority(level), format, arguments);
-    va_end(arguments);
-    errno = error;
-  }
-  if (kvolog::ChannelOpen()) {
-    va_start(arguments, format);
-    WriteLine(KVO_CLASS_ALL, level, function, format, arguments);
-    va_end(arguments);
-  }
+  va_start(arguments, format);
+  vsyslog(Priority(level), format, arguments);
+  va_end(arguments);
+  errno = error;
+  if (!kvolog::ChannelOpen()) return;
+  va_start(arguments, format);
+  WriteLine(KVO_CLASS_ALL, level, function, format, arguments);
+  va_end(arguments);
 }

@@ -13,9 +13,10 @@
 // before its line would be written. What the numbers stand for is asserted beside struct Mapping.
 #include <cet.h>
 
-#define CLASSES 201
-#define LEVEL 4(%r10, %r11, 4)
-#define ABOVE(steps) 4096 + (steps - 1) * 256(%r10, %r11)
+  .equ classes, 201
+  .equ levels, 4
+  .equ above, 4096
+  .equ step, 256
 
   .text
   .globl __KvoTrace
@@ -30,17 +31,17 @@ __KvoTrace:
   ret
 .Lask:
   movzbl %dil, %r11d
-  mov LEVEL, %r11d
+  mov levels(%r10, %r11, 4), %r11d
   test %r11d, %r11d
   jne .Ldecide
   movzbl %dil, %r11d
-  movzbl ABOVE(1), %r11d
-  mov LEVEL, %r11d
+  movzbl above(%r10, %r11), %r11d
+  mov levels(%r10, %r11, 4), %r11d
   test %r11d, %r11d
   jne .Ldecide
   movzbl %dil, %r11d
-  movzbl ABOVE(2), %r11d
-  mov LEVEL, %r11d
+  movzbl above + step(%r10, %r11), %r11d
+  mov levels(%r10, %r11, 4), %r11d
   cmp %esi, %r11d // most lines end here, below the level of their part of the tree
   jbe .Lperhaps
   ret
@@ -48,13 +49,13 @@ __KvoTrace:
   test %r11d, %r11d
   jne .Ldecide
   movzbl %dil, %r11d
-  movzbl ABOVE(3), %r11d
-  mov LEVEL, %r11d
+  movzbl above + 2 * step(%r10, %r11), %r11d
+  mov levels(%r10, %r11, 4), %r11d
 .Ldecide:
   dec %r11d // no level at all is above all levels
   cmp %esi, %r11d
   jae .Lsuppressed
-  cmp $CLASSES, %edi
+  cmp $classes, %edi
   jb KvoTraceAdmitted
 .Lsuppressed:
   ret
