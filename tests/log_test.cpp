@@ -21,7 +21,7 @@
 #include <thread>
 #include <vector>
 
-#include "common/libs/log/KvoTrace.h"
+#include "common/libs/log/KvoTracer.h"
 #include "support/await.h"
 #include "support/log_service.h"
 
@@ -281,7 +281,7 @@ TEST_F(Connected, WritesNothingForBadArgumentsOrWithoutALevelAnywhere) {
   EXPECT_EQ(KvoLogGetWorkingLevel(188), KVO_LOG_UNKNOWN);
   Trace(188, 5, "x");
   int evaluated = 0;
-  KVO_TRACE(188, 5, "%d", ++evaluated);
+  TRACE_AT(KvoTracer<188>(), 5, "%d", ++evaluated);
   EXPECT_EQ(evaluated, 0);
   EXPECT_EQ(service.Waiting(), "");
 }

@@ -62,8 +62,11 @@ unsigned int YraSendSelfSignal(void* pSelfSignal, int signalType, int evtType, i
   }
   const YRAFT_SELF_SIGNAL_ENTRY& entry =
       static_cast<YRAFT_SELF_SIGNAL*>(pSelfSignal)->entries[signalType];
-  KVO_TRACE(KVO_CLASS_YRAFT_VC, KVO_LOG_VERBOSE, "SignalObj=0x%x, signalID=%d.",
-            TraceAddress(entry.pSignalObj), static_cast<int>(entry.signalId));
+  if (kvolog::Admits(KVO_CLASS_YRAFT_VC, KVO_LOG_VERBOSE)) {
+    __KvoTrace(KVO_CLASS_YRAFT_VC, KVO_LOG_VERBOSE, __FILE__, __func__, __LINE__,
+               "SignalObj=0x%x, signalID=%d.", TraceAddress(entry.pSignalObj),
+               static_cast<int>(entry.signalId));
+  }
   g_signal_emit(entry.pSignalObj, entry.signalId, 0, evtType, key, pInput);
   return TRACE_RET(YRAFT_STATUS_SUCCESS);
 }

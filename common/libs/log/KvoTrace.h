@@ -1,5 +1,4 @@
-// The trace call as the library's own code makes it: nothing is evaluated for a line that nobody
-// will read.
+// Whether anyone will read a line of the trace.
 #pragma once
 
 #include <atomic>
@@ -50,10 +49,3 @@ template <int kSteps = kMaxSteps>
 }
 
 }  // namespace kvolog
-
-#define KVO_TRACE(classId, level, ...)                                       \
-  do {                                                                       \
-    if (kvolog::Admits(classId, level)) {                                    \
-      __KvoTrace(classId, level, __FILE__, __func__, __LINE__, __VA_ARGS__); \
-    }                                                                        \
-  } while (false)
