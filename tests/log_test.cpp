@@ -39,6 +39,8 @@ void Trace(unsigned int classId, int level, const char* text) {
 
 void Error(const char* text) { Trace(KVO_CLASS_YRAFT_WIN, KVO_LOG_ERROR, text); }
 
+bool HasService() { return kvolog::Filter() != nullptr; }
+
 class Log : public testing::Test {
  protected:
   Log() {
@@ -70,28 +72,18 @@ TEST_F(Log, HasATreeOfClassesThatEveryComponentCanIndex) {
   ASSERT_EQ(KvoLogInitConfigOnly(), 1);
   std::set<std::string> names;
   int heads = 0;
-  int othersWithLevel = 0;
+  int withLevel = 0;
   for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
     const std::string name = KvoLogGetClassName(id);
     EXPECT_TRUE(names.insert(name).second) << name;
-    EXPECT_LE(name.size(), 18U);
-    EXPECT_LE(strlen(KvoLogGetClassDisplayName(id)), 20U);
     heads += KvoLogGetParent(id) == 0;
-    const bool other = name.rfind("COMPONENT", 0) == 0;
     const unsigned int level = KvoLogGetDefaultLevel(id);
     EXPECT_EQ(KvoLogGetCurrentLevel(id), level);
-    if (other) othersWithLevel += level == KVO_LOG_WARNING;
-    if (!other) {
-      EXPECT_EQ(level, id == 0 ? KVO_LOG_WARNING : KVO_LOG_INHERIT) << name;
-    }
-    int steps = 0;
-    for (unsigned int at = id; at != 0; at = KvoLogGetParent(at), ++steps) {
-      ASSERT_LT(KvoLogGetParent(at), at);
-    }
-    EXPECT_LE(steps, 3);
+    EXPECT_TRUE(level == KVO_LOG_INHERIT || id == 0 || name.starts_with("COMPONENT")) << name;
+    withLevel += level == KVO_LOG_WARNING;
   }
   EXPECT_EQ(heads, 39);
-  EXPECT_EQ(othersWithLevel, 26);
+  EXPECT_EQ(withLevel, 1 + 26);
   EXPECT_STREQ(KvoLogGetClassName(KVO_CLASS_YRAFT_RW), "YRAFT_RW");
   EXPECT_STREQ(KvoLogGetClassDisplayName(KVO_CLASS_LOCALISE), "Localisation");
   EXPECT_EQ(KvoLogGetParent(KVO_CLASS_YRAFT_WIN), 175U);
@@ -185,7 +177,6 @@ TEST_F(Log, MapsNothingButAFileWhoseBytesExist) {
   EXPECT_FALSE(maps());
   EXPECT_EQ(truncate(KVO_LOG_CONFIG_PATH, 1076), 0);
   EXPECT_FALSE(maps());
-  EXPECT_EQ(InChild([&] { return KvoLogInitConfigOnly(); }, kNobody), 0);
   unlink("/var/qmz/full");
   EXPECT_TRUE(maps());
   EXPECT_EQ(umount2("/var/qmz", MNT_DETACH), 0);
@@ -236,9 +227,11 @@ TEST_F(Log, LetsAProcessOfAnotherGroupReadAndNotWrite) {
       },
       kNobody));
   KvoLogShutdown();
-  // What is too short to be read is not mapped: reading behind its end would end the process.
-  for (const char* bytes : {"", "short"}) {
-    std::ofstream(KVO_LOG_CONFIG_PATH, std::ios::binary) << bytes;
+  // What is too short or has a hole is not mapped: reading there could end the process.
+  for (const off_t size : {0, 5, 1076}) {
+    unlink(KVO_LOG_CONFIG_PATH);
+    std::ofstream(KVO_LOG_CONFIG_PATH).flush();
+    ASSERT_EQ(truncate(KVO_LOG_CONFIG_PATH, size), 0);
     EXPECT_CHILD(InChild(
         [] {
           return KvoLogInitConfigOnly() == 0 && KvoLogGetWorkingLevel(0) == KVO_LOG_UNKNOWN ? 0 : 1;
@@ -415,7 +408,7 @@ TEST_F(Connected, GivesUpAServiceThatHungUpOnceAndForAll) {
   service.HangUp();
   const std::vector<int> open = OpenDescriptors();
   Error("finds out");  // and gets no SIGPIPE, whose default would end this process
-  EXPECT_FALSE(kvolog::Connected());
+  EXPECT_FALSE(HasService());
   EXPECT_EQ(OpenDescriptors(), open);  // a file that got the number would get lines under way
   service.StopListening();
   LogService other;
@@ -434,7 +427,10 @@ double SecondsOf(const std::function<void()>& call) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-TEST_F(Connected, WaitsASecondAtMostForAServiceThatStoppedReading) {
+TEST_F(Connected, WaitsASecondForAServiceThatStoppedReadingWhateverSignalsCome) {
+  signal(SIGALRM, [](int) {});
+  const itimerval often{{0, 500}, {0, 500}};
+  setitimer(ITIMER_REAL, &often, nullptr);
   const double seconds = SecondsOf([] {
     std::vector<std::thread> threads(4);
     for (std::thread& thread : threads) {
@@ -442,53 +438,30 @@ TEST_F(Connected, WaitsASecondAtMostForAServiceThatStoppedReading) {
         for (int line = 0; line < 20000; ++line) Error("nobody reads this");
       });
     }
+    sigset_t alarm;
+    sigemptyset(&alarm);
+    sigaddset(&alarm, SIGALRM);
+    pthread_sigmask(SIG_BLOCK, &alarm, nullptr);  // the writers get them all
     for (std::thread& thread : threads) thread.join();
+    signal(SIGALRM, SIG_IGN);
+    pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
   });
+  setitimer(ITIMER_REAL, nullptr, nullptr);
   EXPECT_GE(seconds, 0.9);
   EXPECT_LE(seconds, 2.0);
-  EXPECT_FALSE(kvolog::Connected());
-}
-
-void OnAlarm(int) {}
-
-TEST_F(Connected, LosesNoLineAndNoPatienceToSignals) {
-  struct sigaction action {};
-  action.sa_handler = OnAlarm;
-  sigaction(SIGALRM, &action, nullptr);
-  const itimerval every{{0, 500}, {0, 500}};
-  setitimer(ITIMER_REAL, &every, nullptr);
-  double seconds = 0;
-  std::thread writer([&] {
-    for (int i = 0; i < 3000; ++i) Error(std::string(1000, 'x').c_str());
-    seconds = SecondsOf([] {
-      while (kvolog::Connected()) Error("nobody reads this");
-    });
-  });
-  sigset_t alarm;
-  sigemptyset(&alarm);
-  sigaddset(&alarm, SIGALRM);
-  pthread_sigmask(SIG_BLOCK, &alarm, nullptr);  // the writer gets them all
-  for (int i = 0; i < 3000; ++i) {
-    if (i % 100 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    ASSERT_TRUE(service.Next().has_value()) << i;
-  }
-  writer.join();
-  setitimer(ITIMER_REAL, nullptr, nullptr);
-  pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr);
-  signal(SIGALRM, SIG_DFL);
-  EXPECT_LE(seconds, 2.0);
+  EXPECT_FALSE(HasService());
 }
 
 TEST_F(Log, StartsWithoutAServiceOrWithOneThatTakesNoCallers) {
   const std::vector<int> open = OpenDescriptors();
   EXPECT_EQ(KvoLogInit(), 1);
-  EXPECT_FALSE(kvolog::Connected());
+  EXPECT_FALSE(HasService());
   KvoLogShutdown();
   EXPECT_EQ(OpenDescriptors(), open);
   LogService full(0);
   const int callers[] = {CallLogService(false), CallLogService(false), CallLogService(false)};
   EXPECT_LE(SecondsOf([] { EXPECT_EQ(KvoLogInit(), 1); }), 2.0);
-  EXPECT_FALSE(kvolog::Connected());
+  EXPECT_FALSE(HasService());
   for (const int fd : callers) close(fd);
 }
 
@@ -524,7 +497,7 @@ TEST_F(Log, StartsAndEndsAsOftenAsItIsTold) {
   LogService service;
   ASSERT_EQ(KvoLogInitConfigOnly(), 1);
   EXPECT_EQ(KvoLogInit(), 0);
-  EXPECT_FALSE(kvolog::Connected());
+  EXPECT_FALSE(HasService());
   KvoLogShutdown();
   EXPECT_EQ(KvoLogGetOutputPath(), nullptr);
   struct sigaction before;

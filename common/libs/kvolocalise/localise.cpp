@@ -85,10 +85,9 @@ int KvoLocaliseInit() {
     TRACE_ERROR(trace, "Error setting NLSPATH environment variable: %s.", strerror(errno));
     return Exit(trace, false);
   }
-  TRACE_INFO(trace, "getenv(LANG) == %s", TraceText(getenv("LANG")));
-  TRACE_INFO(trace, "getenv(LC_ALL) == %s", TraceText(getenv("LC_ALL")));
-  TRACE_INFO(trace, "getenv(LC_MESSAGES) == %s", TraceText(getenv("LC_MESSAGES")));
-  TRACE_INFO(trace, "getenv(NLSPATH) == %s", TraceText(getenv("NLSPATH")));
+  for (const char* name : {"LANG", "LC_ALL", "LC_MESSAGES", "NLSPATH"}) {
+    TRACE_INFO(trace, "getenv(%s) == %s", name, TraceText(getenv(name)));
+  }
   if (NamesNoLanguage(getenv("LANG"))) {
     TRACE_WARNING(trace, "LANG was either unset, blank, 'C' or 'POSIX', forcing to english.");
     ForceEnglish(trace);

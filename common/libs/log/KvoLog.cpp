@@ -8,7 +8,6 @@
 
 #include "common/libs/log/KvoLogChannel.h"
 #include "common/libs/log/KvoLogConfig.h"
-#include "common/libs/log/KvoLogState.h"
 #include "common/libs/log/KvoTrace.h"
 
 std::atomic<const KvoLogConfig*> kvolog_filter{nullptr};

@@ -56,7 +56,7 @@ bool Connect(int fd) {
   std::strcpy(address.sun_path, KVO_LOG_SOCKET_PATH);
   const Clock::time_point end = Clock::now() + kPatience;
   while (const int left = Left(end)) {
-    const timeval patience{left / 1000, left % 1000 * 1000};
+    const timeval patience{left / 1000, left % 1000 * 1000L};
     setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
     if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) return true;
     if (errno != EINTR) break;
@@ -72,14 +72,6 @@ bool Register(int fd, unsigned int session, const char* identity) {
   hello.session = static_cast<std::uint16_t>(session);
   std::memcpy(hello.identity, identity, length);
   return SendWhole(fd, &hello, sizeof(hello.head) + hello.head.length);
-}
-
-int ConnectAndRegister(unsigned int session, const char* identity) {
-  const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (fd < 0) return -1;
-  if (Connect(fd) && Register(fd, session, identity)) return fd;
-  close(fd);
-  return -1;
 }
 
 // Whatever waits for room wakes up. The descriptor stays, dead, until the logging ends: as long as
@@ -99,7 +91,11 @@ bool OpenChannel(unsigned int session, const char* identity) {
   struct sigaction old;
   ignore.sa_handler = SIG_IGN;
   sigaction(SIGPIPE, &ignore, &old);
-  g_socket = ConnectAndRegister(session, identity);
+  g_socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (g_socket >= 0 && !(Connect(g_socket) && Register(g_socket, session, identity))) {
+    close(g_socket);
+    g_socket = -1;
+  }
   sigaction(SIGPIPE, &old, nullptr);
   g_connected.store(g_socket >= 0, std::memory_order_relaxed);
   return g_socket >= 0;
@@ -113,7 +109,7 @@ void CloseChannel() {
 }
 
 void WriteRecord(const KvoLogRecord& record, std::size_t size) {
-  int old;  // a thread that is cancelled amid a record would leave half of it to the others
+  int old;  // no caller reckons with its end at a line of the log
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &old);
   if (!SendWhole(g_socket, &record, size)) GiveUp();
   pthread_setcancelstate(old, nullptr);

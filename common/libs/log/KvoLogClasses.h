@@ -26,6 +26,7 @@ struct ClassRow {
   char name[kNameSize];
   char displayName[kNameSize];
   std::int32_t parent;  // smaller than the row's own id; -1: the root
+  std::uint32_t defaultLevel;
 };
 
 // Consecutive rows. Where they are several, each name goes on with its row's id.
@@ -63,32 +64,29 @@ inline constexpr ClassRange kClassRanges[] = {
     {189, 200, "COMPONENT_", "Component ", 38},
 };
 
-struct Classes {
+constexpr void Label(char (&text)[kNameSize], const ClassRange& range, std::string_view word,
+                     unsigned int id) {
+  std::size_t at = word.copy(text, word.size());
+  if (range.first == range.last) return;
+  for (unsigned int unit = 100; unit != 0; unit /= 10) {
+    text[at++] = static_cast<char>('0' + id / unit % 10);
+  }
+}
+
+constexpr auto MakeClasses() {
   std::array<ClassRow, KVO_LOG_CLASSES> rows{};
-  std::array<std::uint32_t, KVO_LOG_CLASSES> defaultLevels{};
-
-  constexpr Classes() {
-    for (const ClassRange& range : kClassRanges) {
-      for (unsigned int id = range.first; id <= range.last; ++id) {
-        Label(rows[id].name, range, range.name, id);
-        Label(rows[id].displayName, range, range.displayName, id);
-        rows[id].parent = range.parent;
-        defaultLevels[id] = range.defaultLevel;
-      }
+  for (const ClassRange& range : kClassRanges) {
+    for (unsigned int id = range.first; id <= range.last; ++id) {
+      Label(rows[id].name, range, range.name, id);
+      Label(rows[id].displayName, range, range.displayName, id);
+      rows[id].parent = range.parent;
+      rows[id].defaultLevel = range.defaultLevel;
     }
   }
+  return rows;
+}
 
-  static constexpr void Label(char (&text)[kNameSize], const ClassRange& range,
-                              std::string_view word, unsigned int id) {
-    std::size_t at = word.copy(text, word.size());
-    if (range.first == range.last) return;
-    for (unsigned int unit = 100; unit != 0; unit /= 10) {
-      text[at++] = static_cast<char>('0' + id / unit % 10);
-    }
-  }
-};
-
-inline constexpr Classes kClasses;
+inline constexpr auto kClasses = MakeClasses();
 
 // From a class to the root it is never further than this.
 constexpr int kMaxSteps = 3;
@@ -100,7 +98,7 @@ using AboveTable = std::array<std::array<std::uint8_t, 256>, kMaxSteps>;
 constexpr AboveTable MakeAbove() {
   AboveTable above{};
   for (unsigned int id = 1; id < KVO_LOG_CLASSES; ++id) {
-    above[0][id] = static_cast<std::uint8_t>(kClasses.rows[id].parent);
+    above[0][id] = static_cast<std::uint8_t>(kClasses[id].parent);
     for (int i = 1; i < kMaxSteps; ++i) above[i][id] = above[0][above[i - 1][id]];
   }
   return above;
@@ -111,7 +109,7 @@ inline constexpr AboveTable kAbove = MakeAbove();
 // Every id has its row, behind that of its parent and not too far from the root.
 constexpr bool Complete() {
   for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
-    const ClassRow& row = kClasses.rows[id];
+    const ClassRow& row = kClasses[id];
     if (row.name[0] == '\0' || row.parent >= static_cast<std::int32_t>(id)) return false;
     if (kAbove[kMaxSteps - 1][id] != KVO_CLASS_ALL) return false;
   }

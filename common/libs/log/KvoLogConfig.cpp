@@ -18,7 +18,7 @@ constexpr KvoLogConfig MakeDefaults() {
   KvoLogConfig config{};
   config.flags = 0x627;
   for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
-    config.levels[id] = kClasses.defaultLevels[id];
+    config.levels[id] = kClasses[id].defaultLevel;
   }
   std::string_view(KVO_LOG_OUTPUT_PATH_DEFAULT).copy(config.outputPath, sizeof(config.outputPath));
   config.rolloverSize = KVO_LOG_ROLLOVER_SIZE_DEFAULT;
@@ -129,16 +129,15 @@ unsigned int KvoLogGetDefaultLevel(unsigned int classId) {
 }
 
 unsigned int KvoLogGetParent(unsigned int classId) {
-  return Known(classId) ? static_cast<unsigned int>(kClasses.rows[classId].parent)
-                        : KVO_LOG_UNKNOWN;
+  return Known(classId) ? static_cast<unsigned int>(kClasses[classId].parent) : KVO_LOG_UNKNOWN;
 }
 
 const char* KvoLogGetClassName(unsigned int classId) {
-  return Known(classId) ? kClasses.rows[classId].name : nullptr;
+  return Known(classId) ? kClasses[classId].name : nullptr;
 }
 
 const char* KvoLogGetClassDisplayName(unsigned int classId) {
-  return Known(classId) ? kClasses.rows[classId].displayName : nullptr;
+  return Known(classId) ? kClasses[classId].displayName : nullptr;
 }
 
 const char* KvoLogGetLevelName(unsigned int level) {

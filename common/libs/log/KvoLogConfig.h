@@ -20,7 +20,7 @@ static_assert(KVO_LOG_CLASSES == 201 && KVO_LOG_CLASSES <= 256);
 static_assert(offsetof(Mapping, config) + offsetof(KvoLogConfig, levels) == 4);
 static_assert(sizeof(KvoLogConfig::levels[0]) == 4 && 4 + 256 * 4 <= 4096);
 static_assert(offsetof(Mapping, above) == 4096 && sizeof(AboveTable::value_type) == 256);
-static_assert(sizeof(AboveTable) == 3 * 256 && kMaxSteps == 3);
+static_assert(kMaxSteps == 3);
 static_assert(KVO_LOG_INHERIT == 0 && KVO_LOG_VERBOSE == 1);
 
 // Maps the file, which a process of group 0 creates, lengthens and initialises where needed. Where

@@ -12,7 +12,6 @@
 
 #include "common/libs/log/KvoLogChannel.h"
 #include "common/libs/log/KvoLogConfig.h"
-#include "common/libs/log/KvoLogState.h"
 #include "common/libs/log/KvoTrace.h"
 
 namespace {
@@ -50,11 +49,9 @@ class Line {
 
 // A record stands on the stack of this function alone: the road of a suppressed line does not touch
 // its 8 KiB.
-[[gnu::noinline]] void WriteLine(unsigned int classId, int level, const char* function,
-                                 const char* format, va_list arguments) KVOLOG_PRINTF(4, 0);
-
-void WriteLine(unsigned int classId, int level, const char* function, const char* format,
-               va_list arguments) {
+[[gnu::noinline, gnu::format(printf, 4, 0)]] void WriteLine(unsigned int classId, int level,
+                                                            const char* function,
+                                                            const char* format, va_list arguments) {
   const int error = errno;
   KvoLogRecord record;
   Line line(record.text);
@@ -98,12 +95,10 @@ int Priority(int level) {
 }  // namespace
 
 // __KvoTrace behind its filter, which stands in KvoTraceEntry.S.
-extern "C" void KvoTraceAdmitted(unsigned int classId, int level, const char* file,
-                                 const char* function, unsigned int line, const char* format, ...)
-    KVOLOG_PRINTF(6, 7);
-
-void KvoTraceAdmitted(unsigned int classId, int level, const char* file, const char* function,
-                      unsigned int, const char* format, ...) {
+extern "C" [[gnu::format(printf, 6, 7)]] void KvoTraceAdmitted(unsigned int classId, int level,
+                                                               const char* file,
+                                                               const char* function, unsigned int,
+                                                               const char* format, ...) {
   if (!MessageLevel(level) || file == nullptr || function == nullptr || format == nullptr) return;
   va_list arguments;
   va_start(arguments, format);
