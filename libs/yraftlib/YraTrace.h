@@ -32,14 +32,14 @@ inline constexpr TraceLayer kLayerWin{KVO_CLASS_YRAFT_WIN, "YRAFT_LIB_WIN", "ret
 inline constexpr TraceLayer kLayerUi{KVO_CLASS_YRAFT_UI, "YRAFT_LIB_UI", "ret = "};
 inline constexpr TraceLayer kLayerLib{KVO_CLASS_YRAFT_LIB, "YRAFT_LIB_UI", "ret = "};
 
-// A function's tracer, small enough to be handed on by value. One with kVerbose off has no lines of
+// A function's tracer, small enough to be handed on by value. One with kLoud off has no lines of
 // level 1 (see Traced).
-template <const TraceLayer& kLayer, bool kVerbose = true>
-class LayerTracer : public KvoTracer<kLayer.classId, kVerbose> {
+template <const TraceLayer& kLayer, bool kLoud = true>
+class LayerTracer : public KvoTracer<kLayer.classId, kLoud> {
  public:
   // Writes "In.", and later "Out", at this level.
   explicit LayerTracer(int level = KVO_LOG_VERBOSE, const char* function = __builtin_FUNCTION())
-      : KvoTracer<kLayer.classId, kVerbose>(function), m_level(level) {
+      : KvoTracer<kLayer.classId, kLoud>(function), m_level(level) {
     TRACE_AT(*this, m_level, "[%s] In.", kLayer.tag);
   }
 
@@ -66,7 +66,7 @@ class LayerTracer : public KvoTracer<kLayer.classId, kVerbose> {
   }
 
  private:
-  explicit LayerTracer(const char* function) : KvoTracer<kLayer.classId, kVerbose>(function) {}
+  explicit LayerTracer(const char* function) : KvoTracer<kLayer.classId, kLoud>(function) {}
 
   int m_level = KVO_LOG_VERBOSE;
 };

@@ -5,8 +5,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <map>
-#include <string>
 
 #include "common/libs/kvolocalise/format.h"
 #include "common/libs/kvolocalise/messages.h"
@@ -14,34 +12,31 @@
 namespace {
 
 constexpr int kSets = 3;
-constexpr int kMessages = 255;
+constexpr int kNumbers = 255;
 constexpr std::size_t kWordMax = 19;  // bytes of an operation word
-
-struct Rule {
-  const char* name;
-  const char* kinds;
-};
-
-std::map<int, Rule> Rules() {
-#define MESSAGE_RULE(name, number, kinds) {number, {#name, kinds}},
-  return {KVO_MESSAGES(MESSAGE_RULE)};
-#undef MESSAGE_RULE
-}
 
 bool IsWord(int number) {
   return number == YRAFT_ENG_TRANSFER_DOWNLOAD || number == YRAFT_ENG_TRANSFER_UPLOAD ||
          number == YRAFT_ENG_TRANSFER_FILE;
 }
 
-// Answers what is wrong with a text, or null.
-const char* Fault(int number, const Rule& rule, const char* text) {
+// Answers what is wrong with the text of a message, or null.
+const char* Fault(const KvoMessage* pMessage, const char* text) {
+  if (pMessage == nullptr) return text != nullptr ? "is unknown" : nullptr;
   if (text == nullptr) return "is missing";
   if (*text == '\0') return "is empty";
   if (!g_utf8_validate(text, -1, nullptr)) return "is not UTF-8";
-  const bool format = *rule.kinds != '\0';
+  const bool format = *pMessage->kinds != '\0';
   if (!format && strchr(text, '%') != nullptr) return "is no format and holds a percent sign";
-  if (!KvoLocaliseFormatFits(text, rule.kinds)) return "does not take its arguments";
-  if (IsWord(number) && strlen(text) > kWordMax) return "is longer than 19 bytes";
+  if (!KvoLocaliseFormatFits(text, pMessage->kinds)) return "does not take its arguments";
+  if (IsWord(pMessage->number) && strlen(text) > kWordMax) return "is longer than 19 bytes";
+  return nullptr;
+}
+
+const KvoMessage* Find(int number) {
+  for (const KvoMessage& message : kMessages) {
+    if (message.number == number) return &message;
+  }
   return nullptr;
 }
 
@@ -58,21 +53,13 @@ int main(int argc, char** argv) {
     return 2;
   }
   int faults = 0;
-  const std::map<int, Rule> rules = Rules();
   for (int set = 1; set <= kSets; ++set) {
-    for (int message = 1; message <= kMessages; ++message) {
-      const int number = set << 16 | message;
-      const char* text = catgets(catalog, set, message, nullptr);
-      const auto rule = rules.find(number);
-      const char* fault = nullptr;
-      if (rule != rules.end()) {
-        fault = Fault(number, rule->second, text);
-      } else if (text != nullptr) {
-        fault = "is unknown";
-      }
+    for (int number = 1; number <= kNumbers; ++number) {
+      const KvoMessage* pMessage = Find(set << 16 | number);
+      const char* fault = Fault(pMessage, catgets(catalog, set, number, nullptr));
       if (fault == nullptr) continue;
-      fprintf(stderr, "%s: set %d message %d (%s) %s\n", argv[1], set, message,
-              rule != rules.end() ? rule->second.name : "?", fault);
+      fprintf(stderr, "%s: set %d message %d (%s) %s\n", argv[1], set, number,
+              pMessage != nullptr ? pMessage->name : "?", fault);
       ++faults;
     }
   }

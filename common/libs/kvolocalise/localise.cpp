@@ -2,8 +2,10 @@
 #include "kvolocalise.h"
 
 #include <nl_types.h>
+#include <sys/stat.h>
 
 #include <cerrno>
+#include <climits>
 #include <clocale>
 #include <cstdarg>
 #include <cstdio>
@@ -11,32 +13,24 @@
 #include <cstring>
 
 #include "common/libs/kvolocalise/messages.h"
-#include "common/libs/log/trace.h"
+#include "common/libs/log/KvoTracer.h"
 
 namespace {
 
-#define TRACE_INFO(...) KVO_TRACE(KVO_CLASS_LOCALISE, KVO_LOG_INFO, __VA_ARGS__)
-#define TRACE_VERBOSE(...) KVO_TRACE(KVO_CLASS_LOCALISE, KVO_LOG_VERBOSE, __VA_ARGS__)
-#define TRACE_WARNING(...) KVO_TRACE(KVO_CLASS_LOCALISE, KVO_LOG_WARNING, __VA_ARGS__)
-#define TRACE_ERROR(...) KVO_TRACE(KVO_CLASS_LOCALISE, KVO_LOG_ERROR, __VA_ARGS__)
+using Trace = KvoTracer<KVO_CLASS_LOCALISE>;
 
 constexpr char kCatalogPath[] =
     "/opt/Brelka/AVK/qmz/%L/%N.cat:/opt/Brelka/AVK/qmz/%l_%t.%c/%N.cat:"
     "/opt/Brelka/AVK/qmz/%l_%t/%N.cat:/opt/Brelka/AVK/qmz/%l.%c/%N.cat:"
     "/opt/Brelka/AVK/qmz/%l/%N.cat";
-constexpr char kCatalogName[] = "strings";
 constexpr char kEnglish[] = "en_US.UTF-8";
 
 const nl_catd kNoCatalog = reinterpret_cast<nl_catd>(-1);  // NOLINT: as catopen answers it
 
-bool g_open = false;
 nl_catd g_catalog = kNoCatalog;
 
-const char* OrNull(const char* text) { return text != nullptr ? text : "(NULL)"; }
-
-// Reports the way out of the initialisation.
-int Exit(bool open) {
-  TRACE_INFO("Exit [%s]", open ? "true" : "false");
+int Exit(const Trace& trace, bool open) {
+  TRACE_INFO(trace, "Exit [%s]", open ? "true" : "false");
   return open ? 1 : 0;
 }
 
@@ -44,98 +38,113 @@ bool NamesNoLanguage(const char* lang) {
   return lang == nullptr || *lang == '\0' || strcmp(lang, "C") == 0 || strcmp(lang, "POSIX") == 0;
 }
 
-void ForceEnglish() {
+void ForceEnglish(const Trace& trace) {
   if (setenv("LANG", kEnglish, 1) != 0) {
-    TRACE_ERROR("Failed to set environment variable: %s.", strerror(errno));
+    TRACE_ERROR(trace, "Failed to set environment variable: %s.", strerror(errno));
   }
 }
 
-bool OpenCatalog() {
-  g_catalog = catopen(kCatalogName, 0);
-  g_open = g_catalog != kNoCatalog;
-  if (!g_open) TRACE_ERROR("Error opening message catalog: %s.", strerror(errno));
-  return g_open;
+// Opens a catalog as catopen would for "strings", in the places of kCatalogPath and their order:
+// language_TERRITORY.codeset with and without its codeset, then the same without its territory.
+// catopen is given the whole path, for on its own way there it would wait at anything that is no
+// file, such as a pipe.
+nl_catd FindCatalog(const char* lang) {
+  errno = ENOENT;
+  if (strchr(lang, '/') != nullptr) return kNoCatalog;
+  const std::size_t language = strcspn(lang, "_.");
+  const std::size_t territory = strcspn(lang, ".");
+  for (const std::size_t length : {territory, language}) {
+    for (const char* codeset : {lang + territory, ""}) {
+      char path[PATH_MAX];
+      snprintf(path, sizeof(path), "/opt/Brelka/AVK/qmz/%.*s%s/strings.cat",
+               static_cast<int>(length), lang, codeset);
+      struct stat status;
+      if (stat(path, &status) != 0 || !S_ISREG(status.st_mode)) continue;
+      const nl_catd catalog = catopen(path, 0);
+      if (catalog != kNoCatalog) return catalog;
+    }
+  }
+  return kNoCatalog;
+}
+
+bool OpenCatalog(const Trace& trace) {
+  const char* lang = getenv("LANG");
+  g_catalog = FindCatalog(lang != nullptr ? lang : "C");
+  if (g_catalog != kNoCatalog) return true;
+  TRACE_ERROR(trace, "Error opening message catalog: %s.", strerror(errno));
+  return false;
 }
 
 }  // namespace
 
 int KvoLocaliseInit() {
-  TRACE_INFO("Entry");
-  if (g_open) return Exit(true);
+  const Trace trace;
+  TRACE_INFO(trace, "Entry");
+  if (g_catalog != kNoCatalog) return Exit(trace, true);
   if (setenv("NLSPATH", kCatalogPath, 1) != 0) {
-    TRACE_ERROR("Error setting NLSPATH environment variable: %s.", strerror(errno));
-    return Exit(false);
+    TRACE_ERROR(trace, "Error setting NLSPATH environment variable: %s.", strerror(errno));
+    return Exit(trace, false);
   }
-  TRACE_INFO("getenv(LANG) == %s", OrNull(getenv("LANG")));
-  TRACE_INFO("getenv(LC_ALL) == %s", OrNull(getenv("LC_ALL")));
-  TRACE_INFO("getenv(LC_MESSAGES) == %s", OrNull(getenv("LC_MESSAGES")));
-  TRACE_INFO("getenv(NLSPATH) == %s", OrNull(getenv("NLSPATH")));
+  for (const char* name : {"LANG", "LC_ALL", "LC_MESSAGES", "NLSPATH"}) {
+    TRACE_INFO(trace, "getenv(%s) == %s", name, TraceText(getenv(name)));
+  }
   if (NamesNoLanguage(getenv("LANG"))) {
-    TRACE_WARNING("LANG was either unset, blank, 'C' or 'POSIX', forcing to english.");
-    ForceEnglish();
+    TRACE_WARNING(trace, "LANG was either unset, blank, 'C' or 'POSIX', forcing to english.");
+    ForceEnglish(trace);
   }
-  TRACE_INFO("setlocale(LC_ALL) == %s", OrNull(setlocale(LC_ALL, nullptr)));
-  TRACE_INFO("setlocale(LC_MESSAGES) == %s", OrNull(setlocale(LC_MESSAGES, nullptr)));
-  if (OpenCatalog()) return Exit(true);
+  TRACE_INFO(trace, "setlocale(LC_ALL) == %s", TraceText(setlocale(LC_ALL, nullptr)));
+  TRACE_INFO(trace, "setlocale(LC_MESSAGES) == %s", TraceText(setlocale(LC_MESSAGES, nullptr)));
+  if (OpenCatalog(trace)) return Exit(trace, true);
   const char* lang = getenv("LANG");
-  if (lang != nullptr && strcmp(lang, kEnglish) == 0) return Exit(false);
-  TRACE_WARNING("Attempting to fall back to english.");
-  ForceEnglish();
-  return Exit(OpenCatalog());
+  if (lang != nullptr && strcmp(lang, kEnglish) == 0) return Exit(trace, false);
+  TRACE_WARNING(trace, "Attempting to fall back to english.");
+  ForceEnglish(trace);
+  return Exit(trace, OpenCatalog(trace));
 }
 
 void KvoLocaliseShutdown() {
-  TRACE_INFO("Entry");
-  if (g_open) {
-    g_open = false;
-    if (catclose(g_catalog) != 0) {
-      TRACE_ERROR("Error closing message catalog: %s.", strerror(errno));
-    }
-    g_catalog = kNoCatalog;
+  const Trace trace;
+  TRACE_INFO(trace, "Entry");
+  if (g_catalog != kNoCatalog && catclose(g_catalog) != 0) {
+    TRACE_ERROR(trace, "Error closing message catalog: %s.", strerror(errno));
   }
-  TRACE_INFO("Exit");
+  g_catalog = kNoCatalog;
+  TRACE_INFO(trace, "Exit");
 }
 
 const char* KvoLocalise(int stringNumber) {
-  TRACE_VERBOSE("Entry [stringNumber: %d]", stringNumber);
-  const char* text = nullptr;
-  if (!g_open) {
-    text = "Message catalog is not open.";
-    TRACE_ERROR("%s", text);
+  const Trace trace;
+  TRACE_VERBOSE(trace, "Entry [stringNumber: %d]", stringNumber);
+  const char* text = "Message catalog is not open.";
+  if (g_catalog == kNoCatalog) {
+    TRACE_ERROR(trace, "%s", text);
   } else {
     const auto number = static_cast<unsigned int>(stringNumber);
     text = catgets(g_catalog, static_cast<int>(number >> 16), static_cast<int>(number & 0xFFFF),
                    nullptr);
     if (text == nullptr) {
-      TRACE_ERROR("Error accessing message catalog: %s.", strerror(errno));
+      TRACE_ERROR(trace, "Error accessing message catalog: %s.", strerror(errno));
       text = "Error accessing message catalog.";
     }
   }
-  TRACE_VERBOSE("Exit [%p]", static_cast<const void*>(text));
+  TRACE_VERBOSE(trace, "Exit [%p]", static_cast<const void*>(text));
   return text;
 }
 
 unsigned int KvoLocaliseLookupByName(const char* stringName) {
-  struct Row {
-    const char* name;
-    unsigned int number;
-  };
-#define MESSAGE_ROW(name, number, kinds) {#name, number},
-  static constexpr Row kRows[] = {KVO_MESSAGES(MESSAGE_ROW)};
-#undef MESSAGE_ROW
-
-  TRACE_VERBOSE("Entry [stringName: %s]", OrNull(stringName));
-  unsigned int number = 0;
+  const Trace trace;
+  TRACE_VERBOSE(trace, "Entry [stringName: %s]", TraceText(stringName));
+  int number = 0;
   if (stringName == nullptr) {
-    TRACE_ERROR("Invalid parameter.");
+    TRACE_ERROR(trace, "Invalid parameter.");
   } else {
-    for (const Row& row : kRows) {
-      if (strcmp(row.name, stringName) == 0) number = row.number;
+    for (const KvoMessage& message : kMessages) {
+      if (strcmp(message.name, stringName) == 0) number = message.number;
     }
-    if (number == 0) TRACE_ERROR("Can't find message named '%s'.", stringName);
+    if (number == 0) TRACE_ERROR(trace, "Can't find message named '%s'.", stringName);
   }
-  TRACE_VERBOSE("Exit [%d]", static_cast<int>(number));
-  return number;
+  TRACE_VERBOSE(trace, "Exit [%d]", number);
+  return static_cast<unsigned int>(number);
 }
 
 int KvoPrint(const char* format, ...) {

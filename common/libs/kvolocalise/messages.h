@@ -38,3 +38,13 @@
 #define KVO_MESSAGE_NUMBER(name, number, kinds) inline constexpr int name = number;
 KVO_MESSAGES(KVO_MESSAGE_NUMBER)
 #undef KVO_MESSAGE_NUMBER
+
+struct KvoMessage {
+  const char* name;
+  int number;
+  const char* kinds;
+};
+
+#define KVO_MESSAGE_ROW(name, number, kinds) {#name, number, kinds},
+inline constexpr KvoMessage kMessages[] = {KVO_MESSAGES(KVO_MESSAGE_ROW)};
+#undef KVO_MESSAGE_ROW

@@ -2,21 +2,19 @@
 #include <syslog.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <string>
 
-#include "common/libs/log/channel.h"
-#include "common/libs/log/config.h"
-#include "common/libs/log/state.h"
-#include "common/libs/log/trace.h"
+#include "common/libs/log/KvoLogChannel.h"
+#include "common/libs/log/KvoLogConfig.h"
+#include "common/libs/log/KvoTrace.h"
 
 std::atomic<const KvoLogConfig*> kvolog_filter{nullptr};
 
 namespace kvolog {
 
-bool g_initialised = false;
-bool g_syslogOpen = false;
+State g_state = State::kClosed;
 
 namespace {
 
@@ -24,12 +22,9 @@ namespace {
 char g_identity[KVO_LOG_IDENTITY_SIZE];
 
 void NameProcess(const char* program) {
-  std::string identity = "brelka";
-  if (program != nullptr && *program != '\0') {
-    identity += '-';
-    identity += std::strcmp(program, "java") == 0 ? "kvoavk" : program;
-  }
-  g_identity[identity.copy(g_identity, sizeof(g_identity) - 1)] = '\0';
+  if (program == nullptr) program = "";
+  if (std::strcmp(program, "java") == 0) program = "kvoavk";
+  std::snprintf(g_identity, sizeof(g_identity), "brelka%s%s", *program != '\0' ? "-" : "", program);
 }
 
 unsigned int SessionId() {
@@ -44,36 +39,31 @@ unsigned int SessionId() {
 using namespace kvolog;  // NOLINT: the interface's side of the file
 
 int KvoLogInit() {
-  if (!g_initialised) {
+  if (g_state == State::kClosed) {
     NameProcess(program_invocation_short_name);
     MapConfig();
     openlog(g_identity, LOG_PID | LOG_CONS, LOG_USER);
     setlogmask(LOG_UPTO(LOG_INFO));
-    g_syslogOpen = true;
     if (OpenChannel(SessionId(), g_identity)) {
       kvolog_filter.store(Config(), std::memory_order_relaxed);
     }
-    g_initialised = true;
+    g_state = State::kOpen;
   }
-  if (g_syslogOpen) return 1;
-  return ChannelOpen() && Config() != nullptr ? 1 : 0;
+  return g_state == State::kOpen ? 1 : 0;
 }
 
 int KvoLogInitConfigOnly() {
-  if (!g_initialised) {
+  if (g_state == State::kClosed) {
     MapConfig();
-    g_initialised = true;
+    g_state = State::kConfigOnly;
   }
   return Config() != nullptr ? 1 : 0;
 }
 
 void KvoLogShutdown() {
-  if (!g_initialised) return;
+  if (g_state == State::kClosed) return;
   CloseChannel();
-  if (g_syslogOpen) {
-    g_syslogOpen = false;
-    closelog();
-  }
+  if (g_state == State::kOpen) closelog();
   UnmapConfig();
-  g_initialised = false;
+  g_state = State::kClosed;
 }

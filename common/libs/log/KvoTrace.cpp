@@ -4,14 +4,15 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <string_view>
 
-#include "common/libs/log/channel.h"
-#include "common/libs/log/config.h"
-#include "common/libs/log/state.h"
-#include "common/libs/log/trace.h"
+#include "common/libs/log/KvoLogChannel.h"
+#include "common/libs/log/KvoLogConfig.h"
+#include "common/libs/log/KvoTrace.h"
 
 namespace {
 
@@ -21,41 +22,36 @@ class Line {
   // The room is not cleared: what is read of it ends at its NUL.
   explicit Line(char (&text)[KVO_LOG_TEXT_SIZE]) : m_pEnd(text) { *m_pEnd = '\0'; }
 
-  void Append(const char* text) {
-    while (*text != '\0' && m_room > 1) {
-      *m_pEnd++ = *text++;
-      --m_room;
-    }
-    *m_pEnd = '\0';
+  void Append(std::string_view text) {
+    text.copy(m_pEnd, m_room - 1);
+    Grow(text.size());
   }
 
+  // Drops a piece that cannot be formatted.
   void AppendFormatted(const char* format, va_list arguments) KVOLOG_PRINTF(2, 0) {
-    if (m_room <= 1) return;
     const int length = vsnprintf(m_pEnd, m_room, format, arguments);
-    if (length < 0) {
-      *m_pEnd = '\0';  // whatever was written before it failed
-      return;
-    }
-    const std::size_t taken =
-        static_cast<std::size_t>(length) < m_room ? static_cast<std::size_t>(length) : m_room - 1;
-    m_pEnd += taken;
-    m_room -= taken;
+    Grow(length > 0 ? static_cast<std::size_t>(length) : 0);
   }
 
   std::size_t Length() const { return KVO_LOG_TEXT_SIZE - m_room; }
 
  private:
+  void Grow(std::size_t length) {
+    const std::size_t taken = std::min(length, m_room - 1);
+    m_pEnd += taken;
+    m_room -= taken;
+    *m_pEnd = '\0';
+  }
+
   char* m_pEnd;
-  std::size_t m_room = KVO_LOG_TEXT_SIZE;
+  std::size_t m_room = KVO_LOG_TEXT_SIZE;  // its NUL's included
 };
 
 // A record stands on the stack of this function alone: the road of a suppressed line does not touch
 // its 8 KiB.
-[[gnu::noinline]] void WriteLine(unsigned int classId, int level, const char* function,
-                                 const char* format, va_list arguments) KVOLOG_PRINTF(4, 0);
-
-void WriteLine(unsigned int classId, int level, const char* function, const char* format,
-               va_list arguments) {
+[[gnu::noinline, gnu::format(printf, 4, 0)]] void WriteLine(unsigned int classId, int level,
+                                                            const char* function,
+                                                            const char* format, va_list arguments) {
   const int error = errno;
   KvoLogRecord record;
   Line line(record.text);
@@ -99,12 +95,10 @@ int Priority(int level) {
 }  // namespace
 
 // __KvoTrace behind its filter, which stands in KvoTraceEntry.S.
-extern "C" void KvoTraceAdmitted(unsigned int classId, int level, const char* file,
-                                 const char* function, unsigned int line, const char* format, ...)
-    KVOLOG_PRINTF(6, 7);
-
-void KvoTraceAdmitted(unsigned int classId, int level, const char* file, const char* function,
-                      unsigned int, const char* format, ...) {
+extern "C" [[gnu::format(printf, 6, 7)]] void KvoTraceAdmitted(unsigned int classId, int level,
+                                                               const char* file,
+                                                               const char* function, unsigned int,
+                                                               const char* format, ...) {
   if (!MessageLevel(level) || file == nullptr || function == nullptr || format == nullptr) return;
   va_list arguments;
   va_start(arguments, format);
@@ -114,19 +108,16 @@ void KvoTraceAdmitted(unsigned int classId, int level, const char* file, const c
 
 void __KvoLog(int level, const char* file, const char* function, unsigned int, const char* format,
               ...) {
-  if (!kvolog::g_initialised || !MessageLevel(level)) return;
+  if (kvolog::g_state != kvolog::State::kOpen || !MessageLevel(level)) return;
   if (file == nullptr || function == nullptr || format == nullptr) return;
+  const int error = errno;
   va_list arguments;
-  if (kvolog::g_syslogOpen) {
-    const int error = errno;
-    va_start(arguments, format);
-    vsyslog(Priority(level), format, arguments);
-    va_end(arguments);
-    errno = error;
-  }
-  if (kvolog::ChannelOpen()) {
-    va_start(arguments, format);
-    WriteLine(KVO_CLASS_ALL, level, function, format, arguments);
-    va_end(arguments);
-  }
+  va_start(arguments, format);
+  vsyslog(Priority(level), format, arguments);
+  va_end(arguments);
+  errno = error;
+  if (!kvolog::ChannelOpen()) return;
+  va_start(arguments, format);
+  WriteLine(KVO_CLASS_ALL, level, function, format, arguments);
+  va_end(arguments);
 }

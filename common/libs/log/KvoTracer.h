@@ -4,11 +4,11 @@
 
 #include <cstdint>
 
-#include "common/libs/log/trace.h"
+#include "common/libs/log/KvoTrace.h"
 
 // Speaks for one function, in one trace class. A helper that reports for its caller takes the
 // caller's tracer as an argument.
-template <unsigned int kClassId, bool kVerbose = true>
+template <unsigned int kClassId, bool kLoud = true>
 class KvoTracer {
  public:
   static constexpr unsigned int kClass = kClassId;
@@ -16,7 +16,7 @@ class KvoTracer {
   explicit KvoTracer(const char* function = __builtin_FUNCTION()) : m_function(function) {}
 
   [[gnu::always_inline]] static bool Admits(int level) {
-    return (kVerbose || level != KVO_LOG_VERBOSE) && kvolog::Admits(kClassId, level);
+    return (kLoud || level != KVO_LOG_VERBOSE) && kvolog::Admits(kClassId, level);
   }
   const char* Function() const { return m_function; }
 

@@ -1,10 +1,9 @@
-// The trace call as the library's own code makes it: nothing is evaluated for a line that nobody
-// will read.
+// Whether anyone will read a line.
 #pragma once
 
 #include <atomic>
 
-#include "common/libs/log/classes.h"
+#include "common/libs/log/KvoLogClasses.h"
 #include "kvolog.h"
 
 // The configuration that decides about lines of the trace; null while there is nobody to write them
@@ -13,13 +12,16 @@ extern "C" std::atomic<const KvoLogConfig*> kvolog_filter;
 
 namespace kvolog {
 
+// How far a process's logging is open. Changed by the initialisations and the shutdown, which no
+// other thread's lines overlap.
+enum class State { kClosed, kConfigOnly, kOpen };
+extern State g_state;
+
 // Nearly always null where it matters: the road of a suppressed line stays straight.
 [[gnu::always_inline]] inline const KvoLogConfig* Filter() {
   const KvoLogConfig* pConfig = kvolog_filter.load(std::memory_order_relaxed);
   return __builtin_expect(static_cast<long>(pConfig != nullptr), 0L) != 0 ? pConfig : nullptr;
 }
-
-inline bool Connected() { return Filter() != nullptr; }
 
 // The level that decides for a known class: its own, or the first one on its way to the root. A
 // constant class costs a read of the shared file a step and nothing else.
@@ -29,7 +31,7 @@ template <int kSteps = kMaxSteps>
   const std::uint32_t level = __atomic_load_n(&config.levels[classId], __ATOMIC_RELAXED);
   if (level != KVO_LOG_INHERIT) return level;
   if constexpr (kSteps > 0) {
-    const auto parent = static_cast<unsigned int>(kClasses.rows[classId].parent);
+    const auto parent = static_cast<unsigned int>(kClasses[classId].parent);
     if (parent < KVO_LOG_CLASSES) return WorkingLevel<kSteps - 1>(config, parent);
   }
   return KVO_LOG_UNKNOWN;
@@ -50,10 +52,3 @@ template <int kSteps = kMaxSteps>
 }
 
 }  // namespace kvolog
-
-#define KVO_TRACE(classId, level, ...)                                       \
-  do {                                                                       \
-    if (kvolog::Admits(classId, level)) {                                    \
-      __KvoTrace(classId, level, __FILE__, __func__, __LINE__, __VA_ARGS__); \
-    }                                                                        \
-  } while (false)

@@ -1,8 +1,8 @@
 // The connection to the log service, a Unix stream to another program of the same machine.
 //
-// Any number of threads write at the same time. A failed write gives the connection up for good;
-// its descriptor is closed once, by the last thread that was using it, so that no record can go
-// into a file that got the number afterwards.
+// Any number of threads write at the same time, and nothing counts them. A failed write gives the
+// connection up for good: it is shut down at once and closed by CloseChannel only, which no line
+// overlaps, so that no record can go into a file that got the descriptor's number.
 #pragma once
 
 #include <cstddef>
@@ -19,6 +19,7 @@ void CloseChannel();
 bool ChannelOpen();
 
 // Writes a record of `size` bytes whole, or gives the connection up, at the latest after a second.
+// No point of cancellation.
 void WriteRecord(const KvoLogRecord& record, std::size_t size);
 
 }  // namespace kvolog

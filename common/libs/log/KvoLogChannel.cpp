@@ -1,0 +1,118 @@
+#include "common/libs/log/KvoLogChannel.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <signal.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <optional>
+
+#include "common/libs/log/KvoTrace.h"
+
+namespace kvolog {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kPatience{1};
+
+std::atomic<bool> g_connected{false};
+int g_socket = -1;  // written by the start and the end, which no line overlaps
+
+// Milliseconds, none when it is over.
+int Left(Clock::time_point end) {
+  const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+  return std::max(static_cast<int>(left.count()), 0);
+}
+
+// Sends a record whole. Takes a second at most, whatever signals come meanwhile.
+bool SendWhole(int fd, const void* pData, std::size_t size) {
+  std::optional<Clock::time_point> end;  // nobody looks at the clock who need not wait
+  for (;;) {
+    const ssize_t sent = send(fd, pData, size, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (sent >= 0 || errno != EAGAIN) return sent == static_cast<ssize_t>(size);
+    if (!end) end = Clock::now() + kPatience;
+    const int left = Left(*end);
+    if (left == 0) return false;
+    pollfd room{fd, POLLOUT, 0};
+    poll(&room, 1, left);
+  }
+}
+
+// A service whose queue of callers is full may cost a second at most, too.
+bool Connect(int fd) {
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::strcpy(address.sun_path, KVO_LOG_SOCKET_PATH);
+  const Clock::time_point end = Clock::now() + kPatience;
+  while (const int left = Left(end)) {
+    const timeval patience{left / 1000, left % 1000 * 1000L};
+    setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof(patience));
+    if (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) return true;
+    if (errno != EINTR) break;
+  }
+  return false;
+}
+
+bool Register(int fd, unsigned int session, const char* identity) {
+  KvoLogHello hello{};
+  const std::size_t length = strnlen(identity, sizeof(hello.identity) - 1);
+  hello.head.length = static_cast<std::uint16_t>(sizeof(hello.session) + length + 1);
+  hello.head.type = KVO_LOG_RECORD_HELLO;
+  hello.session = static_cast<std::uint16_t>(session);
+  std::memcpy(hello.identity, identity, length);
+  return SendWhole(fd, &hello, sizeof(hello.head) + hello.head.length);
+}
+
+// Whatever waits for room wakes up. The descriptor stays, dead, until the logging ends: as long as
+// lines may be under way, nothing else may get its number.
+void GiveUp() {
+  kvolog_filter.store(nullptr, std::memory_order_relaxed);
+  g_connected.store(false, std::memory_order_relaxed);
+  shutdown(g_socket, SHUT_RDWR);
+}
+
+}  // namespace
+
+bool ChannelOpen() { return g_connected.load(std::memory_order_relaxed); }
+
+bool OpenChannel(unsigned int session, const char* identity) {
+  struct sigaction ignore {};
+  struct sigaction old;
+  ignore.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &ignore, &old);
+  g_socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (g_socket >= 0 && !(Connect(g_socket) && Register(g_socket, session, identity))) {
+    close(g_socket);
+    g_socket = -1;
+  }
+  sigaction(SIGPIPE, &old, nullptr);
+  g_connected.store(g_socket >= 0, std::memory_order_relaxed);
+  return g_socket >= 0;
+}
+
+void CloseChannel() {
+  if (g_socket < 0) return;
+  GiveUp();
+  close(g_socket);
+  g_socket = -1;
+}
+
+void WriteRecord(const KvoLogRecord& record, std::size_t size) {
+  int old;  // no caller reckons with its end at a line of the log
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &old);
+  if (!SendWhole(g_socket, &record, size)) GiveUp();
+  pthread_setcancelstate(old, nullptr);
+}
+
+}  // namespace kvolog
