@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Does what README.md and docs/hosts.md tell the author of a host who has no packages: installs below
 # a prefix, builds the guide's complete host with the guide's command, both as they are printed, and
-# uses it on a virtual screen: dev inside BUILD guide_test.sh BUILD
+# uses it on a virtual screen: support/inside BUILD guide_test.sh BUILD
 set -euo pipefail
 source=$(cd "$(dirname "$0")/.." && pwd)
 build=$1

@@ -10,5 +10,5 @@ foreach(part serve tail settings)
   add_dependencies(kvolog_${part}_test kvolog_tool)
 endforeach()
 
-add_test(NAME kvolog_files_test COMMAND ${PROJECT_SOURCE_DIR}/dev inside ${PROJECT_BINARY_DIR}
+add_test(NAME kvolog_files_test COMMAND ${inside} ${PROJECT_BINARY_DIR}
   ${CMAKE_CURRENT_SOURCE_DIR}/kvolog_files_test.sh $<TARGET_FILE:kvolog_tool>)

@@ -8,7 +8,7 @@ foreach(name ui ui_order ui_call)
   yra_test(${name}_test TIMEOUT 300 SOURCES ${name}_test.cpp LIBRARIES ui_support)
   # The same for a host that initialised GDK's threads.
   add_test(NAME ${name}_gdk_threads_test
-    COMMAND ${PROJECT_SOURCE_DIR}/dev inside ${PROJECT_BINARY_DIR} $<TARGET_FILE:${name}_test>)
+    COMMAND ${inside} ${PROJECT_BINARY_DIR} $<TARGET_FILE:${name}_test>)
   set_tests_properties(${name}_gdk_threads_test PROPERTIES TIMEOUT 300
     ENVIRONMENT "${test_environment};YRA_GDK_THREADS=1")
 endforeach()
@@ -19,7 +19,7 @@ yra_test(no_display_test TIMEOUT 60 SOURCES no_display_test.cpp LIBRARIES yra_st
 
 # Ten thousand requests, which take half a minute: `ctest --preset release -C Long`.
 add_test(NAME ui_requests_test CONFIGURATIONS Long
-  COMMAND ${PROJECT_SOURCE_DIR}/dev inside ${PROJECT_BINARY_DIR} $<TARGET_FILE:ui_order_test>
+  COMMAND ${inside} ${PROJECT_BINARY_DIR} $<TARGET_FILE:ui_order_test>
     --gtest_filter=*SameMemory)
 set_tests_properties(ui_requests_test PROPERTIES TIMEOUT 300
   ENVIRONMENT "${test_environment};YRA_REQUESTS=10000")

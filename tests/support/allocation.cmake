@@ -1,4 +1,5 @@
-# What watches the allocations of a program that links it.
+# What watches the allocations of a program that links it: tests and fuzz targets.
+include_guard(GLOBAL)
 add_library(allocation STATIC ${CMAKE_CURRENT_LIST_DIR}/allocation.cpp)
 target_include_directories(allocation PUBLIC ${CMAKE_CURRENT_LIST_DIR}/..)
 target_link_options(allocation INTERFACE
