@@ -18,9 +18,9 @@ enum class ElementKind {
 
 struct ContainerRow {
   int type;
-  const char* name;
-  const char* countWord;  // what a snapshot counts
   ElementKind kind;
+  const char* name;
+  const char* countWord;     // what a snapshot counts
   unsigned int recordSize;   // of kRecord
   unsigned int roomPerItem;  // bytes of a block beside what the elements weigh
   int firstIndex;            // of the elements in a snapshot's lines
@@ -35,14 +35,14 @@ inline constexpr unsigned int kRecordRoom = kItemRoom + sizeof(YRAFT_FILEINFO_IT
 
 // clang-format off
 inline constexpr ContainerRow kRows[] = {
-  // type                 name              counts       kind                      size                         room         index sums   clear  pop    packed
-  {YRAFT_QUEUE_BUFFER,   "Buffer Queue",   "old queue", ElementKind::kBuffer,     0,                           kItemRoom,   0,    false, true,  false, false},
-  {YRAFT_QUEUE_READ,     "Read Queue",     "queue",     ElementKind::kBuffer,     0,                           kItemRoom,   0,    false, true,  false, false},
-  {YRAFT_QUEUE_WRITE,    "Write Queue",    "queue",     ElementKind::kBuffer,     0,                           kItemRoom,   0,    false, true,  false, false},
-  {YRAFT_QUEUE_FILEINFO, "FileInfo Queue", "queue",     ElementKind::kFileRecord, 0,                           kRecordRoom, 0,    true,  true,  true,  true},
-  {YRAFT_QUEUE_FILEUI,   "FileUI Queue",   "queue",     ElementKind::kRecord,     sizeof(YRAFT_FILES_UI),      kItemRoom,   0,    false, true,  false, false},
-  {YRAFT_LIST_FILEINFO,  "FileInfo List",  "list",      ElementKind::kFileRecord, 0,                           kRecordRoom, 1,    false, false, false, false},
-  {YRAFT_MAP_UITHREAD,   "UiThread Map",   "map",       ElementKind::kRecord,     sizeof(YRAFT_UI_THREADINFO), kRecordRoom, 1,    false, false, false, false},
+  // type                 kind                      name              counts       size                         room         index sums   clear  pop    packed
+  {YRAFT_QUEUE_BUFFER,   ElementKind::kBuffer,     "Buffer Queue",   "old queue", 0,                           kItemRoom,   0,    false, true,  false, false},
+  {YRAFT_QUEUE_READ,     ElementKind::kBuffer,     "Read Queue",     "queue",     0,                           kItemRoom,   0,    false, true,  false, false},
+  {YRAFT_QUEUE_WRITE,    ElementKind::kBuffer,     "Write Queue",    "queue",     0,                           kItemRoom,   0,    false, true,  false, false},
+  {YRAFT_QUEUE_FILEINFO, ElementKind::kFileRecord, "FileInfo Queue", "queue",     0,                           kRecordRoom, 0,    true,  true,  true,  true},
+  {YRAFT_QUEUE_FILEUI,   ElementKind::kRecord,     "FileUI Queue",   "queue",     sizeof(YRAFT_FILES_UI),      kItemRoom,   0,    false, true,  false, false},
+  {YRAFT_LIST_FILEINFO,  ElementKind::kFileRecord, "FileInfo List",  "list",      0,                           kRecordRoom, 1,    false, false, false, false},
+  {YRAFT_MAP_UITHREAD,   ElementKind::kRecord,     "UiThread Map",   "map",       sizeof(YRAFT_UI_THREADINFO), kRecordRoom, 1,    false, false, false, false},
 };
 // clang-format on
 
