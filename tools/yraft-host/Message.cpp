@@ -5,8 +5,9 @@
 #include <string>
 
 #include "Choice.h"
-#include "Command.h"
+#include "Commands.h"
 #include "Console.h"
+#include "Failure.h"
 #include "Session.h"
 
 namespace {
@@ -16,7 +17,7 @@ Allocated<YRAFT_ERROR_MESSAGE_INFO> NewMessage(const std::string& title, const s
                                                const std::string& more) {
   const std::size_t size =
       sizeof(YRAFT_ERROR_MESSAGE_INFO) + title.size() + text.size() + more.size() + 3;
-  if (size > UINT16_MAX) throw UsageError("the texts are longer than 65524 bytes together");
+  if (size > UINT16_MAX) throw WrongUsage("the texts are longer than 65524 bytes together");
   Allocated<YRAFT_ERROR_MESSAGE_INFO> record(
       static_cast<YRAFT_ERROR_MESSAGE_INFO*>(std::calloc(1, size)));
   if (!record) return record;
@@ -48,30 +49,13 @@ ExitStatus WaitUntilClosed(Session& session, Console& console) {
   }
 }
 
-ExitStatus RunMessage(const Arguments& arguments) {
-  const auto& texts = arguments.operands;
-  auto record = NewMessage(texts[0], texts[1], texts.size() > 2 ? texts[2] : "");
+}  // namespace
+
+ExitStatus Message(const std::string& title, const std::string& text, const std::string& more) {
+  auto record = NewMessage(title, text, more);
   Console console;
   Session session;
   session.WatchBoxes();
   const ExitStatus sent = SendFirst(session, console, YRAFT_UI_SIGNAL_MESSAGE, std::move(record));
   return sent == kExitDone ? WaitUntilClosed(session, console) : sent;
 }
-
-}  // namespace
-
-const Command kMessage = {
-    "message",
-    "usage: yraft-host message TITLE TEXT [MORE]\n"
-    "\n"
-    "Shows an error box and waits until the user has closed it. TEXT may carry Pango markup such "
-    "as\n"
-    "<b>bold</b>; what is no valid markup is shown as it stands, and so is MORE.\n"
-    "\n"
-    "  --help   show this text\n"
-    "\n"
-    "Exit status: 0 the box was closed; 1 interrupted; 2 wrong usage or no display.\n",
-    {},
-    2,
-    3,
-    RunMessage};
