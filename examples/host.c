@@ -37,16 +37,22 @@ int main(void) {
   YraWinUI* pWinUI = NULL;
   pthread_t uiThread;
   struct Answer answer = {YRAFT_OPT_STATUS_FAILED, 0, NULL};
-  YRAFT_THRESHOLD_INFO* pLimits = calloc(1, sizeof(*pLimits));
+  YRAFT_THRESHOLD_INFO* pLimits;
   KvoLogInit();
   KvoLocaliseInit();
   YraSetYraNotifyCallback(OnNotify);
-  if (pLimits == NULL || pipe(g_answers) != 0) return 2;
+  if (pipe(g_answers) != 0) return 2;
   if (pthread_create(&uiThread, NULL, RunUI, &pWinUI) != 0) return 2;
+  pLimits = calloc(1, sizeof(*pLimits));
+  if (pLimits == NULL) return 2;
 
   /* 27 while the UI starts, and for good where there is no display: the record is still ours. */
   while (YraSendSelfSignal(&g_table, YRAFT_UI_SIGNAL_SELECT_FLIES, 0, 0, pLimits) != 0) {
-    if (g_uiEnded) return fprintf(stderr, "no display\n"), 2;
+    if (g_uiEnded) {
+      free(pLimits);
+      fprintf(stderr, "no display\n");
+      return 2;
+    }
     usleep(10000);
   }
   if (read(g_answers[0], &answer, sizeof(answer)) == sizeof(answer) && answer.status == 0) {

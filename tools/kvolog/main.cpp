@@ -118,18 +118,18 @@ void AddLog(CLI::App& app, Given& given) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  CLI::App app("Shows and changes what the processes of the agent log; writes and reads the log.",
-               "kvolog");
-  DescribeCommands(app);
   Given given;
-  AddLevels(app, given);
-  AddSettings(app, given);
-  AddLog(app, given);
-  app.footer(
-      "'kvolog COMMAND --help' tells more.\n"
-      "\n"
-      "Exit status: 0 done; 1 refused, the reason is on standard error; 2 wrong usage.");
-  const int status = RunCommand(app, argc, argv, kRefused);
+  const int status = RunProgram(
+      "kvolog", "Shows and changes what the processes of the agent log; writes and reads the log.",
+      argc, argv, kRefused, [&given](CLI::App& app) {
+        AddLevels(app, given);
+        AddSettings(app, given);
+        AddLog(app, given);
+        app.footer(
+            "'kvolog COMMAND --help' tells more.\n"
+            "\n"
+            "Exit status: 0 done; 1 refused, the reason is on standard error; 2 wrong usage.");
+      });
   if (status != 0 || std::fflush(stdout) == 0) return status;
   std::fputs("kvolog: standard output cannot be written\n", stderr);
   return kRefused;

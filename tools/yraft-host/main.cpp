@@ -70,9 +70,8 @@ void AddTransfers(CLI::App& app, Given& given) {
       "The progress window shows how far it is and lets you pause, resume and cancel. A line is\n"
       "printed for each file. Nothing is replaced, a second \"name\" becomes \"name (2)\".\n"
       "\n"
-      "Exit status: 0 every file arrived whole; 1 nothing was chosen, the transfer was cancelled "
-      "or\n"
-      "a file did not arrive; 2 wrong usage, a DIR that takes no files, or no display.";
+      "Exit status: 0 every file arrived whole; 1 nothing was chosen, the transfer was cancelled\n"
+      "or a file did not arrive; 2 wrong usage, a DIR that takes no files, or no display.";
   constexpr char kRate[] = "copy at most N bytes a second, to have time to\nwatch";
 
   CLI::App* download =
@@ -146,20 +145,20 @@ void AddMessage(CLI::App& app, Given& given) {
 int main(int argc, char** argv) {
   setlocale(LC_CTYPE, "");
   signal(SIGPIPE, SIG_IGN);  // whoever stops reading our lines stops no transfer
-  CLI::App app("Shows the dialogs of a file transfer and moves files with them.", "yraft-host");
-  DescribeCommands(app);
-  Given given;
-  AddTransfers(app, given);
-  AddChoosers(app, given);
-  AddMessage(app, given);
-  app.footer("'yraft-host COMMAND --help' tells what a command takes.");
-
   // In a list of operands "[a,b]" would be two of them.
   std::deque<std::string> names;
   const bool lists = argc > 1 && std::string_view(argv[1]) == "upload";
   for (int i = 2; lists && i < argc; ++i) {
     if (argv[i][0] == '[') argv[i] = names.emplace_back(std::string("./") + argv[i]).data();
   }
-  const int failure = RunCommand(app, argc, argv, kExitNoStart);
+  Given given;
+  const int failure =
+      RunProgram("yraft-host", "Shows the dialogs of a file transfer and moves files with them.",
+                 argc, argv, kExitNoStart, [&given](CLI::App& app) {
+                   AddTransfers(app, given);
+                   AddChoosers(app, given);
+                   AddMessage(app, given);
+                   app.footer("'yraft-host COMMAND --help' tells what a command takes.");
+                 });
   return failure != 0 ? failure : given.status;
 }
