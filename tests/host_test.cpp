@@ -172,18 +172,18 @@ TEST_F(HostTest, ADownloadBringsEveryFileAndReplacesNone) {
 
 TEST_F(HostTest, AnUploadBringsWhatCanBeReadAndSaysWhatCannot) {
   Write(Files() / "note.txt", "new");
-  Write(Files() / "other.bin", Bytes(1000));
+  Write(Files() / "[a,b]", Bytes(1000));
   Write(Home() / "note.txt", "old");
   {
     Program program =
-        Start({"upload", "note.txt", "../files/note.txt", "other.bin"}, {.folder = Files()});
+        Start({"upload", "note.txt", "../files/note.txt", "[a,b]"}, {.folder = Files()});
     ASSERT_TRUE(AcceptFolder(m_user, kUploadFolder));
     EXPECT_EQ(program.Wait(), 0) << program.Errors();
   }
   EXPECT_TRUE(Contents(Home() / "note.txt") == "old");
   EXPECT_TRUE(Contents(Home() / "note (2).txt") == "new");
   EXPECT_TRUE(Contents(Home() / "note (3).txt") == "new");
-  EXPECT_TRUE(Contents(Home() / "other.bin") == Bytes(1000));
+  EXPECT_TRUE(Contents(Home() / "[a,b]") == Bytes(1000));
 
   Write(Files() / "secret", "secret");
   fs::permissions(Files() / "secret", fs::perms::none);
@@ -391,19 +391,19 @@ TEST_F(HostTest, WithoutADisplayEveryCommandSaysSo) {
 TEST_F(HostTest, WrongUsageIsNamed) {
   const std::pair<std::vector<std::string>, const char*> kLines[] = {
       {{}, "a command is missing"},
-      {{"copy"}, "unknown command"},
-      {{"download"}, "needs --to DIR"},
-      {{"download", "--to"}, "--to needs a value"},
+      {{"copy"}, "not expected: copy"},
+      {{"download"}, "--to is required"},
+      {{"download", "--to"}, "--to: 1 required DIR missing"},
       {{"download", "--to", "/tmp", "--rate", "0"}, "--rate takes a number from 1"},
-      {{"download", "--to", "/tmp", "more"}, "too many arguments"},
+      {{"download", "--to", "/tmp", "more"}, "not expected: more"},
       {{"download", "--to", "/nowhere"}, "/nowhere: No such file or directory"},
       {{"download", "--to", "/dev/null"}, "/dev/null: Not a directory"},
-      {{"upload"}, "an argument is missing"},
+      {{"upload"}, "FILE is required"},
       {{"pick-files", "--max-files", "65536"}, "--max-files takes a number from 1 to 65535"},
       {{"pick-files", "--max-bytes", "-1"}, "--max-bytes takes a number"},
-      {{"pick-files", "-0", "--json"}, "exclude each other"},
-      {{"pick-directory", "-x"}, "unknown option -x"},
-      {{"message", "title"}, "an argument is missing"},
+      {{"pick-files", "-0", "--json"}, "--null excludes --json"},
+      {{"pick-directory", "-x"}, "not expected: -x"},
+      {{"message", "title"}, "TEXT is required"},
       {{"message", "title", std::string(65524, 'x')}, "longer than"},
   };
   for (const auto& [arguments, what] : kLines) {

@@ -83,9 +83,10 @@ TEST_F(Settings, SayWhyTheyRefuse) {
       {{"set", "201", "1"}, 1, "there is no class 201; they are 0 to 200"},
       {{"set", "YRAFT", "7"}, 1, "they are 0 to 6"},
       {{"set", "YRAFT", "verbos"}, 1, "did you mean VERBOSE?"},
-      {{"set", "YRAFT"}, 2, "an argument is missing"},
-      {{"set", "YRAFT", "1", "2"}, 2, "too many arguments"},
+      {{"set", "YRAFT"}, 2, "kvolog set: LEVEL is required"},
+      {{"set", "YRAFT", "1", "2"}, 2, "not expected: 2"},
       {{"flags", "0x400"}, 2, "starts with + or -"},
+      {{"flags", "--jsn"}, 2, "'--jsn' is no change of flags"},
       {{"flags", "+tread"}, 1, "did you mean THREAD?"},
       {{"flags", "+0x400", "-0x401"}, 2, "both set and cleared"},
       {{"output", "agent.log"}, 1, "start with /"},
@@ -93,12 +94,12 @@ TEST_F(Settings, SayWhyTheyRefuse) {
       {{"rollover", "0", "1"}, 1, "the size has to be 1 to 2000"},
       {{"rollover", "2001", "1"}, 1, "the size has to be 1 to 2000"},
       {{"rollover", "5", "101"}, 1, "the count has to be 0 to 100"},
-      {{"rollover", "5"}, 2, "both SIZE and COUNT"},
+      {{"rollover", "5"}, 2, "SIZE requires COUNT"},
       {{"rollover", "5MB", "1"}, 2, "'5MB' is no number"},
-      {{"levels", "--jsn"}, 2, "no option --jsn"},
-      {{"tail", "-n", "3", "-xf"}, 2, "no option -x\n"},
-      {{"tail", "--lines"}, 2, "--lines needs a value"},
-      {{"tell"}, 2, "no command 'tell'"},
+      {{"levels", "--jsn"}, 2, "not expected: --jsn"},
+      {{"tail", "-n", "3", "-fx"}, 2, "not expected: -x\n"},
+      {{"tail", "--lines"}, 2, "--lines: 1 required N missing"},
+      {{"tell"}, 2, "not expected: tell"},
       {{}, 2, "a command is missing"},
   };
   const std::string before = Contents(KVO_LOG_CONFIG_PATH);
@@ -140,7 +141,7 @@ TEST(Help, IsThereForEveryCommand) {
        {"levels", "set", "flags", "output", "rollover", "reset", "serve", "tail", "names"}) {
     const Result help = Kvolog({command, "--help"});
     EXPECT_EQ(help.status, 0);
-    EXPECT_EQ(help.out.find(std::string("usage: kvolog ") + command), 0U) << help.out;
+    EXPECT_NE(help.out.find(std::string("\nUsage: kvolog ") + command), std::string::npos);
   }
 }
 

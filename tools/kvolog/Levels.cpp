@@ -4,7 +4,6 @@
 
 #include "Commands.h"
 #include "Configuration.h"
-#include "Failure.h"
 #include "Json.h"
 #include "Names.h"
 
@@ -57,56 +56,25 @@ void PrintJson(const Names& names, unsigned int top) {
   std::fputs(JsonText(rows, 2).c_str(), stdout);
 }
 
-int Levels(const Arguments& arguments) {
+}  // namespace
+
+void ShowLevels(const std::string& className, bool json) {
   MapConfiguration();
   const Names names;
-  const unsigned int top =
-      arguments.words().empty() ? unsigned{KVO_CLASS_ALL} : names.Class(arguments.words()[0]);
-  if (arguments.Has(kJsonOption)) {
+  const unsigned int top = names.Class(className);
+  if (json) {
     PrintJson(names, top);
   } else {
     std::printf("%3s  %-24s  %-10s  %-9s  DEFAULT\n", "ID", "CLASS", "CONFIGURED", "EFFECTIVE");
     PrintTree(names, top, 0);
   }
-  return kDone;
 }
 
-int PrintNames(const Arguments& arguments) {
+void PrintNames(const std::string& kind) {
   MapConfiguration();
   const Names names;
   const auto print = [](const auto& table) {
     for (const char* name : table) std::puts(name);
-    return int{kDone};
   };
-  const std::string& kind = arguments.words()[0];
-  if (kind == "classes") return print(names.classes);
-  if (kind == "levels") return print(names.levels);
-  throw WrongUsage("names are classes or levels");
+  kind == "classes" ? print(names.classes) : print(names.levels);
 }
-
-}  // namespace
-
-const Command kLevelsCommand = {
-    "levels",
-    "usage: kvolog levels [CLASS] [--json]\n"
-    "\n"
-    "Shows the level with which each class is configured, the level that decides for it and its\n"
-    "default, as a tree: all classes, or CLASS and those below it. A line ends with a star where\n"
-    "configured and default differ.\n",
-    0,
-    1,
-    "",
-    {kJson},
-    false,
-    Levels};
-
-const Command kNamesCommand = {"names",
-                               "usage: kvolog names classes|levels\n"
-                               "\n"
-                               "Prints names, one a line, by rising number.\n",
-                               1,
-                               1,
-                               "",
-                               {},
-                               false,
-                               PrintNames};

@@ -10,7 +10,6 @@
 
 #include "Commands.h"
 #include "Configuration.h"
-#include "Failure.h"
 #include "Service.h"
 
 namespace {
@@ -30,7 +29,9 @@ void Notify(const char* state) {
          static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length));
 }
 
-int Serve(const Arguments&) {
+}  // namespace
+
+void Serve() {
   std::error_code ignored;  // mapping tells
   std::filesystem::create_directories(std::filesystem::path(KVO_LOG_SOCKET_PATH).parent_path(),
                                       ignored);
@@ -41,24 +42,4 @@ int Serve(const Arguments&) {
   Notify("READY=1");
   service.Run();
   Notify("STOPPING=1");
-  return kDone;
 }
-
-}  // namespace
-
-const Command kServeCommand = {
-    "serve",
-    "usage: kvolog serve\n"
-    "\n"
-    "Is the log service, in the foreground: writes what the agent's processes log into the file\n"
-    "that 'kvolog output' shows, and follows changes of it and of 'kvolog rollover'.\n"
-    "\n"
-    "SIGTERM and SIGINT end it, after it has taken in what was sent until then; SIGHUP opens the\n"
-    "log file anew. It goes on while the log file cannot be written, and says so on standard\n"
-    "error.\n",
-    0,
-    0,
-    "",
-    {{"foreground", no_argument, nullptr, 'F'}},
-    false,
-    Serve};

@@ -14,20 +14,31 @@ void Require(int stored) {
   if (stored == 0) throw Refused("the logging library refused the change");
 }
 
-int Set(const Arguments& arguments) {
+unsigned int InRange(const char* what, const std::string& word, unsigned int least,
+                     unsigned int most) {
+  const auto number = Number(word);
+  if (!number) throw WrongUsage(std::string("the ") + what + " '" + word + "' is no number");
+  if (*number >= least && *number <= most) return *number;
+  throw Refused(std::string("the ") + what + " has to be " + std::to_string(least) + " to " +
+                std::to_string(most));
+}
+
+}  // namespace
+
+void SetLevel(const std::string& className, const std::string& levelName) {
   MapConfigurationToChange();
   const Names names;
-  const unsigned int id = names.Class(arguments.words()[0]);
-  const unsigned int level = names.Level(arguments.words()[1]);
+  const unsigned int id = names.Class(className);
+  const unsigned int level = names.Level(levelName);
   Require(KvoLogSetCurrentLevel(id, level));
   if (KvoLogGetWorkingLevel(id) == KVO_LOG_UNKNOWN) {
     std::fprintf(stderr, "kvolog: nothing of %s is written now: no class above has a level\n",
                  names.classes[id]);
   }
-  return kDone;
 }
 
 void ShowFlags(bool json) {
+  MapConfiguration();
   unsigned int flags = 0;
   unsigned int standard = 0;
   KvoLogGetCurrentFlags(&flags);
@@ -42,34 +53,28 @@ void ShowFlags(bool json) {
   if (json) std::fputs(JsonText(object, 2).c_str(), stdout);
 }
 
-int Flags(const Arguments& arguments) {
-  if (arguments.words().empty()) {
-    MapConfiguration();
-    ShowFlags(arguments.Has(kJsonOption));
-    return kDone;
-  }
+void ChangeFlags(const std::vector<std::string>& changes) {
   std::uint32_t on = 0;
   std::uint32_t off = 0;
-  for (const std::string& word : arguments.words()) {
-    if (word[0] != '+' && word[0] != '-') throw WrongUsage("a change of flags starts with + or -");
+  for (const std::string& word : changes) {
+    if ((word[0] != '+' && word[0] != '-') || word[1] == '-') {
+      throw WrongUsage("'" + word + "' is no change of flags, which starts with + or -");
+    }
     (word[0] == '+' ? on : off) |= FlagBits(word.substr(1));
   }
   if ((on & off) != 0) throw WrongUsage("a flag cannot be both set and cleared");
   MapConfigurationToChange();
   if (on != 0) Require(KvoLogEnableFlags(on));
   if (off != 0) Require(KvoLogDisableFlags(off));
-  return kDone;
 }
 
-int Output(const Arguments& arguments) {
-  if (arguments.words().empty()) {
-    MapConfiguration();
-    const std::string path = StoredTarget().path;
-    const bool json = arguments.Has(kJsonOption);
-    std::fputs(json ? JsonText({{"output", path}}, 2).c_str() : (path + "\n").c_str(), stdout);
-    return kDone;
-  }
-  const std::string& path = arguments.words()[0];
+void ShowOutput(bool json) {
+  MapConfiguration();
+  const std::string path = StoredTarget().path;
+  std::fputs(json ? JsonText({{"output", path}}, 2).c_str() : (path + "\n").c_str(), stdout);
+}
+
+void SetOutput(const std::string& path) {
   if (path.empty() || path[0] != '/') throw Refused("the path has to start with /");
   constexpr std::size_t kMost = sizeof(KvoLogConfig::outputPath) - 1;
   if (path.size() > kMost) {
@@ -79,42 +84,28 @@ int Output(const Arguments& arguments) {
   if (path.back() == '/') throw Refused("the path names a folder");
   MapConfigurationToChange();
   Require(KvoLogSetOutputPath(path.c_str()));
-  return kDone;
 }
 
-unsigned int InRange(const char* what, const std::string& word, unsigned int least,
-                     unsigned int most) {
-  const auto number = Number(word);
-  if (!number) throw WrongUsage(std::string("the ") + what + " '" + word + "' is no number");
-  if (*number >= least && *number <= most) return *number;
-  throw Refused(std::string("the ") + what + " has to be " + std::to_string(least) + " to " +
-                std::to_string(most));
-}
-
-int Rollover(const Arguments& arguments) {
-  if (arguments.words().empty()) {
-    MapConfiguration();
-    const LogTarget target = StoredTarget();
-    if (arguments.Has(kJsonOption)) {
-      const Json object = {{"size", target.size}, {"count", target.count}};
-      std::fputs(JsonText(object, 2).c_str(), stdout);
-    } else {
-      std::printf("%u MiB, %u old file%s\n", target.size, target.count,
-                  target.count == 1 ? "" : "s");
-    }
-    return kDone;
+void ShowRollover(bool json) {
+  MapConfiguration();
+  const LogTarget target = StoredTarget();
+  if (json) {
+    const Json object = {{"size", target.size}, {"count", target.count}};
+    std::fputs(JsonText(object, 2).c_str(), stdout);
+  } else {
+    std::printf("%u MiB, %u old file%s\n", target.size, target.count, target.count == 1 ? "" : "s");
   }
-  if (arguments.words().size() != 2) throw WrongUsage("both SIZE and COUNT are needed");
-  const unsigned int size =
-      InRange("size", arguments.words()[0], 1, unsigned{KVO_LOG_ROLLOVER_SIZE_MAX});
-  const unsigned int count = InRange("count", arguments.words()[1], 0, KVO_LOG_ROLLOVER_COUNT_MAX);
+}
+
+void SetRollover(const std::string& sizeWord, const std::string& countWord) {
+  const unsigned int size = InRange("size", sizeWord, 1, unsigned{KVO_LOG_ROLLOVER_SIZE_MAX});
+  const unsigned int count = InRange("count", countWord, 0, KVO_LOG_ROLLOVER_COUNT_MAX);
   MapConfigurationToChange();
   Require(KvoLogSetRolloverSize(static_cast<int>(size)));
   Require(KvoLogSetRolloverCount(count));
-  return kDone;
 }
 
-int Reset(const Arguments&) {
+void Reset() {
   MapConfigurationToChange();
   for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
     Require(KvoLogSetCurrentLevel(id, KvoLogGetDefaultLevel(id)));
@@ -126,77 +117,4 @@ int Reset(const Arguments&) {
   Require(KvoLogSetOutputPath(KVO_LOG_OUTPUT_PATH_DEFAULT));
   Require(KvoLogSetRolloverSize(KVO_LOG_ROLLOVER_SIZE_DEFAULT));
   Require(KvoLogSetRolloverCount(KVO_LOG_ROLLOVER_COUNT_DEFAULT));
-  return kDone;
 }
-
-}  // namespace
-
-const Command kSetCommand = {
-    "set",
-    "usage: kvolog set CLASS LEVEL\n"
-    "\n"
-    "Configures a class with a level, for every process at its next line. Both are names in any\n"
-    "case or numbers. The levels are\n"
-    "  INHERIT                              the class above decides\n"
-    "  VERBOSE INFO WARNING ERROR FATAL     this level and all behind it are written\n"
-    "  NONE                                 nothing is written\n",
-    2,
-    2,
-    "",
-    {},
-    false,
-    Set};
-
-const Command kFlagsCommand = {
-    "flags",
-    "usage: kvolog flags [--json]\n"
-    "       kvolog flags +BITS|-BITS...\n"
-    "\n"
-    "Shows the flags, or sets and clears some. BITS are a number such as 0x400 or a name:\n"
-    "  FUNCTION   a line starts with the name of the function that writes it\n"
-    "  THREAD     a line starts with the thread's name, in brackets\n",
-    0,
-    64,
-    "",
-    {kJson},
-    true,
-    Flags};
-
-const Command kOutputCommand = {
-    "output",
-    "usage: kvolog output [--json]\n"
-    "       kvolog output PATH\n"
-    "\n"
-    "Shows or changes the file into which the log service writes. PATH starts with / and has at\n"
-    "most 255 bytes.\n",
-    0,
-    1,
-    "",
-    {kJson},
-    false,
-    Output};
-
-const Command kRolloverCommand = {
-    "rollover",
-    "usage: kvolog rollover [--json]\n"
-    "       kvolog rollover SIZE COUNT\n"
-    "\n"
-    "Shows or changes the size in MiB at which the log file is rolled over, 1 to 2000, and the\n"
-    "number of old files that are kept, 0 to 100.\n",
-    0,
-    2,
-    "",
-    {kJson},
-    false,
-    Rollover};
-
-const Command kResetCommand = {"reset",
-                               "usage: kvolog reset\n"
-                               "\n"
-                               "Gives levels, flags, output path and rollover their defaults.\n",
-                               0,
-                               0,
-                               "",
-                               {},
-                               false,
-                               Reset};

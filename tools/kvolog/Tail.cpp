@@ -22,16 +22,15 @@
 namespace {
 
 constexpr std::chrono::milliseconds kPause{100};
-constexpr std::size_t kDefaultLines = 10;
 
 // Which lines to show.
 class Filter {
  public:
-  Filter(const Names& names, const Arguments& arguments) : m_names(names) {
-    if (arguments.Has('c')) m_class = names.Class(arguments.Value('c'));
-    if (arguments.Has('i')) m_identity = arguments.Value('i');
-    if (!arguments.Has('l')) return;
-    m_level = names.Level(arguments.Value('l'));
+  Filter(const Names& names, const TailOptions& options)
+      : m_names(names),
+        m_class(names.Class(options.className)),
+        m_level(names.Level(options.level)),
+        m_identity(options.identity) {
     if (m_level < KVO_LOG_VERBOSE || m_level > KVO_LOG_FATAL) {
       throw Refused(std::string("no line has the level ") + names.levels[m_level]);
     }
@@ -39,12 +38,11 @@ class Filter {
 
   // A line that somebody else wrote into the file passes where nothing is filtered.
   bool Admits(std::string_view line) const {
-    if (m_class == KVO_CLASS_ALL && m_level == KVO_LOG_VERBOSE && !m_identity) return true;
+    if (m_class == KVO_CLASS_ALL && m_level == KVO_LOG_VERBOSE && m_identity == "*") return true;
     const auto fields = ParseLogLine(line);
     return fields && m_names.LevelOf(fields->level).value_or(0) >= m_level &&
            IsOfClass(fields->className) &&
-           (!m_identity ||
-            fnmatch(m_identity->c_str(), Unescaped(fields->identity).c_str(), 0) == 0);
+           fnmatch(m_identity.c_str(), Unescaped(fields->identity).c_str(), 0) == 0;
   }
 
  private:
@@ -55,9 +53,9 @@ class Filter {
   }
 
   const Names& m_names;
-  unsigned int m_class = KVO_CLASS_ALL;
-  unsigned int m_level = KVO_LOG_VERBOSE;
-  std::optional<std::string> m_identity;
+  unsigned int m_class;
+  unsigned int m_level;
+  std::string m_identity;
 };
 
 // Prints lines, in colour where a person reads them.
@@ -110,16 +108,18 @@ class Printer {
   }
 }
 
-int Tail(const Arguments& arguments) {
-  const auto count = arguments.Has('n') ? Number(arguments.Value('n')) : kDefaultLines;
-  if (!count) throw WrongUsage("'" + arguments.Value('n') + "' is no number of lines");
+}  // namespace
+
+void Tail(const TailOptions& options) {
+  const auto count = Number(options.lines);
+  if (!count) throw WrongUsage("'" + options.lines + "' is no number of lines");
   MapConfiguration();
   const Names names;
-  const Filter filter(names, arguments);
+  const Filter filter(names, options);
   const Printer printer(names);
   const std::string path = StoredTarget().path;
   LogFollower log(path);
-  if (!arguments.Has('f') && !log.Open()) {
+  if (!options.follow && !log.Open()) {
     throw Refused("cannot read '" + path + "': " + std::strerror(errno));
   }
   for (const std::string& line :
@@ -127,31 +127,5 @@ int Tail(const Arguments& arguments) {
     printer.Print(line);
   }
   printer.Flush();
-  if (arguments.Has('f')) Follow(&log, filter, printer, path);
-  return kDone;
+  if (options.follow) Follow(&log, filter, printer, path);
 }
-
-}  // namespace
-
-const Command kTailCommand = {
-    "tail",
-    "usage: kvolog tail [-n N] [-f] [--class CLASS] [--level LEVEL] [--identity PATTERN]\n"
-    "\n"
-    "Shows the last lines of the log, in colour on a terminal.\n"
-    "  -n, --lines N            how many lines, 10 unless given; old files are read too\n"
-    "  -f, --follow             go on with every line that is written, across old files and\n"
-    "                           changes of the output path\n"
-    "  -c, --class CLASS        only lines of the class and of those below it\n"
-    "  -l, --level LEVEL        only lines of the level and of those behind it, up to FATAL\n"
-    "  -i, --identity PATTERN   only lines of processes whose identity matches, such as\n"
-    "                           'brelka-*'\n",
-    0,
-    0,
-    "n:fc:l:i:",
-    {{"lines", required_argument, nullptr, 'n'},
-     {"follow", no_argument, nullptr, 'f'},
-     {"class", required_argument, nullptr, 'c'},
-     {"level", required_argument, nullptr, 'l'},
-     {"identity", required_argument, nullptr, 'i'}},
-    false,
-    Tail};

@@ -1,72 +1,136 @@
 // kvolog: sees and steers the agent's logging, and is a log service for it.
-#include <cstdio>
-#include <cstring>
-#include <exception>
-
+#include "CommandLine.h"
 #include "Commands.h"
-#include "Failure.h"
 
 namespace {
 
-constexpr char kHelp[] =
-    "usage: kvolog COMMAND [ARGUMENT...]\n"
-    "\n"
-    "Shows and changes what the processes of the agent log:\n"
-    "  levels     show the levels of the trace classes, as a tree\n"
-    "  set        change the level of a class\n"
-    "  flags      show or change what a line starts with\n"
-    "  output     show or change the log file\n"
-    "  rollover   show or change when the log file is rolled over\n"
-    "  reset      go back to the defaults\n"
-    "\n"
-    "Writes and reads the log:\n"
-    "  serve      be the log service\n"
-    "  tail       show the last lines and follow, by class, level and identity\n"
-    "\n"
-    "'kvolog COMMAND --help' tells more.\n"
-    "\n"
-    "Exit status: 0 done; 1 refused, the reason is on standard error; 2 wrong usage.\n";
+constexpr int kRefused = 1;
 
-const Command* const kCommands[] = {&kLevelsCommand, &kSetCommand,      &kFlagsCommand,
-                                    &kOutputCommand, &kRolloverCommand, &kResetCommand,
-                                    &kServeCommand,  &kTailCommand,     &kNamesCommand};
+// What the user wrote behind the commands' names.
+struct Given {
+  std::string className = "ALL";
+  std::string level, kind, path, size, count;
+  bool json = false;
+  TailOptions tail;
+};
 
-int Complain(const char* command, const char* what, int status) {
-  std::fprintf(stderr, "kvolog%s%s: %s\n", *command != '\0' ? " " : "", command, what);
-  if (status == kUsage) {
-    std::fprintf(stderr, "Try 'kvolog%s%s --help'.\n", *command != '\0' ? " " : "", command);
-  }
-  return status;
+CLI::Option* Operand(CLI::App* command, const char* name, std::string& value, const char* what) {
+  return command->add_option(name, value, what)->type_name("");
 }
 
-int Run(const Command& command, int argc, char** argv) {
-  const Arguments arguments(command, argc, argv);
-  if (arguments.Has(kHelpOption)) {
-    std::fputs(command.help, stdout);
-  } else if (const int status = command.run(arguments); status != kDone) {
-    return status;
-  }
-  if (std::fflush(stdout) != 0) throw Refused("standard output cannot be written");
-  return kDone;
+CLI::App* AddShowing(CLI::App& app, const char* name, const char* what, Given& given) {
+  CLI::App* command = app.add_subcommand(name, what);
+  command->add_flag("--json", given.json, "print one JSON value");
+  return command;
+}
+
+void AddLevels(CLI::App& app, Given& given) {
+  CLI::App* levels =
+      AddShowing(app, "levels", "show the levels of the trace classes, as a tree", given);
+  Operand(levels, "CLASS", given.className, "only this class and those below it");
+  levels->footer(
+      "Shows the level with which each class is configured, the level that decides for it and its\n"
+      "default. A line ends with a star where configured and default differ.");
+  levels->callback([&given] { ShowLevels(given.className, given.json); });
+
+  CLI::App* set = app.add_subcommand("set", "change the level of a class");
+  Operand(set, "CLASS", given.className, "a name in any case, or a number")->required();
+  Operand(set, "LEVEL", given.level, "the same")->required();
+  set->footer(
+      "Holds for every process at its next line. The levels are\n"
+      "  INHERIT                              the class above decides\n"
+      "  VERBOSE INFO WARNING ERROR FATAL     this level and all behind it are written\n"
+      "  NONE                                 nothing is written");
+  set->callback([&given] { SetLevel(given.className, given.level); });
+}
+
+void AddSettings(CLI::App& app, Given& given) {
+  CLI::App* flags = AddShowing(app, "flags", "show or change what a line starts with", given);
+  flags->footer(
+      "'kvolog flags +BITS|-BITS...' sets and clears some. BITS are a number such as 0x400 or a\n"
+      "name:\n"
+      "  FUNCTION   a line starts with the name of the function that writes it\n"
+      "  THREAD     a line starts with the thread's name, in brackets");
+  flags->prefix_command();  // the changes may look like options
+  flags->callback([&given, flags] {
+    flags->remaining().empty() ? ShowFlags(given.json) : ChangeFlags(flags->remaining());
+  });
+
+  CLI::App* output = AddShowing(app, "output", "show or change the log file", given);
+  const CLI::Option* path =
+      Operand(output, "PATH", given.path, "starts with / and has at most 255 bytes");
+  output->callback(
+      [&given, path] { path->empty() ? ShowOutput(given.json) : SetOutput(given.path); });
+
+  CLI::App* rollover =
+      AddShowing(app, "rollover", "show or change when the log file is rolled over", given);
+  CLI::Option* size = Operand(rollover, "SIZE", given.size, "roll over at so many MiB, 1 to 2000");
+  size->needs(Operand(rollover, "COUNT", given.count, "keep so many old files, 0 to 100"));
+  rollover->callback([&given, size] {
+    size->empty() ? ShowRollover(given.json) : SetRollover(given.size, given.count);
+  });
+
+  app.add_subcommand("reset", "give levels, flags, output path and rollover their defaults")
+      ->callback(Reset);
+}
+
+void AddTail(CLI::App& app, TailOptions& given) {
+  CLI::App* tail = app.add_subcommand("tail", "show the last lines and follow, in colour");
+  tail->add_option("-n,--lines", given.lines,
+                   "how many lines, 10 unless given; old files\nare read too")
+      ->type_name("N");
+  tail->add_flag("-f,--follow", given.follow,
+                 "go on with every line that is written, across\n"
+                 "old files and changes of the output path");
+  tail->add_option("-c,--class", given.className, "only lines of the class and of those below it")
+      ->type_name("CLASS");
+  tail->add_option("-l,--level", given.level,
+                   "only lines of the level and of those behind\nit, up to FATAL")
+      ->type_name("LEVEL");
+  tail->add_option("-i,--identity", given.identity,
+                   "only lines of processes whose identity\nmatches, such as 'brelka-*'")
+      ->type_name("PATTERN");
+  tail->callback([&given] { Tail(given); });
+}
+
+void AddLog(CLI::App& app, Given& given) {
+  CLI::App* serve = app.add_subcommand("serve", "be the log service, in the foreground");
+  serve->footer(
+      "Writes what the agent's processes log into the file that 'kvolog output' shows, and "
+      "follows\n"
+      "changes of it and of 'kvolog rollover'.\n"
+      "\n"
+      "SIGTERM and SIGINT end it, after it has taken in what was sent until then; SIGHUP opens "
+      "the\n"
+      "log file anew. It goes on while the log file cannot be written, and says so on standard\n"
+      "error.");
+  serve->callback(Serve);
+  AddTail(app, given.tail);
+
+  CLI::App* names = app.add_subcommand("names", "print names, one a line, by rising number");
+  names->group("");  // for completions
+  Operand(names, "KIND", given.kind, "classes or levels")
+      ->required()
+      ->check(CLI::IsMember({"classes", "levels"}));
+  names->callback([&given] { PrintNames(given.kind); });
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2) return Complain("", "a command is missing", kUsage);
-  if (std::strcmp(argv[1], "--help") == 0) {
-    std::fputs(kHelp, stdout);
-    return kDone;
-  }
-  for (const Command* command : kCommands) {
-    if (std::strcmp(argv[1], command->name) != 0) continue;
-    try {
-      return Run(*command, argc - 1, argv + 1);
-    } catch (const WrongUsage& error) {
-      return Complain(command->name, error.what(), kUsage);
-    } catch (const std::exception& error) {
-      return Complain(command->name, error.what(), kRefused);
-    }
-  }
-  return Complain("", (std::string("there is no command '") + argv[1] + "'").c_str(), kUsage);
+  Given given;
+  const int status = RunProgram(
+      "kvolog", "Shows and changes what the processes of the agent log; writes and reads the log.",
+      argc, argv, kRefused, [&given](CLI::App& app) {
+        AddLevels(app, given);
+        AddSettings(app, given);
+        AddLog(app, given);
+        app.footer(
+            "'kvolog COMMAND --help' tells more.\n"
+            "\n"
+            "Exit status: 0 done; 1 refused, the reason is on standard error; 2 wrong usage.");
+      });
+  if (status != 0 || std::fflush(stdout) == 0) return status;
+  std::fputs("kvolog: standard output cannot be written\n", stderr);
+  return kRefused;
 }

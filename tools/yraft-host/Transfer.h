@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Command.h"
+#include "Commands.h"
 #include "Console.h"
 #include "Session.h"
 

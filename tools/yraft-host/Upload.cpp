@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "Choice.h"
-#include "Command.h"
+#include "Commands.h"
 #include "Console.h"
 #include "FileCopy.h"
 #include "Session.h"
@@ -64,9 +64,10 @@ void EnterHome() {
     return;  // it then lists fewer folders; a path still goes
 }
 
-ExitStatus RunUpload(const Arguments& arguments) {
-  const std::uint64_t rate = arguments.Number("rate", UINT64_MAX).value_or(0);
-  const std::vector<std::string> paths = Absolute(arguments.operands);
+}  // namespace
+
+ExitStatus Upload(const std::vector<std::string>& files, std::uint64_t rate) {
+  const std::vector<std::string> paths = Absolute(files);
   Console console;
   if (!AnyReadable(paths, console)) return kExitIncomplete;
   EnterHome();
@@ -81,23 +82,3 @@ ExitStatus RunUpload(const Arguments& arguments) {
   }
   return RunTransfer(session, console, {paths, folder.get(), YRAFT_OPERATION_UPLOAD, rate});
 }
-
-}  // namespace
-
-const Command kUpload = {
-    "upload",
-    "usage: yraft-host upload [--rate N] FILE...\n"
-    "\n"
-    "Asks for a folder in the folder chooser and copies every FILE into it, while the progress\n"
-    "window shows how far it is and lets you pause, resume and cancel. Prints a line for each\n"
-    "file. Nothing in the folder is replaced, a second \"name\" becomes \"name (2)\".\n"
-    "\n"
-    "  --rate N   copy at most N bytes a second, to have time to watch\n"
-    "  --help     show this text\n"
-    "\n"
-    "Exit status: 0 every FILE arrived whole; 1 no folder was chosen, the transfer was cancelled\n"
-    "or a file did not arrive; 2 wrong usage or no display.\n",
-    {{"rate", true}},
-    1,
-    SIZE_MAX,
-    RunUpload};

@@ -46,14 +46,6 @@ std::string Formatted(const std::vector<std::string>& paths, PathFormat format) 
 
 }  // namespace
 
-PathFormat PathFormatOf(const Arguments& arguments) {
-  if (arguments.Has("null") && arguments.Has("json")) {
-    throw UsageError("--null and --json exclude each other");
-  }
-  if (arguments.Has("json")) return PathFormat::kJson;
-  return arguments.Has("null") ? PathFormat::kNul : PathFormat::kLines;
-}
-
 bool PrintPaths(const std::vector<std::string>& paths, PathFormat format) {
   const std::string text = Formatted(paths, format);
   return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() &&

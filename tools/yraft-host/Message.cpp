@@ -2,8 +2,9 @@
 #include <string>
 
 #include "Choice.h"
-#include "Command.h"
+#include "Commands.h"
 #include "Console.h"
+#include "Failure.h"
 #include "Session.h"
 
 namespace {
@@ -11,7 +12,7 @@ namespace {
 Allocated<YRAFT_ERROR_MESSAGE_INFO> NewMessage(const std::string& title, const std::string& text,
                                                const std::string& more) {
   if (title.size() + text.size() + more.size() > YRAFT_ERROR_TEXTS_MAX) {
-    throw UsageError("the texts are longer than 65524 bytes together");
+    throw WrongUsage("the texts are longer than 65524 bytes together");
   }
   return Allocated<YRAFT_ERROR_MESSAGE_INFO>(
       Yraft_ErrorMessageAllocate(title.c_str(), text.c_str(), more.c_str()));
@@ -33,30 +34,13 @@ ExitStatus WaitUntilClosed(Session& session, Console& console) {
   }
 }
 
-ExitStatus RunMessage(const Arguments& arguments) {
-  const auto& texts = arguments.operands;
-  auto record = NewMessage(texts[0], texts[1], texts.size() > 2 ? texts[2] : "");
+}  // namespace
+
+ExitStatus Message(const std::string& title, const std::string& text, const std::string& more) {
+  auto record = NewMessage(title, text, more);
   Console console;
   Session session;
   session.WatchBoxes();
   const ExitStatus sent = SendFirst(session, console, YRAFT_UI_SIGNAL_MESSAGE, std::move(record));
   return sent == kExitDone ? WaitUntilClosed(session, console) : sent;
 }
-
-}  // namespace
-
-const Command kMessage = {
-    "message",
-    "usage: yraft-host message TITLE TEXT [MORE]\n"
-    "\n"
-    "Shows an error box and waits until the user has closed it. TEXT may carry Pango markup such "
-    "as\n"
-    "<b>bold</b>; what is no valid markup is shown as it stands, and so is MORE.\n"
-    "\n"
-    "  --help   show this text\n"
-    "\n"
-    "Exit status: 0 the box was closed; 1 interrupted; 2 wrong usage or no display.\n",
-    {},
-    2,
-    3,
-    RunMessage};

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "ChosenFiles.h"
-#include "Command.h"
+#include "Commands.h"
 #include "Console.h"
 #include "PrintPaths.h"
 #include "Session.h"
@@ -16,11 +16,6 @@
 namespace {
 
 constexpr char kOverLimit[] = "the choice is over a limit";
-
-struct Limits {
-  std::uint64_t files = UINT16_MAX;
-  std::uint64_t bytes = UINT64_MAX;
-};
 
 // What a one-call chooser answered.
 struct Answer {
@@ -95,54 +90,12 @@ ExitStatus Report(const Answer& answer, PathFormat format, std::uint64_t maxByte
   return kExitDone;
 }
 
-ExitStatus RunPickFiles(const Arguments& arguments) {
-  const PathFormat format = PathFormatOf(arguments);
-  Limits limits;
-  limits.files = arguments.Number("max-files", UINT16_MAX).value_or(limits.files);
-  limits.bytes = arguments.Number("max-bytes", UINT32_MAX).value_or(limits.bytes);
+}  // namespace
+
+ExitStatus PickFiles(const Limits& limits, PathFormat format) {
   return Report(AskForFiles(limits), format, limits.bytes);
 }
 
-ExitStatus RunPickDirectory(const Arguments& arguments) {
-  const PathFormat format = PathFormatOf(arguments);
+ExitStatus PickDirectory(PathFormat format) {
   return Report(AskForDirectory(), format, UINT64_MAX);
 }
-
-}  // namespace
-
-const Command kPickFiles = {
-    "pick-files",
-    "usage: yraft-host pick-files [--max-files N] [--max-bytes N] [-0 | --json]\n"
-    "\n"
-    "Asks for files in the file chooser and prints their paths, one a line. A choice over a limit\n"
-    "is refused with an error box.\n"
-    "\n"
-    "  --max-files N   at most N files (1 to 65535)\n"
-    "  --max-bytes N   at most N bytes together (1 to 4294967295)\n"
-    "  -0, --null      end each path with a NUL instead of a line feed\n"
-    "  --json          print an array of objects, each with a \"path\", or for a path that is not\n"
-    "                  UTF-8 a \"path_hex\"\n"
-    "  --help          show this text\n"
-    "\n"
-    "Exit status: 0 files were chosen; 1 none, or over a limit; 2 wrong usage or no display.\n",
-    {{"max-files", true}, {"max-bytes", true}, {"null", false, '0'}, {"json", false}},
-    0,
-    0,
-    RunPickFiles};
-
-const Command kPickDirectory = {
-    "pick-directory",
-    "usage: yraft-host pick-directory [-0 | --json]\n"
-    "\n"
-    "Asks for a folder in the folder chooser and prints its path.\n"
-    "\n"
-    "  -0, --null   end the path with a NUL instead of a line feed\n"
-    "  --json       print an array of one object with a \"path\", or for a path that is not UTF-8\n"
-    "               a \"path_hex\"\n"
-    "  --help       show this text\n"
-    "\n"
-    "Exit status: 0 a folder was chosen; 1 none; 2 wrong usage or no display.\n",
-    {{"null", false, '0'}, {"json", false}},
-    0,
-    0,
-    RunPickDirectory};

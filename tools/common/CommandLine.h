@@ -1,0 +1,57 @@
+// A program with commands: what stands around them in every such program. Compiles for long, so it
+// is for the one source that knows the command line.
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "Failure.h"
+
+constexpr int kWrongUsage = 2;  // an exit status
+
+// Runs the command that the command line names. Answers 0, or says what is wrong on standard error
+// and answers kWrongUsage or, for a command that threw, `failed`.
+//
+// describe  adds the commands to a CLI::App
+template <typename Describe>
+int RunProgram(const char* program, const char* about, int argc, char** argv, int failed,
+               const Describe& describe) {
+  std::string name = program;
+  const auto misused = [&name](const char* what) {
+    std::fprintf(stderr, "%s: %s\nTry '%s --help'.\n", name.c_str(), what, name.c_str());
+    return kWrongUsage;
+  };
+  try {
+    CLI::App app(about, program);
+    app.set_help_flag("--help", "show this text");
+    app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
+    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.get_formatter()->label("REQUIRED", "");
+    app.group("Commands");  // of those that are added
+    describe(app);
+    CLI::App* command = &app;
+    for (CLI::App* one : app.get_subcommands({})) {
+      if (argc > 1 && one->get_name() == argv[1]) command = one;
+    }
+    if (command != &app) name += ' ' + command->get_name();
+    // A command parses its words alone: among all words it would take some as those of others.
+    std::vector<std::string> words;  // the first is the last
+    for (int i = argc - 1; i > (command != &app ? 1 : 0); --i) words.emplace_back(argv[i]);
+    try {
+      command->parse(words);
+    } catch (const CLI::CallForHelp&) {
+      std::fputs(command->help(command != &app ? program : "").c_str(), stdout);
+      return 0;
+    }
+    return command != &app ? 0 : misused("a command is missing");
+  } catch (const CLI::ParseError& error) {
+    return misused(error.what());
+  } catch (const WrongUsage& error) {
+    return misused(error.what());
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "%s: %s\n", name.c_str(), error.what());
+    return failed;
+  }
+}
