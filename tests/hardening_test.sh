@@ -18,7 +18,7 @@ lacking() {
   has "the mark for shadow stacks" 'x86 feature:.*SHSTK'
   # A frame of more than a page is made page by page, so that it cannot step over the guard page.
   has_not "large frames that touch every page" \
-    'sub +.0x([0-9a-f]{5,}|[2-9a-f][0-9a-f]{3}|1[1-9a-f]..|10[1-9a-f].|100[1-9a-f]),%rsp'
+    'sub +.0x([0-9a-f]{5,8}|[2-9a-f][0-9a-f]{3}|1[1-9a-f]..|10[1-9a-f].|100[1-9a-f]),%rsp'
   [ -z "$(comm -23 <(entries "$file") <(sed -nE 's/^ +([0-9a-f]+):\tendbr64.*/\1/p' <<<"$said" | sort))" ] ||
     echo "landing pads at its entries"
 }

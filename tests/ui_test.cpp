@@ -296,7 +296,7 @@ TEST_F(UI, ShowsEveryErrorInTheOrderOfArrival) {
       user.Key(i % 3 == 0 ? "Escape" : "Return");
     }
   }
-  ASSERT_TRUE(WaitFocus(title(kErrors - 2)));
+  ASSERT_NE(user.WaitWindow(title(kErrors - 2)), None);
   EXPECT_TRUE(host.End());  // the rest is released
   EXPECT_TRUE(user.WaitNoWindow("Oops"));
   EXPECT_EQ(notes.Pending(), 0U);
