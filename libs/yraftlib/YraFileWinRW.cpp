@@ -22,15 +22,9 @@ unsigned int NullArgument(Trace trace, const void* pYraRW, const char* name,
 
 unsigned int YraftRWCreate(YraRW** ppYraRW) {
   const LibTrace trace;
-  if (ppYraRW == nullptr) {
-    TRACE_ERROR(trace, "ppYraRW (%p) is NULL.", static_cast<void*>(ppYraRW));
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
-  }
+  if (ppYraRW == nullptr) return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "ppYraRW");
   *ppYraRW = YraRWAllocate();
-  if (*ppYraRW == nullptr) {
-    TRACE_ERROR(trace, "new YraRW failed.");
-    return trace.Ret(YRAFT_STATUS_RW_CREATE_FAILED);
-  }
+  if (*ppYraRW == nullptr) return trace.Refuse(YRAFT_STATUS_RW_CREATE_FAILED, "new YraRW failed.");
   return trace.Ret(YRAFT_STATUS_SUCCESS);
 }
 

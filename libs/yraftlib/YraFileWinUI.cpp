@@ -4,7 +4,6 @@
 #include <new>
 
 #include "YraTrace.h"
-// After the trace vocabulary.
 #include "YraWinUI.h"
 
 // ---- Persistent UI -----------------------------------------------------------------------------
@@ -130,8 +129,7 @@ unsigned int YraGetChooseFilesList(int argc, char** argv, YRAFT_THRESHOLD_INFO* 
                                    unsigned int* pStatusCode, YRAFT_TLV_BLOCKS** ppTlvBlocks) {
   const LibTrace trace;
   if (pStatusCode == nullptr) {
-    TRACE_ERROR(trace, "pStatusCode is NULL.");
-    return trace.Ret(YRAFT_STATUS_BAD_ARGUMENT);
+    return trace.Refuse(YRAFT_STATUS_BAD_ARGUMENT, "pStatusCode is NULL.");
   }
   if (pThresholdInfo == nullptr || ppTlvBlocks == nullptr) {
     TRACE_ERROR(trace, "pThresholdInfo (%p) or ppTlvBlocks (%p) is NULL.",
@@ -156,8 +154,7 @@ unsigned int YraGetChooseDirectory(int argc, char** argv, YRAFT_FILEINFO_ITEM* p
                                    unsigned int* pStatusCode, YRAFT_TLV_BLOCKS** ppTlvBlocks) {
   const LibTrace trace;
   if (pStatusCode == nullptr) {
-    TRACE_ERROR(trace, "pStatusCode is NULL.");
-    return trace.Ret(YRAFT_STATUS_BAD_ARGUMENT);
+    return trace.Refuse(YRAFT_STATUS_BAD_ARGUMENT, "pStatusCode is NULL.");
   }
   if (ppTlvBlocks == nullptr) {
     TRACE_ERROR(trace, "ppTlvBlocks (%p) is NULL.", static_cast<void*>(ppTlvBlocks));

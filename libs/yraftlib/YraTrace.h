@@ -57,12 +57,28 @@ class LayerTracer : public KvoTracer<kLayer.classId, kLoud> {
     return answer;
   }
 
+  // The way out with an argument or a state that does not serve, reported.
+  unsigned int Refuse(unsigned int status, const char* reason) const {
+    TRACE_ERROR(*this, "%s", reason);
+    return Ret(status);
+  }
+  // The same for a null pointer; `null` as the function spells it.
+  unsigned int RefuseNull(unsigned int status, const char* name, const char* null = "NULL") const {
+    TRACE_ERROR(*this, "%s (%p) is %s.", name, static_cast<void*>(nullptr), null);
+    return Ret(status);
+  }
+
   // Answers the status of an operation that was called, reported where it failed.
   unsigned int Called(const char* operation, unsigned int status) const {
     if (status != YRAFT_STATUS_SUCCESS) {
       TRACE_ERROR(*this, "callback %s failed.(0x%x)", operation, status);
     }
     return status;
+  }
+  // Whether a getter of the UI object has answered something, reported where it has not.
+  bool Got(const char* operation, const void* p) const {
+    if (p == nullptr) TRACE_ERROR(*this, "callback %s is null.", operation);
+    return p != nullptr;
   }
 
  private:

@@ -23,8 +23,9 @@ const char* OperationTypeName(int operationType) {
 // The window itself may be destroyed by whoever finds it: the field follows.
 GtkWidget* HoldMainWindow(GtkWidget** ppWin) {
   GtkWidget* pWindow = gtk_window_new(GTK_WINDOW_TOPLEVEL);
-  if (pWindow != nullptr)
+  if (pWindow != nullptr) {
     g_signal_connect(pWindow, "destroy", G_CALLBACK(gtk_widget_destroyed), ppWin);
+  }
   return pWindow;
 }
 
@@ -100,8 +101,6 @@ void YraWinUI::Inside::Finish() {
     m_signals.Close();
   }
   // No sender is left: what was accepted stands in the lines.
-  while (g_source_remove_by_user_data(m_pWinUI)) {
-  }
   for (YraDialog* pDialog : {pFiles.get(), pDirectory.get(), pErrors.get()}) {
     pDialog->End(GTK_RESPONSE_CANCEL);
     pDialog->EndAll(GTK_RESPONSE_CANCEL);
@@ -184,15 +183,9 @@ YraWinUI::~YraWinUI() {
 
 unsigned int YraWinUI::YraMainWinCreate() {
   const WinTrace trace;
-  if (m_pWin != nullptr) {
-    TRACE_ERROR(trace, "Already created.");
-    return trace.Ret(kExists);
-  }
+  if (m_pWin != nullptr) return trace.Refuse(kExists, "Already created.");
   GtkWidget* pWindow = HoldMainWindow(&m_pWin);
-  if (pWindow == nullptr) {
-    TRACE_ERROR(trace, "Callback gtk_window_new is failed.");
-    return trace.Ret(kNotCreated);
-  }
+  if (pWindow == nullptr) return trace.Refuse(kNotCreated, "Callback gtk_window_new is failed.");
   gtk_window_set_title(GTK_WINDOW(pWindow), "Open");
   gtk_container_set_border_width(GTK_CONTAINER(pWindow), 200);
   gtk_window_set_position(GTK_WINDOW(pWindow), GTK_WIN_POS_CENTER);

@@ -74,17 +74,10 @@ int YraChooseDirectoryIdleFunc(void* data) {
 unsigned int YraWinUI::YraChooseDirectoryDiagCreate(int argc, char** argv,
                                                     YRAFT_FILEINFO_ITEM* pFileInfo) {
   const WinTrace trace;
-  if (pFileInfo == nullptr) {
-    TRACE_ERROR(trace, "pFileInfo (%p) is NULL.", static_cast<void*>(pFileInfo));
-    return trace.Ret(YRAFT_STATUS_MISSING_INPUT);
-  }
-  if (m_pRW == nullptr) {
-    TRACE_ERROR(trace, "m_pRW (%p) is NULL.", static_cast<void*>(m_pRW));
-    return trace.Ret(YRAFT_STATUS_MISSING_INPUT);
-  }
+  if (pFileInfo == nullptr) return trace.RefuseNull(YRAFT_STATUS_MISSING_INPUT, "pFileInfo");
+  if (m_pRW == nullptr) return trace.RefuseNull(YRAFT_STATUS_MISSING_INPUT, "m_pRW");
   if (m_pChooseDirectoryTree != nullptr) {
-    TRACE_ERROR(trace, "Choose directroy diaolog already created.");
-    return trace.Ret(YRAFT_STATUS_BAD_STATE);
+    return trace.Refuse(YRAFT_STATUS_BAD_STATE, "Choose directroy diaolog already created.");
   }
   std::memcpy(m_fileItemInfo, pFileInfo, sizeof(m_fileItemInfo));
   TRACE_VERBOSE(trace,
@@ -99,8 +92,7 @@ unsigned int YraWinUI::YraChooseDirectoryDiagCreate(int argc, char** argv,
 unsigned int YraWinUI::YraChooseDirectoryThresholdCheck(int filesNum, char* pFilePath) {
   const WinTrace trace;
   if (pFilePath == nullptr) {
-    TRACE_ERROR(trace, "pFilePath (%p) is null.", static_cast<void*>(pFilePath));
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
+    return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "pFilePath", "null");
   }
   TRACE_VERBOSE(trace, "select file size is %d and name is [%s].", filesNum, pFilePath);
   return trace.Ret(YRAFT_STATUS_SUCCESS);
@@ -123,13 +115,9 @@ void SetFilter(WinTrace trace, GtkWidget* pDialog) {
 
 unsigned int YraWinUI::YraChooseDirectoryDiagCreate() {
   const WinTrace trace;
-  if (m_pRW == nullptr) {
-    TRACE_ERROR(trace, "m_pRW (%p) is NULL.", static_cast<void*>(m_pRW));
-    return trace.Ret(YRAFT_STATUS_MISSING_INPUT);
-  }
+  if (m_pRW == nullptr) return trace.RefuseNull(YRAFT_STATUS_MISSING_INPUT, "m_pRW");
   if (m_pChooseDirectoryTree != nullptr) {
-    TRACE_ERROR(trace, "Choose directroy dialog already created.");
-    return trace.Ret(YRAFT_STATUS_BAD_STATE);
+    return trace.Refuse(YRAFT_STATUS_BAD_STATE, "Choose directroy dialog already created.");
   }
   GtkWidget* pDialog =
       YraBuildChooser(trace, kLook, YraText(YRAFT_ENG_DIRECTORY_DIALOG_TITLE).c_str());
@@ -189,10 +177,7 @@ std::unique_ptr<YraDialog> YraMakeChooseDirectory(YraWinUI* pWinUI) {
 
 unsigned int YraWinUI::YraChooseDirectoryDiagCreate(YRAFT_FILEINFO_ITEM* pFileInfo) {
   const WinTrace trace;
-  if (pFileInfo == nullptr) {
-    TRACE_ERROR(trace, "pFileInfo (%p) is NULL.", static_cast<void*>(pFileInfo));
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
-  }
+  if (pFileInfo == nullptr) return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "pFileInfo");
   std::unique_ptr<YraRequest> pRequest(new (std::nothrow) YraRequest);
   if (pRequest == nullptr) return trace.Ret(YRAFT_STATUS_NO_MEMORY);
   pRequest->fileSize = pFileInfo->fileSize;

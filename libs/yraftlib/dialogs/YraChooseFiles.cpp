@@ -53,16 +53,11 @@ unsigned int YraWinUI::YraChooseFilesDiagCreate(int argc, char** argv,
                                                 YRAFT_THRESHOLD_INFO* pThresholdInfo) {
   const WinTrace trace;
   if (pThresholdInfo == nullptr) {
-    TRACE_ERROR(trace, "pThresholdInfo (%p) is NULL.", static_cast<void*>(pThresholdInfo));
-    return trace.Ret(YRAFT_STATUS_MISSING_INPUT);
+    return trace.RefuseNull(YRAFT_STATUS_MISSING_INPUT, "pThresholdInfo");
   }
-  if (m_pRW == nullptr) {
-    TRACE_ERROR(trace, "m_pRW (%p) is NULL.", static_cast<void*>(m_pRW));
-    return trace.Ret(YRAFT_STATUS_MISSING_INPUT);
-  }
+  if (m_pRW == nullptr) return trace.RefuseNull(YRAFT_STATUS_MISSING_INPUT, "m_pRW");
   if (m_pChooseFilesDiag != nullptr) {
-    TRACE_ERROR(trace, "Choose Files dialog already created.");
-    return trace.Ret(YRAFT_STATUS_BAD_STATE);
+    return trace.Refuse(YRAFT_STATUS_BAD_STATE, "Choose Files dialog already created.");
   }
   m_thresholdInfo = *pThresholdInfo;
   TRACE_VERBOSE(
@@ -97,13 +92,9 @@ unsigned int YraWinUI::YraChooseFilesThresholdCheck(int filesNum, unsigned long 
 
 unsigned int YraWinUI::YraChooseFilesDiagCreate() {
   const WinTrace trace;
-  if (m_pRW == nullptr) {
-    TRACE_ERROR(trace, "m_pRW (%p) is NULL.", static_cast<void*>(m_pRW));
-    return trace.Ret(YRAFT_STATUS_MISSING_INPUT);
-  }
+  if (m_pRW == nullptr) return trace.RefuseNull(YRAFT_STATUS_MISSING_INPUT, "m_pRW");
   if (m_pChooseFilesDiag != nullptr) {
-    TRACE_ERROR(trace, "Choose Files Dialog already created.");
-    return trace.Ret(YRAFT_STATUS_BAD_STATE);
+    return trace.Refuse(YRAFT_STATUS_BAD_STATE, "Choose Files Dialog already created.");
   }
   GtkWidget* pDialog =
       YraBuildChooser(trace, kLook, YraText(YRAFT_ENG_CHOOSE_DIALOG_TITLE).c_str());
@@ -170,8 +161,7 @@ std::unique_ptr<YraDialog> YraMakeChooseFiles(YraWinUI* pWinUI) {
 unsigned int YraWinUI::YraChooseFilesDiagCreate(YRAFT_THRESHOLD_INFO* pThresholdInfo) {
   const WinTrace trace;
   if (pThresholdInfo == nullptr) {
-    TRACE_ERROR(trace, "pThresholdInfo (%p) is NULL.", static_cast<void*>(pThresholdInfo));
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
+    return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "pThresholdInfo");
   }
   std::unique_ptr<YraRequest> pRequest(new (std::nothrow) YraRequest);
   if (pRequest == nullptr) return trace.Ret(YRAFT_STATUS_NO_MEMORY);

@@ -64,16 +64,6 @@ bool YraIsDeclined(int response) {
   return response == GTK_RESPONSE_CANCEL || response == GTK_RESPONSE_DELETE_EVENT;
 }
 
-namespace {
-
-bool HasStore(WinTrace trace, YraWinUI* pWinUI) {
-  if (pWinUI->YraRWGet() != nullptr) return true;
-  TRACE_ERROR(trace, "callback YraRWGet get RW is null.");
-  return false;
-}
-
-}  // namespace
-
 // ---- One call, one chooser ---------------------------------------------------------------------
 
 unsigned int YraCallChooser(WinTrace trace, YraWinUI* pWinUI, int argc, char** argv,
@@ -92,7 +82,7 @@ void YraRunChooserOnce(WinTrace trace, void* data, GtkWidget* (*build)(WinTrace,
   auto* pWinUI = static_cast<YraWinUI*>(data);
   if (pWinUI == nullptr) {
     TRACE_ERROR(trace, "data (%p) is NULL.", data);
-  } else if (HasStore(trace, pWinUI)) {
+  } else if (trace.Got("YraRWGet get RW", pWinUI->YraRWGet())) {
     GtkWidget* pDialog = build(trace, pWinUI);
     if (pDialog == nullptr) {
       pWinUI->YraSetChooseOptStatusCode(YRAFT_OPT_STATUS_FAILED);
@@ -142,7 +132,7 @@ void YraChooser::ServeData(WinTrace trace, void* data,
 }
 
 bool YraChooser::Open(GtkWidget* pDialog, const YraRequest&) {
-  if (!HasStore(Trace(), WinUI())) return false;
+  if (!Trace().Got("YraRWGet get RW", WinUI()->YraRWGet())) return false;
   ReadRecord();
   BringToStart(pDialog);
   gtk_window_set_position(GTK_WINDOW(pDialog), GTK_WIN_POS_CENTER_ALWAYS);

@@ -187,8 +187,7 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate(int argc, char** argv, const ch
     return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
   }
   if (m_pErrorMessage != nullptr) {
-    TRACE_ERROR(trace, "Error message dialog already created.");
-    return trace.Ret(kAlreadyCreated);
+    return trace.Refuse(kAlreadyCreated, "Error message dialog already created.");
   }
   if (!YraInitGtk(trace, argc, argv)) return trace.Ret(YRAFT_OPT_STATUS_FAILED);
   auto* pTexts = new (std::nothrow) CallerTexts{pTitle, pPromptInfoFir, pPromptInfoSec};
@@ -225,8 +224,7 @@ gboolean YraErrorMessageDelEventCallback(GtkWidget* widget, GdkEvent* event, voi
 unsigned int YraWinUI::YraErrorMessageDiagCreate() {
   const WinTrace trace;
   if (m_pErrorMessage != nullptr) {
-    TRACE_ERROR(trace, "Error message dialog already created.");
-    return trace.Ret(kAlreadyCreated);
+    return trace.Refuse(kAlreadyCreated, "Error message dialog already created.");
   }
   const BoxTexts placeholder{.title = "Error", .first = "prompt", .second = "information"};
   TraceTexts(trace, KVO_LOG_VERBOSE, placeholder);
@@ -259,21 +257,15 @@ namespace {
 
 void TraceResponse(WinTrace trace, int response) {
   TRACE_INFO(trace, "result=%d.", response);
-  switch (response) {
-    case GTK_RESPONSE_ACCEPT:
-      TRACE_INFO(trace, "GTK_RESPONSE_ACCEPT");
-      break;
-    case GTK_RESPONSE_CANCEL:
-      TRACE_INFO(trace, "GTK_RESPONSE_CANCEL");
-      break;
-    case GTK_RESPONSE_DELETE_EVENT:
-      TRACE_INFO(trace, "GTK_RESPONSE_DELETE_EVENT");
-      break;
-    case GTK_RESPONSE_CLOSE:
-      TRACE_INFO(trace, "GTK_RESPONSE_CLOSE");
-      break;
-    default:
-      TRACE_INFO(trace, "gtk_dialog_run is not GTK_RESPONSE_ACCEPT. (%d)", response);
+  const char* pName = response == GTK_RESPONSE_ACCEPT         ? "GTK_RESPONSE_ACCEPT"
+                      : response == GTK_RESPONSE_CANCEL       ? "GTK_RESPONSE_CANCEL"
+                      : response == GTK_RESPONSE_DELETE_EVENT ? "GTK_RESPONSE_DELETE_EVENT"
+                      : response == GTK_RESPONSE_CLOSE        ? "GTK_RESPONSE_CLOSE"
+                                                              : nullptr;
+  if (pName != nullptr) {
+    TRACE_INFO(trace, "%s", pName);
+  } else {
+    TRACE_INFO(trace, "gtk_dialog_run is not GTK_RESPONSE_ACCEPT. (%d)", response);
   }
 }
 
@@ -328,8 +320,7 @@ std::unique_ptr<YraDialog> YraMakeErrorMessage(YraWinUI* pWinUI) {
 unsigned int YraWinUI::YraErrorMessageDiagCreate(YRAFT_ERROR_MESSAGE_INFO* pErrorMessageInfo) {
   const WinTrace trace;
   if (pErrorMessageInfo == nullptr) {
-    TRACE_ERROR(trace, "pErrorMessageInfo (%p) is NULL.", static_cast<void*>(pErrorMessageInfo));
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
+    return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "pErrorMessageInfo");
   }
   decltype(YraRequest::pMessage) pMessage(pErrorMessageInfo);
   if (!LengthsFit(trace, *pMessage)) return trace.Ret(YRAFT_STATUS_INVALID_PARAM);

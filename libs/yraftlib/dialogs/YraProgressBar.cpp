@@ -102,8 +102,7 @@ void FillWindow(YraWinUI* pWinUI, GtkWidget* pWindow, GtkWidget* pLabel, double 
 unsigned int YraWinUI::YraProgressBarDiagCreate() {
   const WinTrace trace;
   if (m_pProgressBar != nullptr) {
-    TRACE_ERROR(trace, "Progress Bar already created.");
-    return trace.Ret(YRAFT_STATUS_BAD_STATE);
+    return trace.Refuse(YRAFT_STATUS_BAD_STATE, "Progress Bar already created.");
   }
   ClearFlags(this);
   GtkWidget* pWindow = YraBuildProgressWindow(YraProgressTitle(trace, 0));
@@ -143,8 +142,7 @@ unsigned int YraWinUI::YraProgressBarDiagDestory() {
 unsigned int YraWinUI::YraProgressBarDiagCreate(YRAFT_PROGRESS_BAR_INFO* pProgressBarInfo) {
   const WinTrace trace;
   if (pProgressBarInfo == nullptr) {
-    TRACE_ERROR(trace, "pProgressBarInfo (%p) is NULL.", static_cast<void*>(pProgressBarInfo));
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
+    return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "pProgressBarInfo");
   }
   YraSetProgressBarInfo(pProgressBarInfo);
   ClearFlags(this);
@@ -167,8 +165,7 @@ void TraceFigures(WinTrace trace, const char* whose, const YRAFT_PROGRESS_BAR_IN
 unsigned int YraWinUI::YraProgressBarDiagRefresh(YRAFT_PROGRESS_BAR_INFO* pProgressBarInfo) {
   const WinTrace trace;
   if (pProgressBarInfo == nullptr) {
-    TRACE_ERROR(trace, "pProgressBarInfo (%p) is null.", static_cast<void*>(pProgressBarInfo));
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
+    return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "pProgressBarInfo", "null");
   }
   const YRAFT_PROGRESS_BAR_INFO before = m_pInside->RefreshProgress(*pProgressBarInfo);
   TraceFigures(trace, "Local", before);
@@ -197,16 +194,10 @@ unsigned int TakeWindow(WinTrace trace, YraWinUI* pWinUI) {
       return YRAFT_OPT_STATUS_FAILED;
     }
   }
-  if (pWinUI->YraGetProgressBarLabel() == nullptr) {
-    TRACE_ERROR(trace, "callback YraGetProgressBarLabel get dialog is null.");
-    return YRAFT_OPT_STATUS_FAILED;
-  }
-  if (pWinUI->YraGetProgressBarPauseButton() == nullptr) {
-    TRACE_ERROR(trace, "callback YraGetProgressBarPauseButton get pause button is null.");
-    return YRAFT_OPT_STATUS_FAILED;
-  }
-  if (pWinUI->YraRWGet() == nullptr) {
-    TRACE_ERROR(trace, "callback YraRWGet get RW is null.");
+  if (!trace.Got("YraGetProgressBarLabel get dialog", pWinUI->YraGetProgressBarLabel()) ||
+      !trace.Got("YraGetProgressBarPauseButton get pause button",
+                 pWinUI->YraGetProgressBarPauseButton()) ||
+      !trace.Got("YraRWGet get RW", pWinUI->YraRWGet())) {
     return YRAFT_OPT_STATUS_FAILED;
   }
   return YRAFT_OPT_STATUS_SUCCESS;
@@ -217,12 +208,7 @@ unsigned int ShowForFile(WinTrace trace, YraWinUI* pWinUI) {
   if (status != YRAFT_OPT_STATUS_SUCCESS) return status;
   ClearFlags(pWinUI);
   const YRAFT_PROGRESS_BAR_INFO info = YraWinUI::Inside::Of(pWinUI).Progress();
-  TRACE_VERBOSE(trace,
-                "ProgressBarInfo: evtType=%u, fileTransferOperation=%s, fileContext=%u, "
-                "filesNum=%u, fileOffset=%u, fileSize=%u, name[%.520s], pProgressBarWin=0x%x.",
-                info.evtType, TraceOperation(info.fileTransferOperation), info.fileContext,
-                info.filesNum, info.fileOffset, info.fileSize, info.name,
-                static_cast<unsigned int>(info.pProgressBarWin));
+  YraWinUI::Inside::TraceProgress(trace, info);
   GtkWidget* pWindow = pWinUI->YraGetChildWinDiag();
   gtk_window_set_position(GTK_WINDOW(pWindow), GTK_WIN_POS_CENTER_ALWAYS);
   const YraProgress progress = YraProgressOf(trace, info);
@@ -318,12 +304,10 @@ unsigned int YraWinUI::YraProgressBarDiagCreate(int argc, char** argv,
   const WinTrace trace;
   ClearFlags(this);
   if (pInfo == nullptr) {
-    TRACE_ERROR(trace, "pProgressBarInfo is null.");
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
+    return trace.Refuse(YRAFT_STATUS_INVALID_PARAM, "pProgressBarInfo is null.");
   }
   if (m_pProgressBar != nullptr) {
-    TRACE_ERROR(trace, "Progress Bar already created.");
-    return trace.Ret(YRAFT_STATUS_BAD_STATE);
+    return trace.Refuse(YRAFT_STATUS_BAD_STATE, "Progress Bar already created.");
   }
   TRACE_VERBOSE(trace, "filesNum = %d", pInfo->filesNum);
   m_progressBarInfo = *pInfo;

@@ -43,22 +43,9 @@ const char* FormatFor(WinTrace trace, int number, const char* kinds, const char*
   return builtIn;
 }
 
-}  // namespace
-
 // The one place where a catalog's text is a format; it was held against its arguments.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-
-std::string YraProgressTitle(WinTrace trace, int percent) {
-  static std::atomic<bool> told{false};
-  const char* pFormat =
-      FormatFor(trace, YRAFT_ENG_PROGRESSBAR_TITLE, "d", "File transfer: %d%%", told);
-  char title[kTitleSize];
-  snprintf(title, sizeof(title), pFormat, percent);
-  return YraCutText(YraValidText(title), kTitleSize - 1);
-}
-
-namespace {
 
 std::string LabelText(WinTrace trace, const std::string& word, int number, int count,
                       const std::string& name) {
@@ -84,6 +71,15 @@ std::string FileName(const YRAFT_PROGRESS_BAR_INFO& info) {
 }
 
 }  // namespace
+
+std::string YraProgressTitle(WinTrace trace, int percent) {
+  static std::atomic<bool> told{false};
+  const char* pFormat =
+      FormatFor(trace, YRAFT_ENG_PROGRESSBAR_TITLE, "d", "File transfer: %d%%", told);
+  char title[kTitleSize];
+  snprintf(title, sizeof(title), pFormat, percent);
+  return YraCutText(YraValidText(title), kTitleSize - 1);
+}
 
 #pragma GCC diagnostic pop
 

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "YraTrace.h"
-// After the trace vocabulary.
 #include "yraft.h"
 
 struct YraProgress {

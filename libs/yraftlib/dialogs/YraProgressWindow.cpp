@@ -20,8 +20,9 @@ constexpr int kHeight = 120;
 
 void YraShowTitle(GtkWidget* pWindow, const std::string& title) {
   const char* pShown = gtk_window_get_title(GTK_WINDOW(pWindow));
-  if (pShown == nullptr || title != pShown)
+  if (pShown == nullptr || title != pShown) {
     gtk_window_set_title(GTK_WINDOW(pWindow), title.c_str());
+  }
 }
 
 void YraShowLabel(GtkWidget* pLabel, const std::string& text) {

@@ -25,12 +25,6 @@ const ContainerRow* Named(Trace trace, int queueType) {
   return row;
 }
 
-template <class Trace>
-unsigned int NullArgument(Trace trace, const char* name) {
-  TRACE_ERROR(trace, "%s (%p) is null.", name, static_cast<void*>(nullptr));
-  return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
-}
-
 }  // namespace
 
 YraRW::YraRW() { RwTrace().Out(); }
@@ -130,7 +124,7 @@ unsigned int YraRW::YraRW_QueuePush(int queueType, int key, unsigned char* pBuff
 
 unsigned int YraRW::YraRW_QueueSize(int queueType, int* pSize) {
   const RwTrace trace;
-  if (pSize == nullptr) return NullArgument(trace, "pSize");
+  if (pSize == nullptr) return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "pSize", "null");
   if (Named(trace, queueType) == nullptr) return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
   *pSize = YraContainers::With(*this, queueType, [](auto& container, unsigned int&, auto&) {
     return static_cast<int>(container.size());
@@ -151,7 +145,9 @@ bool YraRW::YraRW_QueueIsEmpty(int queueType) {
 
 unsigned int YraRW::YraRW_QueueContextSize(int queueType, unsigned int* pContextSize) {
   const RwTrace trace;
-  if (pContextSize == nullptr) return NullArgument(trace, "pContextSize");
+  if (pContextSize == nullptr) {
+    return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "pContextSize", "null");
+  }
   if (Named(trace, queueType) == nullptr) return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
   *pContextSize = YraContainers::With(*this, queueType,
                                       [](auto&, unsigned int& context, auto&) { return context; });
@@ -297,7 +293,9 @@ unsigned int Reach(Trace trace, YraRW& rw, int queueType, int key, Access access
 
 unsigned int YraRW::YraRW_QueueFront(int queueType, int key, unsigned char** ppBuffer) {
   return Traced<kLayerRw>([=, this](auto trace) {
-    if (ppBuffer == nullptr) return NullArgument(trace, "ppBuffer");
+    if (ppBuffer == nullptr) {
+      return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "ppBuffer", "null");
+    }
     *ppBuffer = nullptr;
     return Reach(trace, *this, queueType, key, Access::kLook, ppBuffer);
   });
@@ -305,7 +303,9 @@ unsigned int YraRW::YraRW_QueueFront(int queueType, int key, unsigned char** ppB
 
 unsigned int YraRW::YraRW_QueuePopFront(int queueType, int key, unsigned char** ppBuffer) {
   return Traced<kLayerRw>([=, this](auto trace) {
-    if (ppBuffer == nullptr) return NullArgument(trace, "ppBuffer");
+    if (ppBuffer == nullptr) {
+      return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "ppBuffer", "null");
+    }
     return Reach(trace, *this, queueType, key, Access::kTake, ppBuffer);
   });
 }

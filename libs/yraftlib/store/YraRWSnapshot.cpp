@@ -87,8 +87,9 @@ class Packer {
     if (pItem == nullptr) {
       TRACE_ERROR(m_trace, "callback Yraft_TlvItemAllocate failed.");
       // A record that says it is empty is skipped; any other is an item lost.
-      if (len != 0)
+      if (len != 0) {
         Fail(len > YRAFT_PAYLOAD_MAX ? YRAFT_STATUS_BUFFER_TOO_SMALL : YRAFT_STATUS_NO_MEMORY);
+      }
       return false;
     }
     const unsigned int ret =
@@ -256,16 +257,12 @@ struct TakeSnapshot {
 
 unsigned int Snapshot(RwTrace trace, YraRW& rw, int queueType, Take take,
                       unsigned char** ppBuffer) {
-  if (ppBuffer == nullptr) {
-    TRACE_ERROR(trace, "ppBuffer (%p) is null.", static_cast<void*>(ppBuffer));
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
-  }
+  if (ppBuffer == nullptr) return trace.RefuseNull(YRAFT_STATUS_INVALID_PARAM, "ppBuffer", "null");
   const ContainerRow* row = FindRow(queueType);
   TRACE_VERBOSE(trace, "queue type: %d (%s)", queueType, row != nullptr ? row->name : "Unknown");
   unsigned int contextSize = 0;
   if (rw.YraRW_QueueContextSize(queueType, &contextSize) != YRAFT_STATUS_SUCCESS) {
-    TRACE_ERROR(trace, "callback YraRW_QueueContextSize failed.");
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
+    return trace.Refuse(YRAFT_STATUS_INVALID_PARAM, "callback YraRW_QueueContextSize failed.");
   }
   return trace.Ret(
       YraContainers::With(rw, queueType, TakeSnapshot{trace, contextSize, take, ppBuffer}));

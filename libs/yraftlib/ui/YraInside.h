@@ -36,6 +36,7 @@ struct YraWinUI::Inside {
     const Guard guard(*this);
     return m_pWinUI->m_progressBarInfo;
   }
+  static void TraceProgress(WinTrace trace, const YRAFT_PROGRESS_BAR_INFO& info);
   YRAFT_FILEINFO_ITEM FileItem() {
     const Guard guard(*this);
     YRAFT_FILEINFO_ITEM item;

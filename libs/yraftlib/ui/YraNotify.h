@@ -2,7 +2,6 @@
 #pragma once
 
 #include "YraTrace.h"
-// After the trace vocabulary.
 #include "yrafiletransfer.h"
 
 // Tells the host what became of a choice, with sub-code 15. The block goes to the host; it is freed

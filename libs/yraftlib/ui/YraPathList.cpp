@@ -3,7 +3,6 @@
 #include <utility>
 
 #include "YraTrace.h"
-// After the trace vocabulary.
 #include "YraWinUI.h"
 
 namespace {

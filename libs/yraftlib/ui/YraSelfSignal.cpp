@@ -105,18 +105,10 @@ int YraChooseDirectorySelfSignalCallback(void* pSignalObj, unsigned int evtType,
   return static_cast<int>(trace.Ret(YRAFT_STATUS_SUCCESS));
 }
 
-// "ProgressBar Create" and its like.
 const char* ProgressEventName(unsigned int evtType) {
-  switch (evtType) {
-    case YRAFT_PROGRESS_CREATE:
-      return "ProgressBar Create";
-    case YRAFT_PROGRESS_REFRESH:
-      return "ProgressBar Refresh";
-    case YRAFT_PROGRESS_CLOSE:
-      return "ProgressBar Close";
-    default:
-      return "Unknown";
-  }
+  constexpr const char* kNames[] = {"Unknown", "ProgressBar Create", "ProgressBar Refresh",
+                                    "ProgressBar Close"};
+  return kNames[evtType <= YRAFT_PROGRESS_CLOSE ? evtType : 0];
 }
 
 int YraProgressBarSelfSignalCloseIdleFunc(void* data) {
@@ -174,8 +166,8 @@ int YraErrorMessageSelfSignalCallback(void* pSignalObj, unsigned int evtType, un
 }
 
 int YraThreadDestorySelfSignalIdleFunc(void* data) {
-  const WinTrace trace = WinTrace::Of("YraThreadDestorySelfSignalIdleFunc");
-  TRACE_INFO(trace, "Will callback gtk_main_quit...(0x%x)", TraceAddress(data));
+  TRACE_INFO(KvoTracer<KVO_CLASS_YRAFT_WIN>(), "Will callback gtk_main_quit...(0x%x)",
+             TraceAddress(data));
   const GdkLock lock;
   YraWinUI::Inside::Of(static_cast<YraWinUI*>(data)).Quit();
   return FALSE;
@@ -238,8 +230,6 @@ bool YraSelfSignals::Register() {
   m_registered = true;
   for (int i = YRAFT_UI_SIGNAL_SELECT_FLIES; i < YRAFT_UI_SIGNAL_MAX; ++i) {
     m_signals[i].pSignalObj = G_OBJECT(g_object_new(G_TYPE_OBJECT, nullptr));
-  }
-  for (int i = YRAFT_UI_SIGNAL_SELECT_FLIES; i < YRAFT_UI_SIGNAL_MAX; ++i) {
     m_signals[i].signalId = IdOf(kDescriptions[i].name);
   }
   return true;

@@ -28,48 +28,40 @@ unsigned int YraWinUI::YraSetWinUIWidget(GtkWidget* pWidget) {
   return SetWidget(WinTrace(), "m_pWin", m_pWin, pWidget);
 }
 GtkWidget* YraWinUI::YraGetWinUIWidget() { return GetWidget(WinTrace(), m_pWin); }
-
 unsigned int YraWinUI::YraSetChildWinDiag(GtkWidget* pWidget) {
   return SetWidget(WinTrace(), "m_pChildWin", m_pChildWin, pWidget);
 }
 GtkWidget* YraWinUI::YraGetChildWinDiag() { return GetWidget(WinTrace(), m_pChildWin); }
-
 unsigned int YraWinUI::YraSetChooseFilesDiag(GtkWidget* pWidget) {
   return SetWidget(WinTrace(), "m_pChooseFilesDiag", m_pChooseFilesDiag, pWidget);
 }
 GtkWidget* YraWinUI::YraGetChooseFilesDiag() { return GetWidget(WinTrace(), m_pChooseFilesDiag); }
-
 unsigned int YraWinUI::YraSetChooseDirectoryDiag(GtkWidget* pWidget) {
   return SetWidget(WinTrace(), "m_pChooseDirectoryTree", m_pChooseDirectoryTree, pWidget);
 }
 GtkWidget* YraWinUI::YraGetChooseDirectoryDiag() {
   return GetWidget(WinTrace(), m_pChooseDirectoryTree);
 }
-
 unsigned int YraWinUI::YraSetErrorMessageDiag(GtkWidget* pWidget) {
   return SetWidget(WinTrace(), "m_pErrorMessage", m_pErrorMessage, pWidget);
 }
 GtkWidget* YraWinUI::YraGetErrorMessageDiag() { return GetWidget(WinTrace(), m_pErrorMessage); }
-
 unsigned int YraWinUI::YraSetProgressBarDiag(GtkWidget* pWidget) {
   return SetWidget(WinTrace(), "m_pProgressBar", m_pProgressBar, pWidget);
 }
 GtkWidget* YraWinUI::YraGetProgressBarDiag() { return GetWidget(WinTrace(), m_pProgressBar); }
-
 unsigned int YraWinUI::YraSetProgressBarPauseButton(GtkWidget* pWidget) {
   return SetWidget(WinTrace(), "m_pProgressBarPauseButton", m_pProgressBarPauseButton, pWidget);
 }
 GtkWidget* YraWinUI::YraGetProgressBarPauseButton() {
   return GetWidget(WinTrace(), m_pProgressBarPauseButton);
 }
-
 unsigned int YraWinUI::YraSetProgressBarCancelButton(GtkWidget* pWidget) {
   return SetWidget(WinTrace(), "m_pProgressBarCancelButton", m_pProgressBarCancelButton, pWidget);
 }
 GtkWidget* YraWinUI::YraGetProgressBarCancelButton() {
   return GetWidget(WinTrace(), m_pProgressBarCancelButton);
 }
-
 unsigned int YraWinUI::YraSetProgressBarLabel(GtkWidget* pWidget) {
   return SetWidget(WinTrace(), "m_pProgressBarLabel", m_pProgressBarLabel, pWidget);
 }
@@ -131,22 +123,25 @@ int YraWinUI::YraOperationTypeGet() {
 
 // ---- Records -----------------------------------------------------------------------------------
 
+void YraWinUI::Inside::TraceProgress(WinTrace trace, const YRAFT_PROGRESS_BAR_INFO& info) {
+  TRACE_VERBOSE(trace,
+                "ProgressBarInfo: evtType=%u, fileTransferOperation=%s, fileContext=%u, "
+                "filesNum=%u, fileOffset=%u, fileSize=%u, name[%.520s], pProgressBarWin=0x%x.",
+                info.evtType, TraceOperation(info.fileTransferOperation), info.fileContext,
+                info.filesNum, info.fileOffset, info.fileSize, info.name,
+                static_cast<unsigned int>(info.pProgressBarWin));
+}
+
 unsigned int YraWinUI::YraSetProgressBarInfo(YRAFT_PROGRESS_BAR_INFO* pInfo) {
   const WinTrace trace;
   if (pInfo == nullptr) {
-    TRACE_ERROR(trace, "pProgressBarInfo is null.");
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
+    return trace.Refuse(YRAFT_STATUS_INVALID_PARAM, "pProgressBarInfo is null.");
   }
   {
     const Inside::Guard guard(*m_pInside);
     m_progressBarInfo = *pInfo;
   }
-  TRACE_VERBOSE(trace,
-                "ProgressBarInfo: evtType=%u, fileTransferOperation=%s, fileContext=%u, "
-                "filesNum=%u, fileOffset=%u, fileSize=%u, name[%.520s], pProgressBarWin=0x%x.",
-                pInfo->evtType, TraceOperation(pInfo->fileTransferOperation), pInfo->fileContext,
-                pInfo->filesNum, pInfo->fileOffset, pInfo->fileSize, pInfo->name,
-                static_cast<unsigned int>(pInfo->pProgressBarWin));
+  Inside::TraceProgress(trace, *pInfo);
   return trace.Ret(YRAFT_STATUS_SUCCESS);
 }
 
@@ -174,10 +169,7 @@ YRAFT_PROGRESS_BAR_INFO YraWinUI::Inside::RefreshProgress(const YRAFT_PROGRESS_B
 
 unsigned int YraWinUI::YraSetThresholdInfo(YRAFT_THRESHOLD_INFO* pInfo) {
   const WinTrace trace;
-  if (pInfo == nullptr) {
-    TRACE_ERROR(trace, "pThresholdInfo is null.");
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
-  }
+  if (pInfo == nullptr) return trace.Refuse(YRAFT_STATUS_INVALID_PARAM, "pThresholdInfo is null.");
   {
     const Inside::Guard guard(*m_pInside);
     m_thresholdInfo = *pInfo;
@@ -197,10 +189,7 @@ YRAFT_THRESHOLD_INFO* YraWinUI::YraGetThresholdInfo() {
 
 unsigned int YraWinUI::YraSetFileItemInfo(YRAFT_FILEINFO_ITEM* pInfo) {
   const WinTrace trace;
-  if (pInfo == nullptr) {
-    TRACE_ERROR(trace, "pFileItemInfo is null.");
-    return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
-  }
+  if (pInfo == nullptr) return trace.Refuse(YRAFT_STATUS_INVALID_PARAM, "pFileItemInfo is null.");
   {
     const Inside::Guard guard(*m_pInside);
     std::memcpy(m_fileItemInfo, pInfo, sizeof(m_fileItemInfo));
@@ -280,10 +269,7 @@ unsigned int YraWinUI::YraGetChooseFilesNum(int* pSize) {
     return trace.Ret(YRAFT_STATUS_INVALID_PARAM);
   }
   *pSize = 0;
-  if (m_pRW == nullptr) {
-    TRACE_ERROR(trace, "pRw (%p) is NULL.", static_cast<void*>(m_pRW));
-    return trace.Ret(YRAFT_STATUS_BAD_STATE);
-  }
+  if (m_pRW == nullptr) return trace.RefuseNull(YRAFT_STATUS_BAD_STATE, "pRw");
   const unsigned int ret =
       trace.Called("YraRW_QueueSize", m_pRW->YraRW_QueueSize(YRAFT_QUEUE_FILEINFO, pSize));
   if (ret == YRAFT_STATUS_SUCCESS) TRACE_VERBOSE(trace, "Get queue size success.(%d)", *pSize);
