@@ -178,7 +178,7 @@ TEST_F(Call, KeepsTheProgressWindowUntilItIsClosed) {
     EXPECT_EQ(note->value, 0U);
     ASSERT_NE(note->pData, nullptr);
     auto* object = static_cast<YraWinUI*>(note->pData);
-    ASSERT_TRUE(WaitFocus(TitleAt(25)));
+    ASSERT_NE(user.WaitWindow(TitleAt(25)), None);
     EXPECT_EQ(LabelText(TitleAt(25)), Text("YRAFT_ENG_TRANSFER_DOWNLOAD") + "3 of 5\nname.txt");
     Click(Text("YRAFT_ENG_BUTTON_PAUSE"));
     ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 2);

@@ -33,6 +33,7 @@ class Language : public UI, public testing::WithParamInterface<const char*> {
 
   // The window with this title is up, looks right, and has its picture taken.
   void Look(const std::string& title, const char* name) {
+    user.Activate(user.WaitWindow(title));
     ASSERT_TRUE(WaitFocus(title)) << title;
     EXPECT_EQ(CutLabels(title), "");
     EXPECT_TRUE(user.WaitCentred(user.WaitWindow(title))) << title;

@@ -41,6 +41,7 @@ TEST_F(Order, KeepsEveryOpenWindowUsable) {
   Host host;
   OpenAll(host);
   host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2);
+  user.Activate(user.WaitWindow(TitleAt(50)));
   ASSERT_TRUE(WaitFocus(TitleAt(50)));
   Click(pause);
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 0);
@@ -66,7 +67,7 @@ TEST_F(Order, EndsAtOnceWhateverIsOpen) {
     Host host;
     OpenAll(host);
     host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2);
-    ASSERT_TRUE(WaitFocus(TitleAt(50)));
+    ASSERT_NE(user.WaitWindow(TitleAt(50)), None);
     EXPECT_TRUE(host.End());
     ExpectDeclined();
     ExpectDeclined(5);
@@ -133,7 +134,7 @@ TEST_F(Order, HearsTheUserThroughTenThousandEvents) {
     transfer(4000);
   });
   ASSERT_TRUE(WaitLabel("%", "long"));
-  ASSERT_TRUE(WaitFocus("%"));
+  ASSERT_NE(user.WaitWindow("%"), None);
   Click(Text("YRAFT_ENG_BUTTON_PAUSE"));
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 7);
   Click(Text("YRAFT_ENG_BUTTON_CANCEL"));

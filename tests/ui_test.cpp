@@ -159,7 +159,7 @@ TEST_F(UI, RefusesWhatIsNoRequest) {
 TEST_F(UI, ShowsWhichFileIsUnderWayAndHowFarItHasCome) {
   Host host;
   host.Progress(YRAFT_PROGRESS_CREATE, "dir/sub/name.txt", 10, 100, 0, 3);
-  ASSERT_TRUE(WaitFocus(TitleAt(10)));
+  ASSERT_NE(user.WaitWindow(TitleAt(10)), None);
   const std::string word = Text("YRAFT_ENG_TRANSFER_DOWNLOAD");
   std::string label = LabelText(TitleAt(10));
   EXPECT_EQ(label.rfind(word, 0), 0U) << label;
@@ -181,7 +181,7 @@ TEST_F(UI, ShowsWhichFileIsUnderWayAndHowFarItHasCome) {
   // A refresh does not show the window again, a create does.
   host.Progress(YRAFT_PROGRESS_REFRESH, "x", 20, 100);
   host.Progress(YRAFT_PROGRESS_CREATE, "empty", 0, 0, 1, 3);
-  ASSERT_TRUE(WaitFocus(TitleAt(100)));
+  ASSERT_NE(user.WaitWindow(TitleAt(100)), None);
   host.Progress(YRAFT_PROGRESS_CREATE, std::string(518, '\xFF'), 4294967295U, 1, 2, 3);
   ASSERT_NE(user.WaitWindow("2147483647%"), None);
   host.Progress(YRAFT_PROGRESS_CLOSE, "x", 0, 0);
@@ -197,7 +197,7 @@ TEST_F(UI, KeepsTheWindowSmallWhateverTheNameAndTheFont) {
          {std::string(255, 'W'), std::string(200, '\xFF'), std::string(200, '\n'),
           std::string("\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E.txt"), std::string("a.txt")}) {
       host.Progress(YRAFT_PROGRESS_CREATE, name, 1, 2);
-      ASSERT_TRUE(WaitFocus(TitleAt(50)));
+      ASSERT_NE(user.WaitWindow(TitleAt(50)), None);
       if (name[0] != '\n') {
         EXPECT_EQ(CutLabels(TitleAt(50)), "");
       }
@@ -226,7 +226,7 @@ TEST_F(UI, ReportsPauseResumeAndCancel) {
   const std::string cancel = Text("YRAFT_ENG_BUTTON_CANCEL");
   Host host;
   host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2, 7, 9);
-  ASSERT_TRUE(WaitFocus(TitleAt(50)));
+  ASSERT_NE(user.WaitWindow(TitleAt(50)), None);
   notes.SetAnswer(3);  // a host that refuses changes nothing
   Click(pause);
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 7);
@@ -241,17 +241,22 @@ TEST_F(UI, ReportsPauseResumeAndCancel) {
   Click(cancel);
   ExpectNote(10, 7, YRAFT_OPT_STATUS_CANCELLED, 8);
   EXPECT_TRUE(user.WaitNoWindow("%"));
+  // What the user types goes elsewhere, and presses nothing until the user goes to a button.
   host.Progress(YRAFT_PROGRESS_CREATE, "c", 1, 2, 9, 10);
+  const Window window = user.WaitWindow(TitleAt(50));
+  EXPECT_FALSE(HasFocus(TitleAt(50)));
+  user.Activate(window);
   ASSERT_TRUE(WaitFocus(TitleAt(50)));
-  Click(pause);
+  for (const char* key : {"space", "Return", "Escape", "Tab", "space"}) user.Key(key);
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 9);
+  EXPECT_EQ(notes.Pending(), 0U);
 }
 
 TEST_F(UI, ShowsAFreshWindowAfterTheOldOneWasDestroyed) {
   Host host;
   for (int i = 0; i < 3; ++i) {
     host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2);
-    ASSERT_TRUE(WaitFocus(TitleAt(50)));
+    ASSERT_NE(user.WaitWindow(TitleAt(50)), None);
     user.Close(user.WaitWindow(TitleAt(50)));
     EXPECT_TRUE(user.WaitNoWindow("%"));
     host.Progress(YRAFT_PROGRESS_REFRESH, "a", 1, 2);

@@ -250,13 +250,25 @@ Spot ButtonSpot(const std::string& label) {
   return found ? spot : Spot{-1, -1};
 }
 
+namespace {
+
+bool FindFocus(const std::string& titlePart) {
+  return !FindAll(titlePart, [](GtkWidget* widget) {
+            return GTK_IS_WINDOW(widget) && gtk_widget_get_mapped(widget) &&
+                   gtk_window_has_toplevel_focus(GTK_WINDOW(widget));
+          }).empty();
+}
+
+}  // namespace
+
 bool WaitFocus(const std::string& titlePart) {
-  return WaitInUI([&] {
-    return !FindAll(titlePart, [](GtkWidget* widget) {
-              return GTK_IS_WINDOW(widget) && gtk_widget_get_mapped(widget) &&
-                     gtk_window_has_toplevel_focus(GTK_WINDOW(widget));
-            }).empty();
-  });
+  return WaitInUI([&] { return FindFocus(titlePart); });
+}
+
+bool HasFocus(const std::string& titlePart) {
+  bool has = false;
+  InUI([&] { has = FindFocus(titlePart); });
+  return has;
 }
 
 std::string LabelText(const std::string& titlePart, int nth) {

@@ -223,8 +223,7 @@ unsigned int ShowForFile(WinTrace trace, YraWinUI* pWinUI) {
                        YraText(YRAFT_ENG_BUTTON_PAUSE).c_str());
   TRACE_VERBOSE(trace, "will show dialog...");
   YraFitToTexts(pWindow);
-  // The next file of a batch must not take the focus from where the user types.
-  if (!gtk_widget_get_visible(pWindow)) YraShowInFront(pWindow);
+  if (!gtk_widget_get_visible(pWindow)) YraShowAside(pWindow);
   // Whether this file is complete already is for the refreshes that wait behind to find.
   YraWinUI::Inside::Of(pWinUI).progressIsNews = true;
   return YRAFT_OPT_STATUS_SUCCESS;
@@ -320,7 +319,7 @@ unsigned int YraWinUI::YraProgressBarDiagCreate(int argc, char** argv,
     FillWindow(this, m_pWin, YraBuildProgressLabel(YraProgressCallLabel(*pInfo)),
                progress.fraction);
     YraFitToTexts(m_pWin);
-    YraShowInFront(m_pWin);
+    YraShowAside(m_pWin);
   }
   TRACE_VERBOSE(trace, "Will notify VC, statusCode=%u.", 0U);
   const unsigned int ret = trace.Called(

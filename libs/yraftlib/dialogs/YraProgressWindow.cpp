@@ -1,6 +1,8 @@
 // The window of the progress dialog and its widgets.
 #include "dialogs/YraProgressWindow.h"
 
+#include <gdk/gdkx.h>
+
 #include <algorithm>
 
 #include "common/libs/kvolocalise/messages.h"
@@ -52,6 +54,16 @@ GtkWidget* YraBuildProgressWindow(const std::string& title) {
   gtk_window_set_modal(pGtkWindow, TRUE);
   YraStandAlone(pWindow);
   return pWindow;
+}
+
+// A time of use before all others: the window manager leaves the focus where the user types. Nor
+// has a button the focus, which the next space would press, until the user goes there.
+void YraShowAside(GtkWidget* pWindow) {
+  gtk_window_set_focus_on_map(GTK_WINDOW(pWindow), FALSE);
+  gtk_widget_realize(pWindow);
+  gdk_x11_window_set_user_time(gtk_widget_get_window(pWindow), 0);
+  gtk_widget_show_all(pWindow);
+  gtk_window_set_focus(GTK_WINDOW(pWindow), nullptr);
 }
 
 // The window is as large as it asked to be where that holds its texts; a script or a font that

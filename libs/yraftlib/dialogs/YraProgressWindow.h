@@ -15,6 +15,8 @@ GtkWidget* YraBuildProgressWindow(const std::string& title);
 GtkWidget* YraBuildProgressLabel(const std::string& text);
 // Puts label, bar and buttons below each other into the window.
 YraProgressWidgets YraFillProgressWindow(GtkWidget* pWindow, GtkWidget* pLabel, double fraction);
+// Shows the window without taking the keyboard from what the user is doing.
+void YraShowAside(GtkWidget* pWindow);
 // Gives the window the size that its texts need now.
 void YraFitToTexts(GtkWidget* pWindow);
 
