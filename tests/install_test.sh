@@ -75,12 +75,14 @@ pass
 cp -r "$source/tests/install" hosts
 cd hosts
 cp host.c host.cpp
+cp "$source/examples/window.cpp" .
 strict=(-Wall -Wextra -Wpedantic -Werror)
 flags=$(pkg-config --cflags --libs yrafiletransfer)
 # shellcheck disable=SC2086 # one flag a word
 {
   gcc -std=c11 "${strict[@]}" host.c $flags -o pkg-config-c
   g++ -std=c++20 "${strict[@]}" host.cpp $flags -o pkg-config-cpp
+  g++ -std=c++17 "${strict[@]}" window.cpp $flags -o pkg-config-window
   # Some linkers drop what nothing names, unless they are told otherwise.
   gcc -std=c11 "${strict[@]}" -Wl,--as-needed host.c $flags -o as-needed-c
 }
@@ -92,6 +94,15 @@ for host in ./{pkg-config,cmake}-{c,cpp} ./as-needed-c; do
   [[ $bound = *"to /lib/$arch/libtcmalloc"* || $bound = *"to /usr/lib/$arch/libtcmalloc"* ]] ||
     fail "$host allocates elsewhere: $bound"
   [ "$(stat -c %s /var/qmz/.kvolog)" = 1076 ] || fail "$host left no logging configuration"
+  pass
+done
+
+# The classes, on a screen of their own and without one.
+for host in ./{pkg-config,cmake}-window; do
+  timeout 60 xvfb-run -a "$host" progress || fail "$host progress ended with $?"
+  status=0
+  env -u DISPLAY "$host" files 2>words || status=$?
+  [ "$status $(cat words)" = "1 The dialog could not be shown." ] || fail "$host files: $status $(cat words)"
   pass
 done
 
