@@ -62,15 +62,33 @@ TEST_F(Order, KeepsEveryOpenWindowUsable) {
 
 // ---- The end -----------------------------------------------------------------------------------
 
-TEST_F(Order, EndsAtOnceWhateverIsOpen) {
-  {
+void DestroyMainWindow() {
+  GList* windows = gtk_window_list_toplevels();
+  GtkWidget* main = nullptr;
+  for (GList* node = windows; node != nullptr; node = node->next) {
+    const char* title = gtk_window_get_title(GTK_WINDOW(node->data));
+    if (g_strcmp0(title, "Main Win") == 0) main = GTK_WIDGET(node->data);
+  }
+  g_list_free(windows);
+  gtk_widget_destroy(main);
+}
+
+TEST_F(Order, EndsAtOnceWhateverIsOpenAndWhateverEndsIt) {
+  const std::function<void()> ways[] = {
+      [] {},  // the host's signal alone
+      gtk_main_quit,
+      DestroyMainWindow,
+  };
+  for (const auto& end : ways) {
     Host host;
     OpenAll(host);
     host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2);
     ASSERT_NE(user.WaitWindow(TitleAt(50)), None);
+    InUI(end);
     EXPECT_TRUE(host.End());
     ExpectDeclined();
     ExpectDeclined(5);
+    EXPECT_EQ(notes.Pending(), 0U);
     for (const std::string& title : {chooser, folderChooser, std::string("Oops"), TitleAt(50)}) {
       EXPECT_TRUE(user.WaitNoWindow(title));
     }

@@ -118,6 +118,12 @@ TEST_F(UI, ServesASecondUIOfTheProcessByTheSameSignals) {
     }
     id = host.table.entries[1].signalId;
     EXPECT_NE(id, 0U);
+    // While it serves, another is refused and takes nothing from it.
+    YraWinUI* refused = nullptr;
+    YRAFT_SELF_SIGNAL unused = {};
+    EXPECT_EQ(YraMainWinUICreate(0, nullptr, &unused, &refused), YRAFT_STATUS_SUCCESS);
+    EXPECT_EQ(unused.entries[1].signalId, 0U);
+    EXPECT_EQ(YraMainWinUIDestory(refused), YRAFT_STATUS_SUCCESS);
     host.RequestFiles();
     ASSERT_TRUE(WaitFocus(chooser));
     user.Key("Escape");
