@@ -113,6 +113,7 @@ TEST_F(UI, ServesASecondUIOfTheProcessByTheSameSignals) {
   uint32_t id = 0;
   for (int round = 0; round < 2; ++round) {
     Host host;
+    InUI([] {});  // the table is complete when the main loop runs
     if (round > 0) {
       EXPECT_EQ(host.table.entries[1].signalId, id);
     }
