@@ -18,10 +18,9 @@ double AtomicCheck() {
 }
 
 double SuppressedTrace() {
-  const WinTrace trace;
-  return bench::Repeat(kCalls, [trace](int i) {
-    TRACE_VERBOSE(trace, "widget=0x%x, data=0x%x.", TraceAddress(&g_flag),
-                  static_cast<unsigned int>(i));
+  return bench::Repeat(kCalls, [](int i) {
+    TRACE_VERBOSE(KvoTracer<KVO_CLASS_YRAFT_WIN>(), "widget=0x%x, data=0x%x.",
+                  TraceAddress(&g_flag), static_cast<unsigned int>(i));
   });
 }
 

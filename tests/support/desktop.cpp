@@ -252,6 +252,7 @@ bool User::WaitCentred(Window window) {
 
 Window User::Face(const std::string& titlePart) {
   const Window window = WaitWindow(titlePart);
+  if (window != None) Activate(window);
   return window != None && WaitActive(window) ? window : None;
 }
 

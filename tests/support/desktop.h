@@ -40,7 +40,7 @@ class User {
   // The whole window is on the screen, and in its middle.
   bool WaitCentred(Window window);
 
-  // Waits for the window and its focus.
+  // Brings the window to the front and waits for its focus.
   Window Face(const std::string& titlePart);
 
   void Type(const std::string& ascii);
