@@ -230,9 +230,9 @@ TEST_P(EndedTransfer, KeepsWholeFilesAndRemovesThePartialOne) {
 }
 
 INSTANTIATE_TEST_SUITE_P(By, EndedTransfer,
-                         testing::Values(Ending{"Tab space", 0}, Ending{nullptr, SIGINT},
-                                         Ending{nullptr, SIGTERM}, Ending{"space", SIGINT},
-                                         Ending{"space Tab space", 0}));
+                         testing::Values(Ending{"Tab Tab space", 0}, Ending{nullptr, SIGINT},
+                                         Ending{nullptr, SIGTERM}, Ending{"Tab space", SIGINT},
+                                         Ending{"Tab space Tab space", 0}));
 
 // The progress lines of a terminal's text: each is taken back by what follows it.
 std::vector<std::string> ProgressLines(const std::string& text) {
@@ -254,7 +254,7 @@ TEST_F(HostTest, APauseHoldsAndTheProgressLineFitsTheTerminal) {
   Program program = Start(SlowDownload("500000"), {.columns = 50});
   ASSERT_TRUE(AcceptAllFiles(m_user, kOpen));
   const Window window = m_user.Face(kProgress);
-  Press("space");
+  Press("Tab space");
   ASSERT_TRUE(WaitUntil([&] { return Contains(program.Output(), "KiB  paused"); }));
   const std::string title = m_user.Title(window);
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
