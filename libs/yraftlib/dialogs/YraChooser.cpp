@@ -22,14 +22,6 @@ GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, const cha
   return pDialog;
 }
 
-gboolean YraTraceDeleteEvent(WinTrace trace, int level, GtkWidget* pWidget, GdkEvent* pEvent,
-                             void* data) {
-  TRACE_AT(trace, level, "widget=0x%x, event=0x%x, udata=0x%x.", TraceAddress(pWidget),
-           TraceAddress(pEvent), TraceAddress(data));
-  trace.Out();
-  return FALSE;
-}
-
 // ---- Chosen paths ------------------------------------------------------------------------------
 
 YraChosen YraQueueChosen(WinTrace trace, GtkWidget* pChooser, YraRW* pRW, const YraItemRule& rule) {

@@ -14,10 +14,6 @@ struct YraChooserLook {
 // Builds a chooser that starts in the home directory; null, traced, where GTK makes none.
 GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, const char* pTitle);
 
-// The lines of a "delete-event" handler. Answers FALSE: the event goes on to the toolkit.
-gboolean YraTraceDeleteEvent(WinTrace trace, int level, GtkWidget* pWidget, GdkEvent* pEvent,
-                             void* data);
-
 // ---- Chosen paths ------------------------------------------------------------------------------
 
 // Says how a chosen path becomes an item.

@@ -3,7 +3,8 @@
 #include <cstring>
 #include <new>
 
-#include "dialogs/YraChooser.h"
+#include "dialogs/YraDialogs.h"
+#include "ui/YraInside.h"
 
 namespace {
 

@@ -2,9 +2,10 @@
 #include <algorithm>
 
 #include "common/libs/kvolocalise/messages.h"
-#include "dialogs/YraChooser.h"
+#include "dialogs/YraDialogs.h"
 #include "dialogs/YraProgressText.h"
 #include "dialogs/YraProgressWindow.h"
+#include "ui/YraInside.h"
 
 namespace {
 

@@ -116,3 +116,11 @@ void YraDialog::CloseBoxes() {
   }
   g_list_free(pWindows);
 }
+
+gboolean YraTraceDeleteEvent(WinTrace trace, int level, GtkWidget* pWidget, GdkEvent* pEvent,
+                             void* data) {
+  TRACE_AT(trace, level, "widget=0x%x, event=0x%x, udata=0x%x.", TraceAddress(pWidget),
+           TraceAddress(pEvent), TraceAddress(data));
+  trace.Out();
+  return FALSE;
+}

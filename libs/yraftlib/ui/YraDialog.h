@@ -83,3 +83,7 @@ class YraDialog {
   YraRequest* m_pLine = nullptr;               // the oldest in front
   std::unique_ptr<YraRequest> m_pCurrent;      // the dialog is open for it
 };
+
+// The lines of a "delete-event" handler. Answers FALSE: the event goes on to the toolkit.
+gboolean YraTraceDeleteEvent(WinTrace trace, int level, GtkWidget* pWidget, GdkEvent* pEvent,
+                             void* data);
