@@ -207,7 +207,7 @@ TEST_F(Order, ServesRequestAfterRequestInTheSameMemory) {
     ExpectChoice({{Desktop::Get().Home(), 1}}, 5);
   };
   const auto serve = [&](int count) {
-    for (int i = 0; i < count && !HasFatalFailure(); i += 3) i < 60 ? byKeys() : byItself();
+    for (int i = 0; i < count && !HasFatalFailure(); i += 3) i < 9 ? byKeys() : byItself();
   };
   serve(300);
   const long before = PrivateMemory();

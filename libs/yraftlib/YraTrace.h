@@ -13,6 +13,8 @@
 #endif
 
 #include <cstdint>
+#include <new>
+#include <type_traits>
 
 #include "common/libs/log/KvoTracer.h"
 
@@ -74,6 +76,22 @@ class LayerTracer : public KvoTracer<kLayer.classId, kLoud> {
       TRACE_ERROR(*this, "callback %s failed.(0x%x)", operation, status);
     }
     return status;
+  }
+  // The status of an operation that may find no memory, or success where it answers none: no
+  // exception enters the frames of the toolkit or the host.
+  template <class Operation>
+  unsigned int Try(const Operation& operation) const {
+    try {
+      if constexpr (std::is_void_v<decltype(operation())>) {
+        operation();
+        return YRAFT_STATUS_SUCCESS;
+      } else {
+        return operation();
+      }
+    } catch (const std::bad_alloc&) {
+      TRACE_ERROR(*this, "memory is used up.");
+      return YRAFT_STATUS_NO_MEMORY;
+    }
   }
   // Whether a getter of the UI object has answered something, reported where it has not.
   bool Got(const char* operation, const void* p) const {

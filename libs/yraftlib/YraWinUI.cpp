@@ -49,6 +49,7 @@ YraWinUI::YraWinUI(int argc, char** argv, void* pInput) : m_pInside(new Inside(t
     TRACE_ERROR(trace, "pInput (%p) is null.", pInput);
     return;
   }
+  if (!YraCanLock(trace)) return;
   {
     const GdkLock lock;
     if (!m_pInside->Start(trace, argc, argv, static_cast<YRAFT_SELF_SIGNAL*>(pInput))) return;
@@ -90,8 +91,9 @@ bool YraWinUI::Inside::Start(WinTrace trace, int argc, char** argv, YRAFT_SELF_S
 }
 
 void YraWinUI::Inside::Quit() {
-  pFiles->CloseBoxes();
-  pDirectory->CloseBoxes();
+  YraCloseBoxes(m_pWinUI->m_pChooseFilesDiag);
+  YraCloseBoxes(m_pWinUI->m_pChooseDirectoryTree);
+  YraOnTop::EndAll();
   gtk_main_quit();
 }
 

@@ -1,6 +1,6 @@
 #include "support/host.h"
 
-#include <gdk/gdk.h>
+#include <gdk/gdkx.h>
 
 #include <atomic>
 #include <cstdlib>
@@ -252,22 +252,36 @@ Spot ButtonSpot(const std::string& label) {
 
 namespace {
 
-bool FindFocus(const std::string& titlePart) {
-  return !FindAll(titlePart, [](GtkWidget* widget) {
-            return GTK_IS_WINDOW(widget) && gtk_widget_get_mapped(widget) &&
-                   gtk_window_has_toplevel_focus(GTK_WINDOW(widget));
-          }).empty();
+std::vector<GtkWidget*> FindFocused(const std::string& titlePart) {
+  return FindAll(titlePart, [](GtkWidget* widget) {
+    return GTK_IS_WINDOW(widget) && gtk_widget_get_mapped(widget) &&
+           gtk_window_has_toplevel_focus(GTK_WINDOW(widget));
+  });
+}
+
+}  // namespace
+
+namespace {
+
+// It drops what the user types in its first half second.
+bool Hears(GtkWidget* window) {
+  const void* shown = g_object_get_data(G_OBJECT(window), "yraft-shown");
+  return shown == nullptr ||
+         gdk_x11_get_server_time(gtk_widget_get_window(window)) - GPOINTER_TO_UINT(shown) >= 500;
 }
 
 }  // namespace
 
 bool WaitFocus(const std::string& titlePart) {
-  return WaitInUI([&] { return FindFocus(titlePart); });
+  return WaitInUI([&] {
+    const auto focused = FindFocused(titlePart);
+    return !focused.empty() && Hears(focused.back());
+  });
 }
 
 bool HasFocus(const std::string& titlePart) {
   bool has = false;
-  InUI([&] { has = FindFocus(titlePart); });
+  InUI([&] { has = !FindFocused(titlePart).empty(); });
   return has;
 }
 

@@ -88,7 +88,8 @@ struct Spot {
 Spot ButtonSpot(const std::string& label);
 // Selects all that the file chooser lists once it lists `count` entries; answers false otherwise.
 bool SelectAllListed(class User& user, int count);
-// A visible window with this title part has the keyboard focus, within half a minute.
+// A visible window with this title part has the keyboard focus and hears the keys, within half a
+// minute.
 bool WaitFocus(const std::string& titlePart);
 bool HasFocus(const std::string& titlePart);
 // The text of the nth label (from 0) of a visible window with this title part.

@@ -119,8 +119,7 @@ unsigned int YraWinUI::YraChooseDirectoryDiagCreate() {
   if (m_pChooseDirectoryTree != nullptr) {
     return trace.Refuse(YRAFT_STATUS_BAD_STATE, "Choose directroy dialog already created.");
   }
-  GtkWidget* pDialog =
-      YraBuildChooser(trace, kLook, YraText(YRAFT_ENG_DIRECTORY_DIALOG_TITLE).c_str());
+  GtkWidget* pDialog = YraBuildChooser(trace, kLook, YRAFT_ENG_DIRECTORY_DIALOG_TITLE);
   if (pDialog == nullptr) return trace.Ret(YRAFT_OPT_STATUS_FAILED);
   YraSetChooseDirectoryDiag(pDialog);
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);

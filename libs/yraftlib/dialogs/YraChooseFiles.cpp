@@ -96,8 +96,7 @@ unsigned int YraWinUI::YraChooseFilesDiagCreate() {
   if (m_pChooseFilesDiag != nullptr) {
     return trace.Refuse(YRAFT_STATUS_BAD_STATE, "Choose Files Dialog already created.");
   }
-  GtkWidget* pDialog =
-      YraBuildChooser(trace, kLook, YraText(YRAFT_ENG_CHOOSE_DIALOG_TITLE).c_str());
+  GtkWidget* pDialog = YraBuildChooser(trace, kLook, YRAFT_ENG_CHOOSE_DIALOG_TITLE);
   if (pDialog == nullptr) return trace.Ret(YRAFT_OPT_STATUS_FAILED);
   YraSetChooseFilesDiag(pDialog);
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);

@@ -22,6 +22,12 @@ GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, const cha
   return pDialog;
 }
 
+GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, int title) {
+  GtkWidget* pDialog = nullptr;
+  trace.Try([&] { pDialog = YraBuildChooser(trace, look, YraText(title).c_str()); });
+  return pDialog;
+}
+
 // ---- Chosen paths ------------------------------------------------------------------------------
 
 YraChosen YraQueueChosen(WinTrace trace, GtkWidget* pChooser, YraRW* pRW, const YraItemRule& rule) {
@@ -60,11 +66,14 @@ bool YraIsDeclined(int response) {
 
 unsigned int YraCallChooser(WinTrace trace, YraWinUI* pWinUI, int argc, char** argv,
                             GSourceFunc idle) {
-  if (!YraInitGtk(trace, argc, argv)) {
+  if (!YraCall::Start(trace, argc, argv)) {
     pWinUI->YraSetChooseOptStatusCode(YRAFT_OPT_STATUS_FAILED);
     return YRAFT_OPT_STATUS_FAILED;
   }
-  YraRunMainLoop(idle, pWinUI);
+  YraCall call;
+  YraWinUI::Inside::Of(pWinUI).pCall = &call;
+  call.Run(idle, pWinUI);
+  YraWinUI::Inside::Of(pWinUI).pCall = nullptr;
   return YRAFT_STATUS_SUCCESS;
 }
 
@@ -74,12 +83,14 @@ void YraRunChooserOnce(WinTrace trace, void* data, GtkWidget* (*build)(WinTrace,
   auto* pWinUI = static_cast<YraWinUI*>(data);
   if (pWinUI == nullptr) {
     TRACE_ERROR(trace, "data (%p) is NULL.", data);
-  } else if (trace.Got("YraRWGet get RW", pWinUI->YraRWGet())) {
+    return;
+  }
+  if (trace.Got("YraRWGet get RW", pWinUI->YraRWGet())) {
     GtkWidget* pDialog = build(trace, pWinUI);
     if (pDialog == nullptr) {
       pWinUI->YraSetChooseOptStatusCode(YRAFT_OPT_STATUS_FAILED);
     } else {
-      const int response = gtk_dialog_run(GTK_DIALOG(pDialog));
+      const int response = YraRunOnTop(pDialog);
       TRACE_VERBOSE(trace, "result=%d.", response);
       take(trace, pWinUI, pDialog, response);
       TRACE_VERBOSE(trace, "Will callback gtk_widget_destroy.");
@@ -87,7 +98,7 @@ void YraRunChooserOnce(WinTrace trace, void* data, GtkWidget* (*build)(WinTrace,
     }
   }
   TRACE_VERBOSE(trace, "Will callback gtk_main_quit.");
-  gtk_main_quit();
+  YraWinUI::Inside::Of(pWinUI).pCall->Quit();
 }
 
 // ---- Requests ----------------------------------------------------------------------------------

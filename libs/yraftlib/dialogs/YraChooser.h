@@ -11,8 +11,10 @@ struct YraChooserLook {
   gboolean multiple;
 };
 
-// Builds a chooser that starts in the home directory; null, traced, where GTK makes none.
+// Builds a chooser that starts in the home directory, with a title or a catalog's number of one;
+// null, traced, where there is none to be had.
 GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, const char* pTitle);
+GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, int title);
 
 // ---- Chosen paths ------------------------------------------------------------------------------
 

@@ -40,30 +40,6 @@ GtkWidget* BuildBox(WinTrace trace) {
   return pDialog;
 }
 
-std::string Beginning(const std::string& text, std::size_t size) {
-  return text.size() <= size ? text : YraCutText(text, size) + "\u2026";
-}
-
-void SetMainText(GtkWidget* pDialog, const BoxTexts& texts, std::size_t size) {
-  if (!texts.markup) {
-    g_object_set(pDialog, "text", Beginning(texts.first, size).c_str(), nullptr);
-    return;
-  }
-  char* pPlain = nullptr;
-  const bool markup =
-      pango_parse_markup(texts.first.c_str(), -1, 0, nullptr, &pPlain, nullptr, nullptr);
-  const std::string plain = markup ? pPlain : texts.first;
-  g_free(pPlain);
-  if (markup && plain.size() <= size) {
-    gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), texts.first.c_str());
-    return;
-  }
-  // Not markup after all, a file name with an ampersand say: shown as it is.
-  gchar* pEscaped = g_markup_escape_text(Beginning(plain, size).c_str(), -1);
-  gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), pEscaped);
-  g_free(pEscaped);
-}
-
 // Behind the texts: the title bar of a box with little text must hold the title beside the window
 // manager's controls.
 void MakeRoomForTitle(GtkWidget* pDialog, const char* title) {
@@ -81,30 +57,102 @@ void MakeRoomForTitle(GtkWidget* pDialog, const char* title) {
   if (width > texts.width) gtk_widget_set_size_request(pContent, width, -1);
 }
 
-bool FitsOnScreen(GtkWidget* pDialog) {
-  constexpr int kBars = 100;  // pixels for the title bar and a task bar
-  GtkRequisition box;
-  gtk_widget_size_request(pDialog, &box);
-  return box.height <= gdk_screen_get_height(gtk_widget_get_screen(pDialog)) - kBars;
+GtkLabel* LabelAt(GtkWidget* pDialog, unsigned int nth) {
+  GtkWidget* pArea = gtk_message_dialog_get_message_area(GTK_MESSAGE_DIALOG(pDialog));
+  GList* pLabels = gtk_container_get_children(GTK_CONTAINER(pArea));
+  void* pLabel = g_list_nth_data(pLabels, nth);
+  g_list_free(pLabels);
+  return GTK_LABEL(pLabel);
 }
 
-void SetTexts(GtkWidget* pDialog, const BoxTexts& texts, std::size_t size) {
-  SetMainText(pDialog, texts, size);
-  if (texts.hasSecond) {
-    gtk_message_dialog_format_secondary_text(GTK_MESSAGE_DIALOG(pDialog), "%s",
-                                             Beginning(texts.second, size).c_str());
-  }
-  gtk_window_set_title(GTK_WINDOW(pDialog), texts.title.c_str());
+// The beginning of a text, as long as one asks for; whole for those who listen.
+void ShowText(GtkLabel* pLabel, const std::string& text, std::size_t size) {
+  gtk_label_set_text(
+      pLabel, size < text.size() ? (YraCutText(text, size) + "\u2026").c_str() : text.c_str());
+  atk_object_set_name(gtk_widget_get_accessible(GTK_WIDGET(pLabel)), text.c_str());
 }
 
-// Of texts that are too long for the screen the box shows the beginning.
-void Fill(GtkWidget* pDialog, const BoxTexts& texts) {
-  for (std::size_t size = 4096; size >= 32; size /= 2) {
-    SetTexts(pDialog, texts, size);
-    MakeRoomForTitle(pDialog, texts.title.c_str());
-    if (FitsOnScreen(pDialog)) return;
+// A box that is being filled, and how high it becomes.
+class Filling {
+ public:
+  Filling(GtkWidget* pDialog, const BoxTexts& texts)
+      : m_pDialog(pDialog), m_texts(texts), m_first(texts.first) {
+    // A text that is no markup after all, a file name with an ampersand say, is shown as it is.
+    char* pPlain = nullptr;
+    m_markup = texts.markup &&
+               pango_parse_markup(texts.first.c_str(), -1, 0, nullptr, &pPlain, nullptr, nullptr);
+    const std::unique_ptr<char, decltype(&g_free)> pOwned(pPlain, g_free);
+    if (m_markup) m_first = pPlain;
+    gtk_window_set_title(GTK_WINDOW(pDialog), texts.title.c_str());
+    // By these GTK decides whether it sets the first text in bold.
+    if (texts.markup) gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), "");
+    if (texts.hasSecond) g_object_set(pDialog, "secondary-text", "", nullptr);
   }
-}
+
+  // Of texts that are too long for the screen the box shows the beginning. Neither takes the
+  // other's half of the room.
+  void Fill() {
+    ShowFirst(0);
+    ShowSecond(0);
+    const int least = Height();
+    const int most = gdk_screen_get_height(gtk_widget_get_screen(m_pDialog)) - kBars;
+    const bool whole = FitFirst(least + (most - least) / 2);
+    FitSecond(most);
+    if (!whole) FitFirst(most);
+  }
+
+ private:
+  static constexpr int kBars = 100;  // pixels for the title bar and a task bar
+
+  void ShowFirst(std::size_t size) {
+    ShowText(LabelAt(m_pDialog, 0), m_first, size);
+    if (m_markup && size >= m_first.size()) {
+      gtk_label_set_markup(LabelAt(m_pDialog, 0), m_texts.first.c_str());
+    }
+  }
+  void ShowSecond(std::size_t size) {
+    if (m_texts.hasSecond) ShowText(LabelAt(m_pDialog, 1), m_texts.second, size);
+  }
+  int Height() const {
+    GtkRequisition box;
+    MakeRoomForTitle(m_pDialog, m_texts.title.c_str());
+    gtk_widget_size_request(m_pDialog, &box);
+    return box.height;
+  }
+
+  bool FitFirst(int height) {
+    return Fit(m_first.size(), height, [this](std::size_t size) { ShowFirst(size); });
+  }
+  void FitSecond(int height) {
+    Fit(m_texts.second.size(), height, [this](std::size_t size) { ShowSecond(size); });
+  }
+
+  // Shows as much of a text as the height allows, and answers whether that is all of it. A text
+  // that is far too long is never measured whole.
+  template <class Show>
+  bool Fit(std::size_t whole, int height, const Show& show) const {
+    const auto fits = [&](std::size_t size) {
+      show(size);
+      return Height() <= height;
+    };
+    std::size_t good = 0;
+    std::size_t bad = 256;
+    for (; bad < whole && fits(bad); bad *= 2) good = bad;
+    bad = std::min(bad, whole);
+    if (bad == whole && fits(whole)) return true;
+    while (bad - good > 8) {
+      const std::size_t middle = good + (bad - good) / 2;
+      (fits(middle) ? good : bad) = middle;
+    }
+    show(good);
+    return false;
+  }
+
+  GtkWidget* m_pDialog;
+  const BoxTexts& m_texts;
+  std::string m_first;  // without markup
+  bool m_markup = false;
+};
 
 // ---- A record's texts --------------------------------------------------------------------------
 
@@ -141,38 +189,44 @@ bool LengthsFit(WinTrace trace, const YRAFT_ERROR_MESSAGE_INFO& info) {
 
 // ---- One call, one box -------------------------------------------------------------------------
 
-// The caller's texts, on their way into the main loop.
+// The caller's texts, on their way into the main loop and back.
 struct CallerTexts {
   const char* pTitle;
   const char* pPromptInfoFir;
   const char* pPromptInfoSec;
+  YraCall* pCall;
+  unsigned int ret;
 };
 
-void ShowOnce(WinTrace trace, const CallerTexts& texts) {
+unsigned int ShowOnce(WinTrace trace, const CallerTexts& texts) {
   GtkWidget* pDialog = BuildBox(trace);
-  if (pDialog == nullptr) return;
-  Fill(pDialog, {.title = YraValidText(texts.pTitle),
-                 .first = YraValidText(texts.pPromptInfoFir),
-                 .second = YraValidText(texts.pPromptInfoSec),
-                 .hasSecond = texts.pPromptInfoSec != nullptr});
-  YraShowInFront(pDialog);
-  gtk_dialog_run(GTK_DIALOG(pDialog));
+  if (pDialog == nullptr) return YRAFT_STATUS_SUCCESS;
+  const unsigned int ret = trace.Try([&] {
+    Filling(pDialog, {.title = YraValidText(texts.pTitle),
+                      .first = YraValidText(texts.pPromptInfoFir),
+                      .second = YraValidText(texts.pPromptInfoSec),
+                      .hasSecond = texts.pPromptInfoSec != nullptr})
+        .Fill();
+    YraShowInFront(pDialog);
+    YraRunOnTop(pDialog);
+  });
   TRACE_VERBOSE(trace, "Will callback gtk_widget_destroy.");
   gtk_widget_destroy(pDialog);
+  return ret;
 }
 
 }  // namespace
 
 int YraErrorMsgIdleFunc(void* data) {
   const WinTrace trace;
-  const std::unique_ptr<CallerTexts> pTexts(static_cast<CallerTexts*>(data));
+  auto* pTexts = static_cast<CallerTexts*>(data);
   if (pTexts == nullptr) {
     TRACE_ERROR(trace, "data is null.");
   } else {
     const GdkLock lock;
-    ShowOnce(trace, *pTexts);
+    pTexts->ret = ShowOnce(trace, *pTexts);
     TRACE_VERBOSE(trace, "Will callback gtk_main_quit.");
-    gtk_main_quit();
+    pTexts->pCall->Quit();
   }
   trace.Out();
   return FALSE;
@@ -190,19 +244,21 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate(int argc, char** argv, const ch
   if (m_pErrorMessage != nullptr) {
     return trace.Refuse(kAlreadyCreated, "Error message dialog already created.");
   }
-  if (!YraInitGtk(trace, argc, argv)) return trace.Ret(YRAFT_OPT_STATUS_FAILED);
-  auto* pTexts = new (std::nothrow) CallerTexts{pTitle, pPromptInfoFir, pPromptInfoSec};
-  if (pTexts == nullptr) return trace.Ret(YRAFT_STATUS_NO_MEMORY);
-  YraRunMainLoop(YraErrorMsgIdleFunc, pTexts);
-  return trace.Ret(YRAFT_STATUS_SUCCESS);
+  if (!YraCall::Start(trace, argc, argv)) return trace.Ret(YRAFT_OPT_STATUS_FAILED);
+  YraCall call;
+  CallerTexts texts{pTitle, pPromptInfoFir, pPromptInfoSec, &call, YRAFT_STATUS_SUCCESS};
+  call.Run(YraErrorMsgIdleFunc, &texts);
+  return trace.Ret(texts.ret);
 }
 
 unsigned int YraShowErrorRecord(WinTrace trace, YraWinUI* pWinUI, int argc, char** argv,
                                 const YRAFT_ERROR_MESSAGE_INFO& info) {
   if (!LengthsFit(trace, info)) return YRAFT_STATUS_INVALID_PARAM;
-  const BoxTexts texts = TextsOf(info);
-  return pWinUI->YraErrorMessageDiagCreate(argc, argv, texts.title.c_str(), texts.first.c_str(),
-                                           texts.second.c_str());
+  return trace.Try([&] {
+    const BoxTexts texts = TextsOf(info);
+    return pWinUI->YraErrorMessageDiagCreate(argc, argv, texts.title.c_str(), texts.first.c_str(),
+                                             texts.second.c_str());
+  });
 }
 
 // ---- The persistent box ------------------------------------------------------------------------
@@ -234,7 +290,8 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate() {
   TRACE_VERBOSE(trace, "pErrorDiag=0x%x.", TraceAddress(pDialog));
   YraSetErrorMessageDiag(pDialog);
   // Not measured, as nobody sees it: that would load the fonts of a session that may need none.
-  SetTexts(pDialog, placeholder, placeholder.second.size());
+  g_object_set(pDialog, "title", placeholder.title.c_str(), "text", placeholder.first.c_str(),
+               "secondary-text", placeholder.second.c_str(), nullptr);
   gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
   TRACE_VERBOSE(trace, "Setting destroy callback.");
   TRACE_VERBOSE(trace, "Setting delete-event callback.");
@@ -291,7 +348,7 @@ class ErrorMessage : public YraDialog {
     const BoxTexts texts = TextsOf(*request.pMessage);
     TraceTexts(Trace(), KVO_LOG_INFO, texts);
     gtk_window_set_position(GTK_WINDOW(pDialog), GTK_WIN_POS_CENTER_ALWAYS);
-    Fill(pDialog, texts);
+    Filling(pDialog, texts).Fill();
     TRACE_INFO(Trace(), "will show dialog...");
     YraShowInFront(pDialog);
     gtk_window_set_skip_taskbar_hint(GTK_WINDOW(pDialog), TRUE);
@@ -328,7 +385,9 @@ unsigned int YraWinUI::YraErrorMessageDiagCreate(YRAFT_ERROR_MESSAGE_INFO* pErro
   std::unique_ptr<YraRequest> pRequest(new (std::nothrow) YraRequest);
   if (pRequest == nullptr) return trace.Ret(YRAFT_STATUS_NO_MEMORY);
   YraSetErrorMessageInfo(pErrorMessageInfo);
-  if (trace.Admits(KVO_LOG_VERBOSE)) TraceTexts(trace, KVO_LOG_VERBOSE, TextsOf(*pMessage));
+  if (trace.Admits(KVO_LOG_VERBOSE)) {
+    trace.Try([&] { TraceTexts(trace, KVO_LOG_VERBOSE, TextsOf(*pMessage)); });
+  }
   pRequest->pMessage = std::move(pMessage);
   m_pInside->pErrors->Accept(std::move(pRequest));
   return trace.Ret(YRAFT_STATUS_SUCCESS);

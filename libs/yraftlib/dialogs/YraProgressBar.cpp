@@ -1,5 +1,6 @@
 // The window that shows how far a transfer has come.
 #include <algorithm>
+#include <utility>
 
 #include "common/libs/kvolocalise/messages.h"
 #include "dialogs/YraDialogs.h"
@@ -44,8 +45,10 @@ void YraPogressBarDiagButtonPauseCallback(GtkWidget* widget, void* data) {
                                ? Report(YRAFT_NOTIFY_RESUME, YRAFT_OPT_STATUS_RESUMED, fileContext)
                                : Report(YRAFT_NOTIFY_PAUSE, YRAFT_OPT_STATUS_PAUSED, fileContext);
   pWinUI->YraSetProgressBarPauseStatus(!paused);
-  gtk_button_set_label(GTK_BUTTON(widget),
-                       YraText(paused ? YRAFT_ENG_BUTTON_PAUSE : YRAFT_ENG_BUTTON_RESUME).c_str());
+  trace.Try([&] {
+    const std::string label = YraText(paused ? YRAFT_ENG_BUTTON_PAUSE : YRAFT_ENG_BUTTON_RESUME);
+    gtk_button_set_label(GTK_BUTTON(widget), label.c_str());
+  });
   trace.Called("YraCallbackYraNotify", ret);
   trace.Out();
 }
@@ -85,8 +88,9 @@ gboolean YraPogressBarDiagDelEventCallback(GtkWidget* widget, GdkEvent* event, v
   return YraTraceDeleteEvent(WinTrace(), KVO_LOG_VERBOSE, widget, event, data);
 }
 
-void FillWindow(YraWinUI* pWinUI, GtkWidget* pWindow, GtkWidget* pLabel, double fraction) {
-  const YraProgressWidgets widgets = YraFillProgressWindow(pWindow, pLabel, fraction);
+void FillWindow(YraWinUI* pWinUI, GtkWidget* pWindow, GtkWidget* pLabel,
+                const YraProgressTexts& texts, double fraction) {
+  const YraProgressWidgets widgets = YraFillProgressWindow(pWindow, pLabel, texts, fraction);
   g_signal_connect(widgets.pPause, "clicked", G_CALLBACK(YraPogressBarDiagButtonPauseCallback),
                    pWinUI);
   g_signal_connect(widgets.pCancel, "clicked", G_CALLBACK(YraPogressBarDiagButtonCancelCallback),
@@ -106,15 +110,18 @@ unsigned int YraWinUI::YraProgressBarDiagCreate() {
     return trace.Refuse(YRAFT_STATUS_BAD_STATE, "Progress Bar already created.");
   }
   ClearFlags(this);
-  GtkWidget* pWindow = YraBuildProgressWindow(YraProgressTitle(trace, 0));
-  g_signal_connect(pWindow, "destroy", G_CALLBACK(YraPogressBarDiagDestoryCallback), this);
-  g_signal_connect(pWindow, "delete-event", G_CALLBACK(YraPogressBarDiagDelEventCallback), this);
-  GtkWidget* pLabel = YraBuildProgressLabel(YraProgressFirstLabel(trace));
-  YraSetChildWinDiag(pWindow);
-  YraSetProgressBarLabel(pLabel);
-  FillWindow(this, pWindow, pLabel, 0.0);
-  gtk_widget_hide(pWindow);
-  return trace.Ret(YRAFT_STATUS_SUCCESS);
+  return trace.Ret(trace.Try([&] {
+    const YraProgressTexts texts{.title = YraProgressTitle(trace, 0),
+                                 .label = YraProgressFirstLabel(trace)};
+    GtkWidget* pWindow = YraBuildProgressWindow(texts.title);
+    g_signal_connect(pWindow, "destroy", G_CALLBACK(YraPogressBarDiagDestoryCallback), this);
+    g_signal_connect(pWindow, "delete-event", G_CALLBACK(YraPogressBarDiagDelEventCallback), this);
+    GtkWidget* pLabel = YraBuildProgressLabel(texts.label);
+    YraSetChildWinDiag(pWindow);
+    YraSetProgressBarLabel(pLabel);
+    FillWindow(this, pWindow, pLabel, texts, 0.0);
+    gtk_widget_hide(pWindow);
+  }));
 }
 
 unsigned int YraWinUI::YraProgressBarDiagHideDestory() {
@@ -204,14 +211,44 @@ unsigned int TakeWindow(WinTrace trace, YraWinUI* pWinUI) {
   return YRAFT_OPT_STATUS_SUCCESS;
 }
 
+// ---- Between two files
+//
+// The window of a complete file goes a little later than the file: where the next one begins at
+// once, it stays, and neither flashes nor jumps.
+
+int HideIdleFunc(void* data) {
+  auto* pWinUI = static_cast<YraWinUI*>(data);
+  const GdkLock lock;
+  YraWinUI::Inside& inside = YraWinUI::Inside::Of(pWinUI);
+  inside.hiding = 0;
+  GtkWidget* pWindow = inside.ProgressWindow();
+  if (pWindow != nullptr) gtk_widget_hide(pWindow);
+  return FALSE;
+}
+
+void HideSoon(YraWinUI* pWinUI) {
+  constexpr unsigned int kDelay = 200;  // milliseconds
+  YraWinUI::Inside& inside = YraWinUI::Inside::Of(pWinUI);
+  if (inside.hiding == 0) inside.hiding = g_timeout_add(kDelay, HideIdleFunc, pWinUI);
+}
+
+void KeepShown(YraWinUI* pWinUI) {
+  YraWinUI::Inside& inside = YraWinUI::Inside::Of(pWinUI);
+  if (inside.hiding != 0) g_source_remove(std::exchange(inside.hiding, 0));
+}
+
 unsigned int ShowForFile(WinTrace trace, YraWinUI* pWinUI) {
   const unsigned int status = TakeWindow(trace, pWinUI);
   if (status != YRAFT_OPT_STATUS_SUCCESS) return status;
   ClearFlags(pWinUI);
+  KeepShown(pWinUI);
   const YRAFT_PROGRESS_BAR_INFO info = YraWinUI::Inside::Of(pWinUI).Progress();
   YraWinUI::Inside::TraceProgress(trace, info);
   GtkWidget* pWindow = pWinUI->YraGetChildWinDiag();
-  gtk_window_set_position(GTK_WINDOW(pWindow), GTK_WIN_POS_CENTER_ALWAYS);
+  // A window of the batch stays where the user has put it.
+  gtk_window_set_position(GTK_WINDOW(pWindow), gtk_widget_get_visible(pWindow)
+                                                   ? GTK_WIN_POS_NONE
+                                                   : GTK_WIN_POS_CENTER_ALWAYS);
   const YraProgress progress = YraProgressOf(trace, info);
   const std::string title = YraProgressTitle(trace, progress.percent);
   TRACE_VERBOSE(trace, "Title=[%s].", title.c_str());
@@ -262,7 +299,7 @@ unsigned int ShowFigures(WinTrace trace, YraWinUI* pWinUI) {
   } else {
     YraShowFraction(pBar, progress.fraction);
     TRACE_VERBOSE(trace, "File transfer completed, will colse this progress bar.");
-    gtk_widget_hide(pWindow);
+    HideSoon(pWinUI);
   }
   return YRAFT_OPT_STATUS_SUCCESS;
 }
@@ -274,7 +311,9 @@ int RunStep(WinTrace trace, void* data, unsigned int (*step)(WinTrace, YraWinUI*
     TRACE_ERROR(trace, "data (%p) is NULL.", data);
   } else {
     const GdkLock lock;
-    statusCode = step(trace, static_cast<YraWinUI*>(data));
+    const unsigned int ret =
+        trace.Try([&] { statusCode = step(trace, static_cast<YraWinUI*>(data)); });
+    if (ret != YRAFT_STATUS_SUCCESS) statusCode = YRAFT_OPT_STATUS_FAILED;
   }
   TRACE_VERBOSE(trace, "CHOOSE_END: statusCode=0x%x.", statusCode);
   trace.Out();
@@ -311,26 +350,25 @@ unsigned int YraWinUI::YraProgressBarDiagCreate(int argc, char** argv,
   }
   TRACE_VERBOSE(trace, "filesNum = %d", pInfo->filesNum);
   m_progressBarInfo = *pInfo;
-  if (!YraInitGtk(trace, argc, argv)) return trace.Ret(YRAFT_OPT_STATUS_FAILED);
-  {
-    const GdkLock lock;
+  if (!YraCall::Start(trace, argc, argv)) return trace.Ret(YRAFT_OPT_STATUS_FAILED);
+  unsigned int ret = trace.Try([&] {
     const YraProgress progress = YraProgressOf(trace, *pInfo);
-    YraSetWinUIWidget(YraBuildProgressWindow(YraProgressTitle(trace, progress.percent)));
+    const YraProgressTexts texts{.title = YraProgressTitle(trace, progress.percent),
+                                 .label = YraProgressCallLabel(*pInfo)};
+    const GdkLock lock;
+    YraSetWinUIWidget(YraBuildProgressWindow(texts.title));
     g_signal_connect(m_pWin, "destroy", G_CALLBACK(gtk_widget_destroyed), &m_pWin);
-    FillWindow(this, m_pWin, YraBuildProgressLabel(YraProgressCallLabel(*pInfo)),
-               progress.fraction);
+    FillWindow(this, m_pWin, YraBuildProgressLabel(texts.label), texts, progress.fraction);
     YraFitToTexts(m_pWin);
     YraShowAside(m_pWin);
-  }
+  });
+  if (ret != YRAFT_STATUS_SUCCESS) return trace.Ret(ret);
   TRACE_VERBOSE(trace, "Will notify VC, statusCode=%u.", 0U);
-  const unsigned int ret = trace.Called(
+  ret = trace.Called(
       "YraCallbackYraNotify",
       YraCallbackYraNotify(YRAFT_NOTIFY_PROGRESS_BAR, 7, YRAFT_OPT_STATUS_SUCCESS, 0, this));
   // The host may have destroyed the window by now.
-  if (m_pWin != nullptr) {
-    g_signal_connect(m_pWin, "destroy", G_CALLBACK(gtk_main_quit), nullptr);
-    YraRunMainLoop(nullptr, nullptr);
-  }
+  YraCall().RunUntilDestroyed(&m_pWin);
   m_pInside->ForgetProgressWindow();
   return trace.Ret(ret);
 }

@@ -5,9 +5,6 @@
 
 #include <algorithm>
 
-#include "common/libs/kvolocalise/messages.h"
-#include "ui/YraGtk.h"
-
 namespace {
 
 // A name as long as a file system allows must not push the window off the screen.
@@ -72,9 +69,12 @@ void YraFitToTexts(GtkWidget* pWindow) {
   GtkRequisition texts;
   gtk_widget_size_request(gtk_bin_get_child(GTK_BIN(pWindow)), &texts);
   const int borders = 2 * static_cast<int>(gtk_container_get_border_width(GTK_CONTAINER(pWindow)));
+  int width = kWidth;
+  int height = kHeight;
+  if (gtk_widget_get_visible(pWindow)) gtk_window_get_size(GTK_WINDOW(pWindow), &width, &height);
   GdkGeometry size = {};
-  size.min_width = size.max_width = std::clamp(texts.width + borders, kWidth, kMaxWidth);
-  size.min_height = size.max_height = std::max(texts.height + borders, kHeight);
+  size.min_width = size.max_width = std::clamp(texts.width + borders, width, kMaxWidth);
+  size.min_height = size.max_height = std::max(texts.height + borders, height);
   gtk_window_set_geometry_hints(GTK_WINDOW(pWindow), nullptr, &size,
                                 static_cast<GdkWindowHints>(GDK_HINT_MIN_SIZE | GDK_HINT_MAX_SIZE));
 }
@@ -123,11 +123,11 @@ void Pack(GtkWidget* pBox, GtkWidget* pChild) {
 
 }  // namespace
 
-YraProgressWidgets YraFillProgressWindow(GtkWidget* pWindow, GtkWidget* pLabel, double fraction) {
-  const YraProgressWidgets widgets = {
-      .pBar = BuildBar(fraction),
-      .pPause = gtk_button_new_with_label(YraText(YRAFT_ENG_BUTTON_PAUSE).c_str()),
-      .pCancel = gtk_button_new_with_label(YraText(YRAFT_ENG_BUTTON_CANCEL).c_str())};
+YraProgressWidgets YraFillProgressWindow(GtkWidget* pWindow, GtkWidget* pLabel,
+                                         const YraProgressTexts& texts, double fraction) {
+  const YraProgressWidgets widgets = {.pBar = BuildBar(fraction),
+                                      .pPause = gtk_button_new_with_label(texts.pause.c_str()),
+                                      .pCancel = gtk_button_new_with_label(texts.cancel.c_str())};
   GtkWidget* pButtons = gtk_hbox_new(FALSE, 10);
   Pack(pButtons, widgets.pPause);
   Pack(pButtons, widgets.pCancel);

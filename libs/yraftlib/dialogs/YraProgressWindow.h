@@ -1,9 +1,7 @@
 // The window of the progress dialog: how it is built, and how it shows a value.
 #pragma once
 
-#include <gtk/gtk.h>
-
-#include <string>
+#include "dialogs/YraProgressText.h"
 
 struct YraProgressWidgets {
   GtkWidget* pBar;
@@ -14,10 +12,12 @@ struct YraProgressWidgets {
 GtkWidget* YraBuildProgressWindow(const std::string& title);
 GtkWidget* YraBuildProgressLabel(const std::string& text);
 // Puts label, bar and buttons below each other into the window.
-YraProgressWidgets YraFillProgressWindow(GtkWidget* pWindow, GtkWidget* pLabel, double fraction);
+YraProgressWidgets YraFillProgressWindow(GtkWidget* pWindow, GtkWidget* pLabel,
+                                         const YraProgressTexts& texts, double fraction);
 // Shows the window without taking the keyboard from what the user is doing.
 void YraShowAside(GtkWidget* pWindow);
-// Gives the window the size that its texts need now.
+// Gives the window the size that its texts need now; not less than it has where it is shown, since
+// nothing may jump between the files of a batch.
 void YraFitToTexts(GtkWidget* pWindow);
 
 // Each leaves a widget alone that shows the value already: a burst of events repeats itself.

@@ -49,7 +49,9 @@ void YraDialog::Serve() {
   GtkWidget* pDialog = Widget();
   if (pDialog == nullptr && Patient()) return;
   m_pCurrent = TakeNext();
-  if (pDialog != nullptr && Open(pDialog, *m_pCurrent)) return;
+  bool open = false;
+  m_trace.Try([&] { open = pDialog != nullptr && Open(pDialog, *m_pCurrent); });
+  if (open) return;
   const auto pRequest = std::move(m_pCurrent);
   Answer(nullptr, GTK_RESPONSE_NONE, *pRequest);
 }
@@ -101,20 +103,6 @@ void YraDialog::Forget(WinTrace trace, int level, GtkWidget* pWidget) {
   TRACE_AT(trace, level, "Will hide dialog...");
   gtk_widget_hide(pDialog);
   if (pDialog == pWidget) Hold(nullptr);
-}
-
-void YraDialog::CloseBoxes() {
-  GtkWidget* pDialog = Widget();
-  if (pDialog == nullptr) return;
-  GList* pWindows = gtk_window_list_toplevels();
-  for (GList* pNode = pWindows; pNode != nullptr; pNode = pNode->next) {
-    auto* pWindow = static_cast<GtkWindow*>(pNode->data);
-    if (GTK_IS_DIALOG(pWindow) && GTK_WIDGET(pWindow) != pDialog &&
-        gtk_window_get_transient_for(pWindow) == GTK_WINDOW(pDialog)) {
-      gtk_dialog_response(GTK_DIALOG(pWindow), GTK_RESPONSE_CANCEL);
-    }
-  }
-  g_list_free(pWindows);
 }
 
 gboolean YraTraceDeleteEvent(WinTrace trace, int level, GtkWidget* pWidget, GdkEvent* pEvent,

@@ -54,14 +54,13 @@ class YraDialog {
   void End(int response);
   // Answers what waits, without a dialog.
   void EndAll(int response);
-  // Closes the boxes that the dialog has put up over itself: they run loops of their own.
-  void CloseBoxes();
 
  protected:
   virtual GtkWidget* Widget() const = 0;
   virtual void Hold(GtkWidget* pWidget) = 0;
   virtual unsigned int Build() = 0;
-  // Fills the dialog for a request and shows it; false, traced, where that is of no use.
+  // Fills the dialog for a request and shows it; false, traced, where that is of no use. May throw
+  // std::bad_alloc.
   virtual bool Open(GtkWidget* pDialog, const YraRequest& request) = 0;
   // Answers a request and hides the dialog, which is null where none could be opened.
   virtual void Answer(GtkWidget* pDialog, int response, const YraRequest& request) = 0;

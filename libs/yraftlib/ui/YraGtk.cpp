@@ -5,17 +5,27 @@
 
 #include "kvolocalise.h"
 
+// The mutex is private to GDK and yet the one thing that tells; a host with a lock of its own kind
+// has none.
+bool YraCanLock(WinTrace trace) {
+  constexpr int kTries = 200;
+  constexpr gulong kPause = 10000;  // microseconds
+  if (gdk_threads_mutex == nullptr) return true;
+  for (int i = 0; i < kTries; ++i) {
+    if (g_mutex_trylock(gdk_threads_mutex)) {
+      g_mutex_unlock(gdk_threads_mutex);
+      return true;
+    }
+    g_usleep(kPause);
+  }
+  TRACE_ERROR(trace, "GDK's lock is held, a dialog would wait for it.");
+  return false;
+}
+
 bool YraInitGtk(WinTrace trace, int argc, char** argv) {
   if (gtk_init_check(&argc, argv != nullptr ? &argv : nullptr)) return true;
   TRACE_ERROR(trace, "callback gtk_init_check failed, there is no display.");
   return false;
-}
-
-void YraRunMainLoop(GSourceFunc idle, void* data) {
-  const GdkLock lock;
-  if (idle != nullptr) g_idle_add(idle, data);
-  gtk_main();
-  gdk_flush();  // nobody else will: what was destroyed must leave the screen now
 }
 
 // ---- Windows -----------------------------------------------------------------------------------
@@ -26,6 +36,24 @@ namespace {
 void LeadOwnGroup(GtkWidget* pWindow, void*) {
   GdkWindow* pGdkWindow = gtk_widget_get_window(pWindow);
   gdk_window_set_group(pGdkWindow, pGdkWindow);
+}
+
+// When the window came up, and when it last dropped a key: the X server's time in milliseconds.
+constexpr char kShown[] = "yraft-shown";
+constexpr char kDropped[] = "yraft-dropped";
+
+// A key that follows the one before within half a second belongs to what the user was typing as the
+// window came up. Who types on for two seconds means the window.
+gboolean DropTypedAhead(GtkWidget* pWindow, GdkEventKey* pEvent, void*) {
+  constexpr gint32 kPause = 500;
+  constexpr gint32 kLongest = 2000;
+  const auto since = [&](const char* pMoment) {
+    const void* pTime = g_object_get_data(G_OBJECT(pWindow), pMoment);
+    return static_cast<gint32>(pEvent->time - GPOINTER_TO_UINT(pTime));
+  };
+  if (since(kDropped) >= kPause || since(kShown) >= kLongest) return FALSE;
+  g_object_set_data(G_OBJECT(pWindow), kDropped, GUINT_TO_POINTER(pEvent->time));
+  return TRUE;
 }
 
 }  // namespace
@@ -42,6 +70,12 @@ void YraShowInFront(GtkWidget* pWindow) {
   GdkWindow* pGdkWindow = gtk_widget_get_window(pWindow);
   const guint32 now = gdk_x11_get_server_time(pGdkWindow);
   gdk_x11_window_set_user_time(pGdkWindow, now);
+  if (g_object_get_data(G_OBJECT(pWindow), kShown) == nullptr) {
+    g_signal_connect(pWindow, "key-press-event", G_CALLBACK(DropTypedAhead), nullptr);
+  }
+  for (const char* pMoment : {kShown, kDropped}) {
+    g_object_set_data(G_OBJECT(pWindow), pMoment, GUINT_TO_POINTER(now));
+  }
   gtk_widget_show_all(pWindow);
   gtk_window_present_with_time(GTK_WINDOW(pWindow), now);
 }

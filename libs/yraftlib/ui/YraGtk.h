@@ -27,10 +27,12 @@ class GdkUnlock {
   GdkUnlock& operator=(const GdkUnlock&) = delete;
 };
 
+// Whether this thread can have the lock. False, traced, after it was held for two seconds on end:
+// by the thread itself, then, which cannot be asked.
+bool YraCanLock(WinTrace trace);
+
 // Starts GTK, any number of times. Answers false, traced, where there is no display.
 bool YraInitGtk(WinTrace trace, int argc, char** argv);
-// Runs a GTK main loop, in which `idle` is called once with `data`, until someone quits it.
-void YraRunMainLoop(GSourceFunc idle, void* data);
 
 // ---- Windows -----------------------------------------------------------------------------------
 
@@ -38,7 +40,8 @@ void YraRunMainLoop(GSourceFunc idle, void* data);
 // may keep the user from another dialog that is open.
 void YraStandAlone(GtkWidget* pWindow);
 // Shows a window in front with the keyboard focus, also one that was used and hidden before: the
-// window manager goes by the time of the window's last use.
+// window manager goes by the time of the window's last use. What the user was typing elsewhere as
+// it came up does not reach it.
 void YraShowInFront(GtkWidget* pWindow);
 
 // ---- Texts -------------------------------------------------------------------------------------

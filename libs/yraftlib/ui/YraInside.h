@@ -6,6 +6,7 @@
 #include <memory>
 #include <thread>
 
+#include "ui/YraCall.h"
 #include "ui/YraDialog.h"
 #include "ui/YraSelfSignal.h"
 
@@ -55,9 +56,12 @@ struct YraWinUI::Inside {
   // The one end, whatever ended the main loop: serves no more, and answers every request. The
   // caller holds GDK's lock, which is given up meanwhile.
   void Finish();
-  // In signal 5's idle function: leaves the main loop, which what a chooser has put up would keep.
+  // In signal 5's idle function: leaves the main loop, with all that stands on top of it in this
+  // thread.
   void Quit();
 
+  // Without a line.
+  GtkWidget* ProgressWindow() const { return m_pWinUI->m_pChildWin; }
   // Forgets the widgets of a progress window that is being destroyed.
   void ForgetProgressWindow();
 
@@ -65,6 +69,8 @@ struct YraWinUI::Inside {
   std::unique_ptr<YraDialog> pDirectory;
   std::unique_ptr<YraDialog> pErrors;
   std::atomic<bool> progressIsNews{false};  // the window does not show the latest figures yet
+  unsigned int hiding = 0;   // the source that will hide the window of a complete file
+  YraCall* pCall = nullptr;  // the one call that the object runs
 
  private:
   YraWinUI* m_pWinUI;
