@@ -109,6 +109,43 @@ TEST_F(Order, EndsAtOnceWhateverIsOpenAndWhateverEndsIt) {
   EXPECT_EQ(notes.Pending(), 0U);
 }
 
+// A call that stands on top of the UI, in its thread or in another, ends before it and as declined.
+TEST_F(Order, EndsTheCallsThatStandOnTopOfIt) {
+  const auto call = [] {
+    YRAFT_THRESHOLD_INFO limits = {};
+    unsigned int status = 77;
+    YRAFT_TLV_BLOCKS* block = nullptr;
+    EXPECT_EQ(YraGetChooseFilesList(0, nullptr, &limits, &status, &block), 0U);
+    const bool declined = status == 0 && block != nullptr && block->ListCount == 0;
+    free(block);
+    return declined;
+  };
+  static std::promise<bool>* g_answer;
+  static std::function<bool()> g_call;
+  g_call = call;
+  for (const bool inUI : {true, false}) {
+    Host host;
+    std::promise<bool> promise;
+    std::future<bool> answer;
+    if (inUI) {
+      g_answer = &promise;
+      answer = promise.get_future();
+      g_idle_add([](void*) { return g_answer->set_value(g_call()), FALSE; }, nullptr);
+    } else {
+      answer = std::async(std::launch::async, call);
+    }
+    ASSERT_TRUE(WaitFocus("Open:"));
+    EXPECT_TRUE(host.End());
+    EXPECT_TRUE(Await(answer));
+    EXPECT_TRUE(user.WaitNoWindow("Open:"));
+  }
+  // A dialog would wait for the lock that its caller holds.
+  if (getenv("YRA_GDK_THREADS") == nullptr) return;
+  gdk_threads_enter();
+  EXPECT_FALSE(call());
+  gdk_threads_leave();
+}
+
 TEST_F(Order, AnswersWhatIsSentWhileItEnds) {
   for (int round = 0; round < 5; ++round) {
     Host host;

@@ -227,6 +227,29 @@ TEST_F(UI, KeepsTheWindowSmallWhateverTheNameAndTheFont) {
   InUI([] { g_object_set(gtk_settings_get_default(), "gtk-font-name", "Sans 10", nullptr); });
 }
 
+TEST_F(UI, StaysWhereTheUserPutItBetweenTheFilesOfABatch) {
+  Host host;
+  host.Progress(YRAFT_PROGRESS_CREATE, std::string(60, 'W'), 1, 2, 0, 3);
+  const Window window = user.WaitWindow(TitleAt(50));
+  ASSERT_TRUE(user.WaitCentred(window));
+  user.Disturb(window, false, 90);
+  ASSERT_TRUE(WaitUntil([&] { return user.Geometry(window).x < 120; }));
+  const User::Box moved = user.Geometry(window);
+  for (uint16_t i = 1; i < 3; ++i) {
+    host.Progress(YRAFT_PROGRESS_REFRESH, "", 2, 2, i, 3);
+    host.Progress(YRAFT_PROGRESS_CREATE, "a", i, 4, i, 3);
+    ASSERT_EQ(user.WaitWindow(TitleAt(25 * i)), window);
+    WaitDrawn();
+    const User::Box box = user.Geometry(window);
+    EXPECT_EQ(std::tie(box.x, box.y, box.width), std::tie(moved.x, moved.y, moved.width));
+  }
+  host.Progress(YRAFT_PROGRESS_REFRESH, "", 4, 4, 2, 3);
+  EXPECT_TRUE(user.WaitNoWindow("%"));
+  // Nor does the window of the next batch go with the last one's.
+  host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 4, 0, 1);
+  EXPECT_TRUE(user.WaitCentred(user.WaitWindow(TitleAt(25))));
+}
+
 TEST_F(UI, ReportsPauseResumeAndCancel) {
   const std::string pause = Text("YRAFT_ENG_BUTTON_PAUSE");
   const std::string resume = Text("YRAFT_ENG_BUTTON_RESUME");
@@ -314,23 +337,42 @@ TEST_F(UI, ShowsEveryErrorInTheOrderOfArrival) {
   EXPECT_EQ(notes.Pending(), 0U);
 }
 
+TEST_F(UI, IsNotAnsweredByWhatTheUserWasTypingAsItCameUp) {
+  Host host;
+  int after = 0;
+  host.Error("Oops", "main text", "");
+  while (after < 5) {
+    for (const char* key : {"space", "Return", "Escape"}) user.Key(key);
+    after += HasFocus("Oops") ? 1 : 0;
+  }
+  EXPECT_TRUE(HasFocus("Oops"));
+  PressIn("Oops", "Return");
+  EXPECT_TRUE(user.WaitNoWindow("Oops"));
+}
+
 TEST_F(UI, KeepsTheErrorBoxOnTheScreenWhateverTheText) {
   Host host;
   std::string lines;
   for (int i = 0; i < 20000; ++i) lines += "a\n";
   const std::string texts[] = {std::string(60000, 'W'), lines, "<b>" + lines + "</b>"};
-  for (const std::string& text : texts) {
-    host.Error("Oops", text, "more");
-    host.Error("Oops", "main text", text);
-    for (int i = 0; i < 2; ++i) {
-      ASSERT_TRUE(WaitFocus("Oops"));
-      EXPECT_TRUE(user.WaitCentred(user.WaitWindow("Oops")));
-      EXPECT_EQ(CutLabels("Oops"), "");
-      Click("gtk-close");
-      EXPECT_TRUE(WaitLabel("Oops", i == 0 ? "main text" : ""));
+  for (const char* font : {"Sans 10", "Sans 48"}) {
+    InUI([&] { g_object_set(gtk_settings_get_default(), "gtk-font-name", font, nullptr); });
+    for (const std::string& text : texts) {
+      host.Error("first", text, "more");
+      host.Error("second", "main <i>text</i>", text);
+      host.Error("both", text.substr(0, 30000), text.substr(0, 30000));
+      for (const std::string title : {"first", "second", "both"}) {
+        EXPECT_TRUE(user.WaitCentred(user.WaitWindow(title)));
+        EXPECT_EQ(CutLabels(title), "");
+        // Only what is too long is shortened.
+        EXPECT_EQ(LabelText(title, 0).ends_with("\u2026"), title != "second") << title;
+        EXPECT_EQ(LabelText(title, 1).ends_with("\u2026"), title != "first") << title;
+        Click("gtk-close");
+        EXPECT_TRUE(user.WaitNoWindow(title));
+      }
     }
-    EXPECT_TRUE(user.WaitNoWindow("Oops"));
   }
+  InUI([] { g_object_set(gtk_settings_get_default(), "gtk-font-name", "Sans 10", nullptr); });
 }
 
 }  // namespace

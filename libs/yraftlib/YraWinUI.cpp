@@ -1,5 +1,6 @@
 // The UI object's two modes, its main window and its end.
 #include <cstdlib>
+#include <optional>
 #include <utility>
 
 #include "dialogs/YraDialogs.h"
@@ -167,8 +168,10 @@ YraWinUI::~YraWinUI() {
   const WinTrace trace(KVO_LOG_INFO);
   YraListDelAll();
   {
-    const GdkLock lock;
+    // An object without windows goes without the lock: its caller may hold it.
     const bool shown = m_pWin != nullptr || m_pChildWin != nullptr;
+    std::optional<GdkLock> lock;
+    if (shown) lock.emplace();
     YraChooseFilesDiagDestory();
     YraChooseDirectoryDiagDestory();
     YraErrorMessageDiagDestory();

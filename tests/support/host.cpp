@@ -263,11 +263,12 @@ std::vector<GtkWidget*> FindFocused(const std::string& titlePart) {
 
 namespace {
 
-// It drops what the user types in its first half second.
+// It drops what the user types in its first half second, and half a second from there.
 bool Hears(GtkWidget* window) {
-  const void* shown = g_object_get_data(G_OBJECT(window), "yraft-shown");
-  return shown == nullptr ||
-         gdk_x11_get_server_time(gtk_widget_get_window(window)) - GPOINTER_TO_UINT(shown) >= 500;
+  const void* dropped = g_object_get_data(G_OBJECT(window), "yraft-dropped");
+  return dropped == nullptr || gdk_x11_get_server_time(gtk_widget_get_window(window)) -
+                                       GPOINTER_TO_UINT(dropped) >=
+                                   500;
 }
 
 }  // namespace
