@@ -31,7 +31,7 @@ class __attribute__((visibility("default"))) YraWinUI {
 
   // Persistent mode: builds the hidden dialogs and serves the signals of `pInput`, the host's
   // YRAFT_SELF_SIGNAL, until signal 5; returns then. Returns at once, traced, for a null table,
-  // without a display, and while another persistent UI serves.
+  // without a display, and while another persistent UI serves or the thread holds GDK's lock.
   //
   // argc, argv  arguments for GTK; argv may be null
   YraWinUI(int argc, char** argv, void* pInput);
@@ -161,7 +161,8 @@ class __attribute__((visibility("default"))) YraWinUI {
 
   // Answers 0, 43 (no queue store), 27 (built already) or 0x80000001 (GTK made none).
   unsigned int YraChooseFilesDiagCreate();
-  // Answers 0 when the dialog has ended, 43 (null record, no store), 27, or 0x80000001.
+  // Answers 0 when the dialog has ended, 43 (null record, no store), 27, or 0x80000001 (no display,
+  // or GDK's lock is held).
   unsigned int YraChooseFilesDiagCreate(int argc, char** argv, YRAFT_THRESHOLD_INFO* pThreshold);
   // Answers 0, 70 (null) or 86.
   unsigned int YraChooseFilesDiagCreate(YRAFT_THRESHOLD_INFO* pThresholdInfo);
@@ -180,9 +181,9 @@ class __attribute__((visibility("default"))) YraWinUI {
   // Answers 0, or 70 for a null path. There is no limit.
   unsigned int YraChooseDirectoryThresholdCheck(int filesNum, char* pFilePath);
 
-  // Answers 0, 27 (built already) or 0x80000001.
+  // Answers 0, 27 (built already) or 86.
   unsigned int YraProgressBarDiagCreate();
-  // Answers what the notify function answered, when the window is gone; 70, 27 or 0x80000001.
+  // Answers what the notify function answered, when the window is gone; 70, 27, 86 or 0x80000001.
   unsigned int YraProgressBarDiagCreate(int argc, char** argv, YRAFT_PROGRESS_BAR_INFO* pInfo);
   // Shows the window for a file. Answers 0 or 70.
   unsigned int YraProgressBarDiagCreate(YRAFT_PROGRESS_BAR_INFO* pProgressBarInfo);
@@ -195,7 +196,7 @@ class __attribute__((visibility("default"))) YraWinUI {
   // Answers 0, 1 (built already) or 0x80000001.
   unsigned int YraErrorMessageDiagCreate();
   // Plain texts in UTF-8, read until the call returns; pPromptInfoSec may be null. Answers 0 when
-  // the user has closed the box, 70 (a null text), 1 (a persistent box is there) or 0x80000001.
+  // the user has closed the box, 70 (a null text), 1 (a persistent box is there), 86 or 0x80000001.
   unsigned int YraErrorMessageDiagCreate(int argc, char** argv, const char* pTitle,
                                          const char* pPromptInfoFir, const char* pPromptInfoSec);
   // Takes the record over, released with free() when its box was closed, or at once where the

@@ -130,8 +130,13 @@ unsigned int Yraft_GetFile(void);
  * before the persistent UI starts or after it has ended, all from one thread. While a persistent UI
  * serves, send it YRAFT_UI_SIGNAL_SELECT_FLIES or YRAFT_UI_SIGNAL_SELECT_DIR instead. A one-call
  * dialog in another thread beside it needs GDK's lock, so call gdk_threads_init() before GTK
- * starts; one of the two threads then runs the callbacks of both. Never call for a dialog while you
- * hold that lock, from a GTK callback or from the notify function.
+ * starts; one of the two threads then runs the callbacks of both. A call from the UI thread itself
+ * stands on top of the UI, whose end ends it too, as declined. A thread that holds GDK's lock, in a
+ * GTK callback say, is refused a dialog, which would wait for that lock: after two seconds, with
+ * the status YRAFT_OPT_STATUS_FAILED.
+ *
+ * A dialog that comes up has the keyboard, but for the progress window. It does not hear what the
+ * user was typing elsewhere just then: keys count after half a second without one, or two seconds.
  */
 
 /* The signals of a persistent UI, indexed by signal type. You provide it, zeroed, and keep it until

@@ -13,6 +13,9 @@ foreach(name ui ui_order ui_call)
     ENVIRONMENT "${test_environment};YRA_GDK_THREADS=1")
 endforeach()
 
+include(support/allocation.cmake)
+yra_test(ui_memory_test TIMEOUT 120 SOURCES ui_memory_test.cpp LIBRARIES ui_support allocation)
+
 yra_test(ui_languages_test TIMEOUT 120 SOURCES ui_languages_test.cpp LIBRARIES ui_support)
 
 yra_test(no_display_test TIMEOUT 60 SOURCES no_display_test.cpp LIBRARIES yra_static)

@@ -3,4 +3,4 @@ include_guard(GLOBAL)
 add_library(allocation STATIC ${CMAKE_CURRENT_LIST_DIR}/allocation.cpp)
 target_include_directories(allocation PUBLIC ${CMAKE_CURRENT_LIST_DIR}/..)
 target_link_options(allocation INTERFACE
-  LINKER:--wrap=malloc,--wrap=calloc,--wrap=free,--wrap=_Znwm,--wrap=_ZdlPv,--wrap=_ZdlPvm)
+  LINKER:--wrap=malloc,--wrap=calloc,--wrap=free,--wrap=_Znwm,--wrap=_ZnwmRKSt9nothrow_t,--wrap=_ZdlPv,--wrap=_ZdlPvm)

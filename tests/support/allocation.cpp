@@ -44,6 +44,7 @@ void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
 void __real_free(void* memory);
 void* __real__Znwm(std::size_t size);
+void* __real__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag) noexcept;
 void __real__ZdlPv(void* memory) noexcept;
 void __real__ZdlPvm(void* memory, std::size_t size) noexcept;
 
@@ -59,6 +60,9 @@ void __wrap_free(void* memory) {
 void* __wrap__Znwm(std::size_t size) {
   if (Refused()) throw std::bad_alloc();
   return __real__Znwm(size);
+}
+void* __wrap__ZnwmRKSt9nothrow_t(std::size_t size, const std::nothrow_t& tag) noexcept {
+  return Refused() ? nullptr : __real__ZnwmRKSt9nothrow_t(size, tag);
 }
 void __wrap__ZdlPv(void* memory) noexcept {
   Released(memory);

@@ -121,6 +121,12 @@ void BringToStart(GtkWidget* pDialog) {
   gtk_file_chooser_set_current_folder(pChooser, g_get_home_dir());
 }
 
+// A hidden chooser goes on reading its folder at each change and sorts it anew each time: while
+// files arrive there the UI thread would do nothing else. Few files come and go in the root.
+void LeaveFolder(GtkWidget* pDialog) {
+  gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(pDialog), "/");
+}
+
 }  // namespace
 
 void YraChooser::ServeData(WinTrace trace, void* data,
@@ -180,6 +186,7 @@ void YraChooser::Answer(GtkWidget* pDialog, int response, const YraRequest& requ
   if (pDialog != nullptr) {
     TRACE_VERBOSE(Trace(), "Will hide dialog...");
     gtk_widget_hide(pDialog);
+    LeaveFolder(pDialog);
     gdk_flush();  // the host, which is called next, may keep the UI thread for a while
   }
   const GdkUnlock unlock;
