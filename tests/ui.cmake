@@ -1,28 +1,28 @@
-find_package(X11 REQUIRED COMPONENTS Xtst)
+find_package(X11 REQUIRED)
 
 add_library(ui_support STATIC support/desktop.cpp support/host.cpp)
-target_link_libraries(ui_support PUBLIC yra_static X11::X11 X11::Xtst)
+target_link_libraries(ui_support PUBLIC yra_static X11::X11 xdo)
 target_include_directories(ui_support PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 
 foreach(name ui ui_order ui_call)
-  yra_test(${name}_test TIMEOUT 300 SOURCES ${name}_test.cpp LIBRARIES ui_support)
+  yra_test(${name}_test SCREEN TIMEOUT 300 SOURCES ${name}_test.cpp LIBRARIES ui_support)
   # The same for a host that initialised GDK's threads.
   add_test(NAME ${name}_gdk_threads_test
-    COMMAND ${inside} ${PROJECT_BINARY_DIR} $<TARGET_FILE:${name}_test>)
+    COMMAND ${inside} ${PROJECT_BINARY_DIR} ${screen} $<TARGET_FILE:${name}_test>)
   set_tests_properties(${name}_gdk_threads_test PROPERTIES TIMEOUT 300
     ENVIRONMENT "${test_environment};YRA_GDK_THREADS=1")
 endforeach()
 
 include(support/allocation.cmake)
-yra_test(ui_memory_test TIMEOUT 120 SOURCES ui_memory_test.cpp LIBRARIES ui_support allocation)
+yra_test(ui_memory_test SCREEN TIMEOUT 120 SOURCES ui_memory_test.cpp LIBRARIES ui_support allocation)
 
-yra_test(ui_languages_test TIMEOUT 120 SOURCES ui_languages_test.cpp LIBRARIES ui_support)
+yra_test(ui_languages_test SCREEN TIMEOUT 120 SOURCES ui_languages_test.cpp LIBRARIES ui_support)
 
 yra_test(no_display_test TIMEOUT 60 SOURCES no_display_test.cpp LIBRARIES yra_static)
 
 # Ten thousand requests, which take half a minute: `ctest --preset release -C Long`.
 add_test(NAME ui_requests_test CONFIGURATIONS Long
-  COMMAND ${inside} ${PROJECT_BINARY_DIR} $<TARGET_FILE:ui_order_test>
+  COMMAND ${inside} ${PROJECT_BINARY_DIR} ${screen} $<TARGET_FILE:ui_order_test>
     --gtest_filter=*SameMemory)
 set_tests_properties(ui_requests_test PROPERTIES TIMEOUT 300
   ENVIRONMENT "${test_environment};YRA_REQUESTS=10000")

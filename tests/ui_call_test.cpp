@@ -105,7 +105,7 @@ TEST_F(Call, HandsOverAnEmptyBlockWhenTheUserDeclines) {
     };
     for (const auto& decline : ways) {
       Pending pending = title == files ? ChooseFiles() : ChooseDirectory(1);
-      ASSERT_TRUE(WaitFocus(title));
+      ASSERT_TRUE(Face(title));
       decline();
       ExpectItems(pending, {});
     }
@@ -134,7 +134,7 @@ TEST_F(Call, HoldsAChoiceAgainstItsLimits) {
       ExpectItems(pending, three);
       continue;
     }
-    ASSERT_TRUE(WaitFocus(box));
+    ASSERT_TRUE(Face(box));
     EXPECT_EQ(LabelText(box, 0), Text("YRAFT_ENG_ERROR_DIALOG_MAIN_TEXT"));
     EXPECT_EQ(LabelText(box, 1), limits.refusal);
     switch (way++ % 3) {
@@ -225,7 +225,7 @@ TEST_F(Call, ShowsTheTextsOfARecordAsTheyAre) {
   const std::unique_ptr<YRAFT_ERROR_MESSAGE_INFO, decltype(&free)> record(
       Yraft_ErrorMessageAllocate(title.c_str(), main.c_str(), more.c_str()), free);
   std::future<int> type = Show(4, record.get());
-  ASSERT_TRUE(WaitFocus(title));
+  ASSERT_TRUE(Face(title));
   EXPECT_EQ(LabelText(title, 0), "<b>a & b</b> %s\xEF\xBF\xBD");
   EXPECT_EQ(LabelText(title, 1), more);
   user.Key("Return");
@@ -243,7 +243,7 @@ TEST_F(Call, ShowsABoxWithoutMore) {
   auto answer = std::async(std::launch::async, [&object] {
     return object.YraErrorMessageDiagCreate(0, nullptr, "Oops", "main", nullptr);
   });
-  ASSERT_TRUE(WaitFocus("Oops"));
+  ASSERT_TRUE(Face("Oops"));
   EXPECT_EQ(LabelText("Oops", 0), "main");
   user.Key("Escape");
   EXPECT_EQ(Await(answer), 0U);

@@ -10,11 +10,11 @@ class Order : public UI {
   // Opens all three dialogs, the error box last and in front.
   void OpenAll(Host& host) {
     host.RequestFiles();
-    ASSERT_TRUE(WaitFocus(chooser));
+    ASSERT_TRUE(Face(chooser));
     host.RequestDirectory(1);
-    ASSERT_TRUE(WaitFocus(folderChooser));
+    ASSERT_TRUE(Face(folderChooser));
     host.Error("Oops", "main text", "");
-    ASSERT_TRUE(WaitFocus("Oops"));
+    ASSERT_TRUE(Face("Oops"));
   }
 
   void Decline(const std::string& title) {
@@ -41,19 +41,16 @@ TEST_F(Order, KeepsEveryOpenWindowUsable) {
   Host host;
   OpenAll(host);
   host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2);
-  user.Activate(user.WaitWindow(TitleAt(50)));
-  ASSERT_TRUE(WaitFocus(TitleAt(50)));
+  ASSERT_TRUE(Face(TitleAt(50)));
   Click(pause);
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 0);
   // The next file's progress takes nothing from the user who types.
-  user.Activate(user.WaitWindow(chooser));
-  ASSERT_TRUE(WaitFocus(chooser));
+  ASSERT_TRUE(Face(chooser));
   host.Progress(YRAFT_PROGRESS_CREATE, "b", 1, 4);
   ASSERT_NE(user.WaitWindow(TitleAt(25)), None);
   Choose("first.txt");
   ExpectChoice({{first, 1024}});
-  user.Activate(user.WaitWindow(TitleAt(25)));
-  ASSERT_TRUE(WaitFocus(TitleAt(25)));
+  ASSERT_TRUE(Face(TitleAt(25)));
   Click(pause);
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 0);
   Decline(folderChooser);
@@ -97,7 +94,7 @@ TEST_F(Order, EndsAtOnceWhateverIsOpenAndWhateverEndsIt) {
   const std::string folder = Desktop::Get().AddFolder("gone");
   Host host;
   host.RequestFiles();
-  ASSERT_TRUE(WaitFocus(chooser));
+  ASSERT_TRUE(Face(chooser));
   user.Key("l", true);
   user.Type("gone/file");
   ASSERT_TRUE(WaitEntry(chooser, "gone/file"));
@@ -134,7 +131,7 @@ TEST_F(Order, EndsTheCallsThatStandOnTopOfIt) {
     } else {
       answer = std::async(std::launch::async, call);
     }
-    ASSERT_TRUE(WaitFocus("Open:"));
+    ASSERT_TRUE(Face("Open:"));
     EXPECT_TRUE(host.End());
     EXPECT_TRUE(Await(answer));
     EXPECT_TRUE(user.WaitNoWindow("Open:"));
@@ -156,7 +153,7 @@ TEST_F(Order, AnswersWhatIsSentWhileItEnds) {
         if (host.Send(YRAFT_UI_SIGNAL_SELECT_FLIES, 0, info) == 0) ++accepted;
       }
     });
-    ASSERT_TRUE(WaitFocus(chooser));
+    ASSERT_TRUE(Face(chooser));
     YraWinUI* object = host.Return();
     other.join();
     EXPECT_EQ(notes.Pending(), static_cast<std::size_t>(accepted));

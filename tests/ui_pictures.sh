@@ -16,7 +16,8 @@ for language in en_US de_DE fr_FR es_ES ja_JP zh_CN; do
   locale=$language.UTF-8
   [ -d "$LOCPATH/$locale" ] || localedef -i "$language" -f UTF-8 "$LOCPATH/$locale" 2>/dev/null || true
   [ -d "$LOCPATH/$locale" ] || locale=C.UTF-8
-  YRA_LOCALE=$locale "$root/tests/support/inside" "$build" "$build/tests/ui_languages_test" \
+  YRA_LOCALE=$locale "$root/tests/support/inside" "$build" "$root/tests/support/screen" \
+    "$build/tests/ui_languages_test" \
     --gtest_filter="*/$language" --gtest_brief=1
 done
 ls "$YRA_PICTURES"

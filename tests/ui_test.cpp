@@ -18,6 +18,7 @@ TEST_F(UI, HandsOverAChosenFileAndServesTheNextChoiceFromTheHomeFolderAgain) {
   const std::string third = Desktop::Get().AddFile("third.txt", 0);
   Host host;
   host.RequestFiles();
+  ASSERT_TRUE(WaitFocus(chooser));  // by itself
   Choose(second);
   ExpectChoice({{second, 5}});
   EXPECT_TRUE(user.WaitNoWindow(chooser));
@@ -26,7 +27,7 @@ TEST_F(UI, HandsOverAChosenFileAndServesTheNextChoiceFromTheHomeFolderAgain) {
   Choose("first.txt");
   ExpectChoice({{first, 1024}});
   host.RequestFiles();
-  ASSERT_TRUE(WaitFocus(chooser));
+  ASSERT_TRUE(Face(chooser));
   user.Key("l", true);
   user.Type("deep/er/sec");
   EXPECT_TRUE(user.WaitCentred(user.WaitWindow(chooser)));
@@ -68,7 +69,7 @@ TEST_F(UI, DeclinesOnCancelEscapeAndCloseAndWhenNothingIsChosen) {
   };
   for (const auto& decline : ways) {
     host.RequestFiles();
-    ASSERT_TRUE(WaitFocus(chooser));
+    ASSERT_TRUE(Face(chooser));
     decline();
     ExpectDeclined();
     EXPECT_TRUE(user.WaitNoWindow(chooser));
@@ -82,10 +83,10 @@ TEST_F(UI, AnswersEachOfSeveralRequestsOnceAndTheWaitingOnesWhenItEnds) {
   for (int i = 0; i < 4; ++i) host.RequestFiles();
   Choose("first.txt");
   ExpectChoice({{first, 1024}});
-  ASSERT_TRUE(WaitFocus(chooser));
+  ASSERT_TRUE(Face(chooser));
   user.Key("Escape");
   ExpectDeclined();
-  ASSERT_TRUE(WaitFocus(chooser));
+  ASSERT_TRUE(Face(chooser));
   EXPECT_TRUE(host.End());
   ExpectDeclined();
   ExpectDeclined();
@@ -130,7 +131,7 @@ TEST_F(UI, ServesASecondUIOfTheProcessByTheSameSignals) {
     EXPECT_EQ(unused.entries[1].signalId, 0U);
     EXPECT_EQ(YraMainWinUIDestory(refused), YRAFT_STATUS_SUCCESS);
     host.RequestFiles();
-    ASSERT_TRUE(WaitFocus(chooser));
+    ASSERT_TRUE(Face(chooser));
     user.Key("Escape");
     ExpectDeclined();
     EXPECT_TRUE(host.End());
@@ -280,7 +281,7 @@ TEST_F(UI, ReportsPauseResumeAndCancel) {
   const Window window = user.WaitWindow(TitleAt(50));
   EXPECT_FALSE(HasFocus(TitleAt(50)));
   user.Activate(window);
-  ASSERT_TRUE(WaitFocus(TitleAt(50)));
+  ASSERT_TRUE(Face(TitleAt(50)));
   for (const char* key : {"space", "Return", "Escape", "Tab", "space"}) user.Key(key);
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 9);
   EXPECT_EQ(notes.Pending(), 0U);
@@ -313,7 +314,7 @@ TEST_F(UI, HandsOverTheChosenDirectoryWithTheSizeOfTheUpload) {
   const clock_t before = clock();
   for (int i = 0; i < 3000; ++i) close(creat((folder + "/" + std::to_string(i)).c_str(), 0600));
   host.RequestDirectory(1);
-  ASSERT_TRUE(WaitFocus(folderChooser));
+  ASSERT_TRUE(Face(folderChooser));
   user.Key("Escape");
   ExpectDeclined(5);
   EXPECT_LT((clock() - before) / CLOCKS_PER_SEC, 3);
@@ -332,7 +333,7 @@ TEST_F(UI, ShowsEveryErrorInTheOrderOfArrival) {
       ASSERT_TRUE(Respond(title(i), GTK_RESPONSE_CLOSE)) << i;
       continue;
     }
-    ASSERT_TRUE(WaitFocus(title(i))) << i;
+    ASSERT_TRUE(Face(title(i))) << i;
     EXPECT_EQ(LabelText("Oops"), i % 2 ? "bold" : "a & b <c");
     if (i == 4) {
       user.Close(user.WaitWindow(title(i)));

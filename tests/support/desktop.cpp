@@ -1,20 +1,10 @@
 #include "support/desktop.h"
 
-#include <X11/XKBlib.h>
 #include <X11/Xatom.h>
-#include <X11/Xutil.h>
-#include <X11/extensions/XTest.h>
-#include <X11/keysym.h>
-#include <fcntl.h>
 #include <glib.h>
-#include <poll.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -22,26 +12,14 @@
 #include <random>
 #include <set>
 #include <stdexcept>
-#include <thread>
+
+extern "C" {
+#include <xdo.h>
+}
+
+#include "support/await.h"
 
 namespace {
-
-constexpr auto kPatience = std::chrono::seconds(30);
-
-// Starts a program that does not outlive this one.
-int Spawn(std::vector<const char*> argv) {
-  argv.push_back(nullptr);
-  const int pid = fork();
-  if (pid == 0) {
-    prctl(PR_SET_PDEATHSIG, SIGKILL);
-    const int null = open("/dev/null", O_RDWR);
-    dup2(null, STDOUT_FILENO);
-    dup2(null, STDERR_FILENO);
-    execvp(argv[0], const_cast<char* const*>(argv.data()));
-    _exit(127);
-  }
-  return pid;
-}
 
 // Windows come and go as a user looks: errors on a user's connection mean nothing, those of the
 // dialogs' connection go to the toolkit, which ends the process.
@@ -53,59 +31,18 @@ int OnXError(Display* display, XErrorEvent* event) {
   return g_toolkitHandler(display, event);
 }
 
-// The bytes of a window's property; Xlib gives each of 32 bits a long.
-std::string Property(Display* display, Window window, const char* name) {
-  Atom type;
-  int format;
-  unsigned long n = 0;
-  unsigned long rest;
-  unsigned char* data = nullptr;
-  XGetWindowProperty(display, window, XInternAtom(display, name, False), 0, 1024, False,
-                     AnyPropertyType, &type, &format, &n, &rest, &data);
-  if (data == nullptr) return {};
-  std::string bytes(reinterpret_cast<char*>(data), format == 32 ? n * sizeof(long) : n);
-  XFree(data);
-  return bytes;
-}
-
-// A property of the screen that names windows.
-std::vector<Window> WindowsOf(Display* display, const char* name) {
-  const std::string bytes = Property(display, DefaultRootWindow(display), name);
-  std::vector<Window> windows(bytes.size() / sizeof(Window));
-  bytes.copy(reinterpret_cast<char*>(windows.data()), bytes.size());
-  return windows;
-}
-
-bool IsActive(Display* display, Window window) {
-  const auto active = WindowsOf(display, "_NET_ACTIVE_WINDOW");
-  return !active.empty() && active[0] == window;
-}
-
-// A manager that has just announced itself still gives no focus to what it finds on the screen, and
-// a window without the focus hears no key: a window of our own must get the focus first.
-void WaitForManager() {
-  Display* display = XOpenDisplay(nullptr);
-  if (display == nullptr) throw std::runtime_error("no display");
-  const auto end = std::chrono::steady_clock::now() + kPatience;
-  bool ready = false;
-  while (!ready && std::chrono::steady_clock::now() < end) {
-    const Window root = DefaultRootWindow(display);
-    const Window probe = XCreateSimpleWindow(display, root, 0, 0, 50, 50, 0, 0, 0);
-    XMapWindow(display, probe);
-    for (int i = 0; i < 50 && !ready; ++i) {
-      XSync(display, False);
-      std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      ready = IsActive(display, probe);
-    }
-    XDestroyWindow(display, probe);
-  }
-  XCloseDisplay(display);
-  if (!ready) throw std::runtime_error("the window manager gives no focus");
-}
-
+// The toolkit sets its own when it starts.
 void GuardAgainstXErrors() {
   const XErrorHandler old = XSetErrorHandler(OnXError);
   if (old != OnXError) g_toolkitHandler = old;
+}
+
+// The toolkit's location entry looks for completions while the folder is still being read,
+// complains that it has no list yet, and goes on: its own fault, and harmless. Everything else is
+// fatal.
+gboolean IsFatal(const gchar*, GLogLevelFlags, const gchar* message, gpointer) {
+  return std::strstr(message, "IA__gtk_tree_model_get_iter_first: assertion 'GTK_IS_TREE_MODEL") ==
+         nullptr;
 }
 
 }  // namespace
@@ -115,51 +52,9 @@ Desktop& Desktop::Get() {
   return desktop;
 }
 
-// The toolkit's location entry looks for completions while the folder is still being read,
-// complains that it has no list yet, and goes on: its own fault, and harmless. Everything else is
-// fatal.
-static gboolean IsFatal(const gchar*, GLogLevelFlags, const gchar* message, gpointer) {
-  return std::strstr(message, "IA__gtk_tree_model_get_iter_first: assertion 'GTK_IS_TREE_MODEL") ==
-         nullptr;
-}
-
-Desktop::Desktop() {
+Desktop::Desktop() : m_home(getenv("HOME")) {
   XInitThreads();
   g_test_log_set_fatal_handler(IsFatal, nullptr);
-  char home[] = "/tmp/yra-home-XXXXXX";
-  m_home = mkdtemp(home);
-  setenv("HOME", home, 1);
-  setenv("LANG", "en_US.UTF-8", 1);  // picks the catalog; the toolkit goes by LC_ALL
-  const char* locale = getenv("YRA_LOCALE");
-  setenv("LC_ALL", locale != nullptr ? locale : "C.UTF-8", 1);
-  std::filesystem::create_directories(m_home + "/.local/share");
-  setenv("XDG_DATA_HOME", (m_home + "/.local/share").c_str(), 1);
-  setenv("NO_AT_BRIDGE", "1", 1);
-  unsetenv("XDG_CONFIG_HOME");
-
-  int ends[2];
-  if (pipe(ends) != 0) throw std::runtime_error("pipe");
-  const std::string fd = std::to_string(ends[1]);
-  m_xvfb = Spawn({"Xvfb", "-displayfd", fd.c_str(), "-screen", "0", "1024x768x24", "-nolisten",
-                  "tcp", "-noreset"});
-  close(ends[1]);
-  char number[16] = "";
-  const ssize_t n = read(ends[0], number, sizeof(number) - 1);
-  close(ends[0]);
-  if (n <= 0) throw std::runtime_error("Xvfb did not start");
-  const std::string display = ":" + std::to_string(atoi(number));
-  setenv("DISPLAY", display.c_str(), 1);
-  m_manager = Spawn({"openbox"});
-  WaitForManager();
-}
-
-Desktop::~Desktop() {
-  for (const int pid : {m_manager, m_xvfb}) {
-    kill(pid, SIGTERM);
-    waitpid(pid, nullptr, 0);
-  }
-  std::error_code ignored;
-  std::filesystem::remove_all(m_home, ignored);
 }
 
 std::string Desktop::AddFile(const std::string& name, std::size_t size) {
@@ -180,39 +75,40 @@ std::string Desktop::AddFolder(const std::string& name) {
   return path;
 }
 
-User::User() : m_display(XOpenDisplay(nullptr)) {
-  if (m_display == nullptr) throw std::runtime_error("no display");
-  g_userDisplays.insert(m_display);
-  XSelectInput(m_display, DefaultRootWindow(m_display), PropertyChangeMask);
+User::User() : m_xdo(xdo_new(nullptr)) {
+  if (m_xdo == nullptr) throw std::runtime_error("no display");
+  g_userDisplays.insert(m_xdo->xdpy);
 }
 
 User::~User() {
-  g_userDisplays.erase(m_display);
-  XCloseDisplay(m_display);
-}
-
-bool User::WaitFor(const std::function<bool()>& condition) {
-  const auto end = std::chrono::steady_clock::now() + kPatience;
-  while (!condition()) {
-    if (std::chrono::steady_clock::now() > end) return false;
-    XFlush(m_display);
-    pollfd connection{ConnectionNumber(m_display), POLLIN, 0};
-    poll(&connection, 1, 20);
-    while (XPending(m_display) > 0) {
-      XEvent event;
-      XNextEvent(m_display, &event);
-    }
-  }
-  return true;
+  g_userDisplays.erase(m_xdo->xdpy);
+  xdo_free(m_xdo);
 }
 
 // Whoever looks for windows may be about to touch one that is gone.
 std::vector<Window> User::Windows() {
   GuardAgainstXErrors();
-  return WindowsOf(m_display, "_NET_CLIENT_LIST");
+  unsigned char* value = nullptr;
+  long count = 0;
+  Atom type = None;
+  int size = 0;
+  xdo_get_window_property(m_xdo, DefaultRootWindow(m_xdo->xdpy), "_NET_CLIENT_LIST", &value, &count,
+                          &type, &size);
+  const auto* first = reinterpret_cast<Window*>(value);
+  std::vector<Window> windows(first, first + (type == XA_WINDOW ? count : 0));
+  if (value != nullptr) XFree(value);
+  return windows;
 }
 
-std::string User::Title(Window window) { return Property(m_display, window, "_NET_WM_NAME"); }
+std::string User::Title(Window window) {
+  unsigned char* name = nullptr;
+  int length = 0;
+  int type = 0;
+  xdo_get_window_name(m_xdo, window, &name, &length, &type);
+  std::string title(reinterpret_cast<char*>(name), name != nullptr ? length : 0);
+  if (name != nullptr) XFree(name);
+  return title;
+}
 
 Window User::Find(const std::string& titlePart) {
   for (const Window window : Windows()) {
@@ -223,26 +119,25 @@ Window User::Find(const std::string& titlePart) {
 
 Window User::WaitWindow(const std::string& titlePart) {
   Window window = None;
-  WaitFor([&] { return (window = Find(titlePart)) != None; });
+  WaitUntil([&] { return (window = Find(titlePart)) != None; });
   return window;
 }
 
 bool User::WaitNoWindow(const std::string& titlePart) {
-  return WaitFor([&] { return Find(titlePart) == None; });
+  return WaitUntil([&] { return Find(titlePart) == None; });
 }
 
 bool User::WaitWindows(std::size_t count) {
-  return WaitFor([&] { return Windows().size() == count; });
-}
-
-bool User::WaitActive(Window window) {
-  return WaitFor([&] { return IsActive(m_display, window); });
+  return WaitUntil([&] { return Windows().size() == count; });
 }
 
 bool User::WaitCentred(Window window) {
-  return WaitFor([&] {
+  unsigned int width = 0;
+  unsigned int height = 0;
+  xdo_get_viewport_dimensions(m_xdo, &width, &height, 0);
+  const Box screen{0, 0, static_cast<int>(width), static_cast<int>(height)};
+  return WaitUntil([&] {
     const Box box = Geometry(window);
-    const Box screen = Screen();
     const int x = box.x + box.width / 2 - screen.width / 2;
     const int y = box.y + box.height / 2 - screen.height / 2;  // less than the title bar adds
     return box.x >= 0 && box.y >= 0 && box.x + box.width <= screen.width &&
@@ -253,86 +148,64 @@ bool User::WaitCentred(Window window) {
 Window User::Face(const std::string& titlePart) {
   const Window window = WaitWindow(titlePart);
   if (window != None) Activate(window);
-  return window != None && WaitActive(window) ? window : None;
+  const bool active = WaitUntil([&] {
+    Window now = None;
+    return xdo_get_active_window(m_xdo, &now) == 0 && now == window;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(600));
+  return active ? window : None;
 }
 
-void User::Key(const char* keysym, bool control) {
-  const KeySym symbol = XStringToKeysym(keysym);
-  const KeyCode code = XKeysymToKeycode(m_display, symbol);
-  const KeyCode controlCode = XKeysymToKeycode(m_display, XK_Control_L);
-  const KeyCode shiftCode = XKeysymToKeycode(m_display, XK_Shift_L);
-  const bool shift = XkbKeycodeToKeysym(m_display, code, 0, 0) != symbol &&
-                     XkbKeycodeToKeysym(m_display, code, 0, 1) == symbol;
-  if (control) XTestFakeKeyEvent(m_display, controlCode, True, CurrentTime);
-  if (shift) XTestFakeKeyEvent(m_display, shiftCode, True, CurrentTime);
-  XTestFakeKeyEvent(m_display, code, True, CurrentTime);
-  XTestFakeKeyEvent(m_display, code, False, CurrentTime);
-  if (shift) XTestFakeKeyEvent(m_display, shiftCode, False, CurrentTime);
-  if (control) XTestFakeKeyEvent(m_display, controlCode, False, CurrentTime);
-  XSync(m_display, False);
+void User::Key(const std::string& keysym, bool control) {
+  xdo_send_keysequence_window(m_xdo, CURRENTWINDOW, ((control ? "ctrl+" : "") + keysym).c_str(), 0);
+  XSync(m_xdo->xdpy, False);
 }
 
-void User::Type(const std::string& ascii) {
-  for (const char c : ascii) {
-    const KeySym symbol = static_cast<unsigned char>(c);  // Latin-1 keysyms are the characters
-    Key(XKeysymToString(symbol));
-  }
+void User::Type(const std::string& text) {
+  xdo_enter_text_window(m_xdo, CURRENTWINDOW, text.c_str(), 0);
+  XSync(m_xdo->xdpy, False);
 }
 
-void User::ClickAt(int x, int y, bool control) {
-  const KeyCode controlCode = XKeysymToKeycode(m_display, XK_Control_L);
-  XTestFakeMotionEvent(m_display, -1, x, y, CurrentTime);
-  if (control) XTestFakeKeyEvent(m_display, controlCode, True, CurrentTime);
-  XTestFakeButtonEvent(m_display, 1, True, CurrentTime);
-  XTestFakeButtonEvent(m_display, 1, False, CurrentTime);
-  if (control) XTestFakeKeyEvent(m_display, controlCode, False, CurrentTime);
-  XSync(m_display, False);
+void User::ClickAt(int x, int y) {
+  xdo_move_mouse(m_xdo, x, y, 0);
+  xdo_click_window(m_xdo, CURRENTWINDOW, 1);
+  XSync(m_xdo->xdpy, False);
 }
 
 void User::Close(Window window) {
-  const Atom deletion = XInternAtom(m_display, "WM_DELETE_WINDOW", False);
-  Send(window, window, "WM_PROTOCOLS", static_cast<long>(deletion), NoEventMask);
+  XEvent event = {};
+  event.xclient.type = ClientMessage;
+  event.xclient.window = window;
+  event.xclient.message_type = XInternAtom(m_xdo->xdpy, "WM_PROTOCOLS", False);
+  event.xclient.format = 32;
+  event.xclient.data.l[0] = static_cast<long>(XInternAtom(m_xdo->xdpy, "WM_DELETE_WINDOW", False));
+  XSendEvent(m_xdo->xdpy, window, False, NoEventMask, &event);
+  XSync(m_xdo->xdpy, False);
 }
 
 void User::Activate(Window window) {
-  constexpr long kFromTaskBar = 2;
-  Send(DefaultRootWindow(m_display), window, "_NET_ACTIVE_WINDOW", kFromTaskBar,
-       SubstructureRedirectMask | SubstructureNotifyMask);
-}
-
-void User::Send(Window to, Window about, const char* type, long value, long mask) {
-  XEvent event = {};
-  event.xclient.type = ClientMessage;
-  event.xclient.window = about;
-  event.xclient.message_type = XInternAtom(m_display, type, False);
-  event.xclient.format = 32;
-  event.xclient.data.l[0] = value;
-  XSendEvent(m_display, to, False, mask, &event);
-  XSync(m_display, False);
+  xdo_activate_window(m_xdo, window);
+  XSync(m_xdo->xdpy, False);
 }
 
 void User::Disturb(Window window, bool iconify, int by) {
   if (iconify) {
-    XIconifyWindow(m_display, window, DefaultScreen(m_display));
-    XMapRaised(m_display, window);
+    xdo_minimize_window(m_xdo, window);
+    xdo_map_window(m_xdo, window);
   } else {
-    XMoveWindow(m_display, window, by, by);
+    xdo_move_window(m_xdo, window, by, by);
   }
-  XSync(m_display, False);
+  XSync(m_xdo->xdpy, False);
 }
 
 User::Box User::Geometry(Window window) {
-  Window root;
-  Window child;
-  int x = 0;
-  int y = 0;
+  Box box{};
   unsigned int width = 0;
   unsigned int height = 0;
-  unsigned int border;
-  unsigned int depth;
-  XGetGeometry(m_display, window, &root, &x, &y, &width, &height, &border, &depth);
-  XTranslateCoordinates(m_display, window, root, 0, 0, &x, &y, &child);
-  return {x, y, static_cast<int>(width), static_cast<int>(height)};
+  // xdo's own answer adds the frame twice.
+  Window child;
+  XTranslateCoordinates(m_xdo->xdpy, window, DefaultRootWindow(m_xdo->xdpy), 0, 0, &box.x, &box.y,
+                        &child);
+  xdo_get_window_size(m_xdo, window, &width, &height);
+  return {box.x, box.y, static_cast<int>(width), static_cast<int>(height)};
 }
-
-User::Box User::Screen() { return {0, 0, DisplayWidth(m_display, 0), DisplayHeight(m_display, 0)}; }

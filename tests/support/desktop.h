@@ -1,15 +1,15 @@
-// A real screen with a window manager, a user with a keyboard and a mouse on it, and a home.
+// The screen, the home and the user with a keyboard and a mouse that tests/support/screen has made.
 #pragma once
 
 #include <X11/Xlib.h>
 
-#include <chrono>
 #include <functional>
 #include <string>
 #include <vector>
 
-// The process's one screen: Xvfb and openbox, started on first use and gone with the process.
-// DISPLAY, HOME and the language are set for everything that the process starts later.
+struct xdo;
+
+// The home directory. Made ready for the toolkit on first use.
 class Desktop {
  public:
   static Desktop& Get();
@@ -20,10 +20,7 @@ class Desktop {
 
  private:
   Desktop();
-  ~Desktop();
   std::string m_home;
-  int m_xvfb = -1;
-  int m_manager = -1;
 };
 
 // Looks at windows by their titles and uses keyboard and mouse through its own connection.
@@ -31,21 +28,21 @@ class User {
  public:
   User();
   ~User();
+  User(const User&) = delete;
+  User& operator=(const User&) = delete;
 
   // Each waits for the window manager's word, and answers false or None after half a minute.
   Window WaitWindow(const std::string& titlePart);
   bool WaitNoWindow(const std::string& titlePart);
   bool WaitWindows(std::size_t count);
-  bool WaitActive(Window window);
   // The whole window is on the screen, and in its middle.
   bool WaitCentred(Window window);
-
-  // Brings the window to the front and waits for its focus.
+  // Brings the window to the front, and waits for its focus and until it hears the keys.
   Window Face(const std::string& titlePart);
 
-  void Type(const std::string& ascii);
-  void Key(const char* keysym, bool control = false);
-  void ClickAt(int x, int y, bool control = false);
+  void Type(const std::string& text);
+  void Key(const std::string& keysym, bool control = false);
+  void ClickAt(int x, int y);
   void Close(Window window);     // as by a click on the window's close control
   void Activate(Window window);  // as by a click in a task bar
   // Moves a window, or iconifies it and asks for it again.
@@ -56,11 +53,10 @@ class User {
     int x, y, width, height;
   };
   Box Geometry(Window window);
-  Box Screen();
+
+  // None where there is none.
+  Window Find(const std::string& titlePart);
 
  private:
-  bool WaitFor(const std::function<bool()>& condition);
-  Window Find(const std::string& titlePart);
-  void Send(Window to, Window about, const char* type, long value, long mask);
-  Display* m_display;
+  xdo* m_xdo;
 };

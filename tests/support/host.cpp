@@ -266,24 +266,23 @@ namespace {
 // It drops what the user types in its first half second, and half a second from there.
 bool Hears(GtkWidget* window) {
   const void* dropped = g_object_get_data(G_OBJECT(window), "yraft-dropped");
-  return dropped == nullptr || gdk_x11_get_server_time(gtk_widget_get_window(window)) -
-                                       GPOINTER_TO_UINT(dropped) >=
-                                   500;
+  return dropped == nullptr ||
+         gdk_x11_get_server_time(gtk_widget_get_window(window)) - GPOINTER_TO_UINT(dropped) >= 500;
 }
 
 }  // namespace
 
-bool WaitFocus(const std::string& titlePart) {
-  return WaitInUI([&] {
+bool HasFocus(const std::string& titlePart, bool hears) {
+  bool has = false;
+  InUI([&] {
     const auto focused = FindFocused(titlePart);
-    return !focused.empty() && Hears(focused.back());
+    has = !focused.empty() && (!hears || Hears(focused.back()));
   });
+  return has;
 }
 
-bool HasFocus(const std::string& titlePart) {
-  bool has = false;
-  InUI([&] { has = !FindFocused(titlePart).empty(); });
-  return has;
+bool WaitFocus(const std::string& titlePart) {
+  return WaitUntil([&] { return HasFocus(titlePart, true); });
 }
 
 std::string LabelText(const std::string& titlePart, int nth) {

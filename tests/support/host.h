@@ -91,7 +91,7 @@ bool SelectAllListed(class User& user, int count);
 // A visible window with this title part has the keyboard focus and hears the keys, within half a
 // minute.
 bool WaitFocus(const std::string& titlePart);
-bool HasFocus(const std::string& titlePart);
+bool HasFocus(const std::string& titlePart, bool hears = false);
 // The text of the nth label (from 0) of a visible window with this title part.
 std::string LabelText(const std::string& titlePart, int nth = 0);
 // That text has come to hold this part, within half a minute.
