@@ -188,9 +188,14 @@ void User::Activate(Window window) {
   XSync(m_xdo->xdpy, False);
 }
 
+void User::Minimize(Window window) {
+  xdo_minimize_window(m_xdo, window);
+  XSync(m_xdo->xdpy, False);
+}
+
 void User::Disturb(Window window, bool iconify, int by) {
   if (iconify) {
-    xdo_minimize_window(m_xdo, window);
+    Minimize(window);
     xdo_map_window(m_xdo, window);
   } else {
     xdo_move_window(m_xdo, window, by, by);

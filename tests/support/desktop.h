@@ -45,6 +45,7 @@ class User {
   void ClickAt(int x, int y);
   void Close(Window window);     // as by a click on the window's close control
   void Activate(Window window);  // as by a click in a task bar
+  void Minimize(Window window);
   // Moves a window, or iconifies it and asks for it again.
   void Disturb(Window window, bool iconify, int by);
   std::string Title(Window window);

@@ -56,6 +56,25 @@ gboolean DropTypedAhead(GtkWidget* pWindow, GdkEventKey* pEvent, void*) {
   return TRUE;
 }
 
+// A dialog stands in no task bar: once minimised, nothing else would bring it back.
+gboolean ComeBack(GtkWidget* pWindow, GdkEventWindowState* pEvent, void*) {
+  if ((pEvent->changed_mask & pEvent->new_window_state & GDK_WINDOW_STATE_ICONIFIED) != 0) {
+    const guint32 now = gdk_x11_get_server_time(gtk_widget_get_window(pWindow));
+    gtk_window_deiconify(GTK_WINDOW(pWindow));
+    gtk_window_present_with_time(GTK_WINDOW(pWindow), now);
+  }
+  return FALSE;
+}
+
+// Where no window manager does it, a window that comes up or is clicked takes the focus itself.
+gboolean TakeFocus(GtkWidget* pWindow, GdkEvent*, void*) {
+  const GdkAtom hint = gdk_atom_intern_static_string("_NET_ACTIVE_WINDOW");
+  if (!gdk_x11_screen_supports_net_wm_hint(gtk_widget_get_screen(pWindow), hint)) {
+    gdk_window_focus(gtk_widget_get_window(pWindow), GDK_CURRENT_TIME);
+  }
+  return FALSE;
+}
+
 }  // namespace
 
 void YraStandAlone(GtkWidget* pWindow) {
@@ -70,8 +89,12 @@ void YraShowInFront(GtkWidget* pWindow) {
   GdkWindow* pGdkWindow = gtk_widget_get_window(pWindow);
   const guint32 now = gdk_x11_get_server_time(pGdkWindow);
   gdk_x11_window_set_user_time(pGdkWindow, now);
+  gtk_widget_add_events(pWindow, GDK_BUTTON_PRESS_MASK);
   if (g_object_get_data(G_OBJECT(pWindow), kShown) == nullptr) {
     g_signal_connect(pWindow, "key-press-event", G_CALLBACK(DropTypedAhead), nullptr);
+    g_signal_connect(pWindow, "window-state-event", G_CALLBACK(ComeBack), nullptr);
+    g_signal_connect(pWindow, "map-event", G_CALLBACK(TakeFocus), nullptr);
+    g_signal_connect(pWindow, "button-press-event", G_CALLBACK(TakeFocus), nullptr);
   }
   for (const char* pMoment : {kShown, kDropped}) {
     g_object_set_data(G_OBJECT(pWindow), pMoment, GUINT_TO_POINTER(now));
