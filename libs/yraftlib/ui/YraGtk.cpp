@@ -59,18 +59,19 @@ gboolean DropTypedAhead(GtkWidget* pWindow, GdkEventKey* pEvent, void*) {
 // A dialog stands in no task bar: once minimised, nothing else would bring it back.
 gboolean ComeBack(GtkWidget* pWindow, GdkEventWindowState* pEvent, void*) {
   if ((pEvent->changed_mask & pEvent->new_window_state & GDK_WINDOW_STATE_ICONIFIED) != 0) {
-    const guint32 now = gdk_x11_get_server_time(gtk_widget_get_window(pWindow));
     gtk_window_deiconify(GTK_WINDOW(pWindow));
-    gtk_window_present_with_time(GTK_WINDOW(pWindow), now);
   }
   return FALSE;
 }
 
-// Where no window manager does it, a window that comes up or is clicked takes the focus itself.
-gboolean TakeFocus(GtkWidget* pWindow, GdkEvent*, void*) {
+// A window manager that is busy overlooks who asks before the window is there; and where there is
+// none, nobody else gives the focus to a window that is clicked.
+gboolean TakeFocus(GtkWidget* pWindow, GdkEvent* pEvent, void*) {
   const GdkAtom hint = gdk_atom_intern_static_string("_NET_ACTIVE_WINDOW");
-  if (!gdk_x11_screen_supports_net_wm_hint(gtk_widget_get_screen(pWindow), hint)) {
-    gdk_window_focus(gtk_widget_get_window(pWindow), GDK_CURRENT_TIME);
+  if (pEvent->type == GDK_MAP ||
+      !gdk_x11_screen_supports_net_wm_hint(gtk_widget_get_screen(pWindow), hint)) {
+    GdkWindow* pGdkWindow = gtk_widget_get_window(pWindow);
+    gdk_window_focus(pGdkWindow, gdk_x11_get_server_time(pGdkWindow));
   }
   return FALSE;
 }
