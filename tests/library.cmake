@@ -1,9 +1,7 @@
-# The library as it is built: what it exports, who may include its headers, how it is loaded.
+# The library as it is built: who may include its headers, how it is loaded.
 add_test(NAME headers_test COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/headers_test.sh)
 
 if(YRAFT_TCMALLOC)
-  add_test(NAME exports_test COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/exports_test.sh
-    $<TARGET_FILE:yrafiletransfer> ${CMAKE_CURRENT_SOURCE_DIR}/exports.txt)
   foreach(way linked loaded)
     add_executable(${way}_host loading_host.c)
     target_compile_definitions(${way}_host PRIVATE EXPECT_TCMALLOC=1 $<$<STREQUAL:${way},linked>:LINKED>)

@@ -411,17 +411,18 @@ void State() {
   WIDGET(ProgressBarLabel);
   YRAFT_PROGRESS_BAR_INFO progress = {1, 2, 3, 4, 5, "dir/name", YRAFT_OPERATION_UPLOAD, 6, {}};
   YRAFT_THRESHOLD_INFO limits = {1, 2, 3, 4, 5, 6};
+  YRAFT_FILEINFO_ITEM* record = NewRecord();
   YRAFT_ERROR_MESSAGE_INFO* message = nullptr;
   g_text->Quietly([&] { message = Yraft_ErrorMessageAllocate("title", "first", "second"); });
   CALLS(object.YraSetProgressBarPauseStatus(true), object.YraGetProgressBarPauseStatus(),
         object.YraSetProgressBarCancelStatus(true), object.YraGetProgressBarCancelStatus(),
         object.YraSetChooseOptStatusCode(4), object.YraGetChooseOptStatusCode(),
         object.YraOperationTypeGet(), object.YraSetProgressBarInfo(&progress),
-        object.YraSetProgressBarInfo(nullptr), object.YraGetProgressBarInfo(),
-        object.YraProgressBarInfoClear(), object.YraSetThresholdInfo(&limits),
-        object.YraSetThresholdInfo(nullptr), object.YraGetThresholdInfo(),
-        object.YraSetFileItemInfo(NewRecord()), object.YraSetFileItemInfo(nullptr),
-        object.YraGetFileItemInfo(), object.YraSetErrorMessageInfo(message),
+        object.YraSetProgressBarInfo(nullptr), memcmp(object.YraGetProgressBarInfo(), &progress, sizeof(progress)),
+        object.YraProgressBarInfoClear(), object.YraGetProgressBarInfo()->name, object.YraSetThresholdInfo(&limits),
+        object.YraSetThresholdInfo(nullptr), memcmp(object.YraGetThresholdInfo(), &limits, sizeof(limits)),
+        object.YraSetFileItemInfo(record), object.YraSetFileItemInfo(nullptr),
+        memcmp(object.YraGetFileItemInfo(), record, sizeof(*record)), object.YraSetErrorMessageInfo(message),
         object.YraGetErrorMessageInfo());
 }
 

@@ -15,8 +15,6 @@ endforeach()
 
 yra_test(ui_languages_test TIMEOUT 120 SOURCES ui_languages_test.cpp LIBRARIES ui_support)
 
-yra_test(no_display_test TIMEOUT 60 SOURCES no_display_test.cpp LIBRARIES yra_static)
-
 # Ten thousand requests, which take half a minute: `ctest --preset release -C Long`.
 add_test(NAME ui_requests_test CONFIGURATIONS Long
   COMMAND ${inside} ${PROJECT_BINARY_DIR} $<TARGET_FILE:ui_order_test>
