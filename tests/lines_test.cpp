@@ -259,6 +259,7 @@ void StoreRefusals() {
   unsigned int weight = 0;
   int size = 0;
   WITHOUT_MEMORY(1, YraftRWCreate(&store));
+  WITHOUT_MEMORY(4, YraftRWCreate(&store));
   CALLS(YraftRWCreate(nullptr), YraftRWCreate(&store), YraftRWPush(nullptr, 1, 0, element, 1),
         YraftRWFront(nullptr, 1, 0, &data), YraftRWPopFront(store, 1, 0, nullptr),
         YraftRWPop(nullptr, 1, 0), YraftRWFind(nullptr, 7, 0), YraftRWSize(nullptr, 1, &size),
@@ -274,6 +275,19 @@ void StoreRefusals() {
         YraftRWSize(store, 8, &size), YraftRWEmpty(store, 8), YraftRWClear(store, 8),
         YraftRWContextSize(store, 8, &weight), YraftRWGetAll(store, 8, &data),
         store->YraRW_QueueGetAllPop(8, &data), YraftRWReset(store));
+  // What a failure leaves where the answer would be.
+  data = element;
+  size = 5;
+  weight = 5;
+  CALLS((store->YraRW_QueuePopFront(8, 0, &data), data), (store->YraRW_QueueGetAll(8, &data), data),
+        (store->YraRW_QueueSize(8, &size), size),
+        (store->YraRW_QueueContextSize(8, &weight), weight),
+        (YraftRWPopFront(store, 7, 0, &data), data), (YraftRWSize(store, 8, &size), size),
+        (YraftRWContextSize(store, 8, &weight), weight));
+  data = element;
+  CALL((YraftRWGetAll(store, 8, &data), data));
+  data = element;
+  CALL((store->YraRW_QueueFront(1, 0, &data), data));
   WITHOUT_MEMORY(1, store->YraRW_QueuePush(6, 0, element, 1));
   CALLS(YraftRWDestory(&store), YraftRWDestory(&store), YraftRWDestory(nullptr), Yraft_GetFile());
 }
@@ -418,12 +432,14 @@ void State() {
         object.YraSetProgressBarCancelStatus(true), object.YraGetProgressBarCancelStatus(),
         object.YraSetChooseOptStatusCode(4), object.YraGetChooseOptStatusCode(),
         object.YraOperationTypeGet(), object.YraSetProgressBarInfo(&progress),
-        object.YraSetProgressBarInfo(nullptr), memcmp(object.YraGetProgressBarInfo(), &progress, sizeof(progress)),
-        object.YraProgressBarInfoClear(), object.YraGetProgressBarInfo()->name, object.YraSetThresholdInfo(&limits),
-        object.YraSetThresholdInfo(nullptr), memcmp(object.YraGetThresholdInfo(), &limits, sizeof(limits)),
+        object.YraSetProgressBarInfo(nullptr),
+        memcmp(object.YraGetProgressBarInfo(), &progress, sizeof(progress)),
+        object.YraProgressBarInfoClear(), object.YraGetProgressBarInfo()->name,
+        object.YraSetThresholdInfo(&limits), object.YraSetThresholdInfo(nullptr),
+        memcmp(object.YraGetThresholdInfo(), &limits, sizeof(limits)),
         object.YraSetFileItemInfo(record), object.YraSetFileItemInfo(nullptr),
-        memcmp(object.YraGetFileItemInfo(), record, sizeof(*record)), object.YraSetErrorMessageInfo(message),
-        object.YraGetErrorMessageInfo());
+        memcmp(object.YraGetFileItemInfo(), record, sizeof(*record)),
+        object.YraSetErrorMessageInfo(message), object.YraGetErrorMessageInfo());
 }
 
 void ChoiceAndPaths() {
