@@ -98,6 +98,11 @@ for host in ./{pkg-config,cmake}-{c,cpp} ./as-needed-c; do
   pass
 done
 
+# A host that loads the library gets its allocator too.
+python3 -c 'import ctypes; ctypes.CDLL("libyrafiletransfer.so.1").YraMainWinUIDestory(None)
+assert "libtcmalloc" in open("/proc/self/maps").read()' || fail "the library cannot be loaded"
+pass
+
 # The classes, on a screen of their own and without one.
 for host in ./{pkg-config,cmake}-window; do
   timeout 60 xvfb-run -a "$host" progress || fail "$host progress ended with $?"

@@ -644,15 +644,6 @@ void* NewMessage(const char* first, int lie = 0) {
 
 // ---- Dialogs that are built and used without a main loop ---------------------------------------
 
-using Get = GtkWidget* (YraWinUI::*)();
-using Set = unsigned int (YraWinUI::*)(GtkWidget*);
-
-GtkWidget* Replace(YraWinUI& object, Get get, Set set, GtkWidget* widget) {
-  GtkWidget* old = nullptr;
-  g_text->Quietly([&] { old = (object.*get)(), (object.*set)(widget); });
-  return old;
-}
-
 void ProgressWindow() {
   YraWinUI object;
   const std::string bad = "mkdir -p /opt/Brelka/AVK/qmz/xx && sed 's/%d/%s/' " CATALOG_SOURCE
@@ -662,29 +653,16 @@ void ProgressWindow() {
   OpenCatalog("xx");
   CALL(object.YraProgressBarDiagCreate());
   OpenCatalog("en_US.UTF-8");
-  CALLS(object.YraProgressBarDiagCreate(), YraProgressBarSelfSignalCreateIdleFunc(&object));
-  const struct {
-    const char* missing;
-    Get get;
-    Set set;
-  } kParts[] = {{"the label", &YraWinUI::YraGetProgressBarLabel, &YraWinUI::YraSetProgressBarLabel},
-                {"the button", &YraWinUI::YraGetProgressBarPauseButton,
-                 &YraWinUI::YraSetProgressBarPauseButton},
-                {"the window", &YraWinUI::YraGetChildWinDiag, &YraWinUI::YraSetChildWinDiag},
-                {"the bar", &YraWinUI::YraGetProgressBarDiag, &YraWinUI::YraSetProgressBarDiag}};
-  for (const auto& part : kParts) {
-    GtkWidget* widget = Replace(object, part.get, part.set, nullptr);
-    const std::string without = std::string(" without ") + part.missing;
-    g_text->Do("YraProgressBarSelfSignalRefreshIdleFunc(&object)" + without,
-               [&] { return YraProgressBarSelfSignalRefreshIdleFunc(&object); });
-    if (part.get != &YraWinUI::YraGetProgressBarDiag) {  // without a bar another is built
-      g_text->Do("YraProgressBarSelfSignalCreateIdleFunc(&object)" + without,
-                 [&] { return YraProgressBarSelfSignalCreateIdleFunc(&object); });
-    }
-    Replace(object, part.get, part.set, widget);
-  }
-  CALLS(object.YraProgressBarDiagHideDestory(), object.YraProgressBarDiagDestory(),
-        object.YraProgressBarDiagDestory());
+  GtkWidget* window = nullptr;
+  g_text->Quietly([&] { window = object.YraGetChildWinDiag(); });
+  const auto create = [&] { return YraProgressBarSelfSignalCreateIdleFunc(&object); };
+  const auto refresh = [&] { return YraProgressBarSelfSignalRefreshIdleFunc(&object); };
+  // One part after the other is missing: the store, the button, the label, the window, the bar.
+  CALLS(object.YraProgressBarDiagCreate(), create(), object.YraSetProgressBarPauseButton(nullptr),
+        create(), refresh(), object.YraSetProgressBarLabel(nullptr), create(), refresh(),
+        object.YraSetChildWinDiag(nullptr), create(), refresh(), object.YraSetChildWinDiag(window),
+        object.YraSetProgressBarDiag(nullptr), refresh(), object.YraProgressBarDiagHideDestory(),
+        object.YraProgressBarDiagDestory(), object.YraProgressBarDiagDestory());
 }
 
 void BuiltDialogs() {
@@ -698,30 +676,31 @@ void BuiltDialogs() {
         object.YraErrorMessageDiagCreate(), object.YraChooseFilesDiagCreate(0, nullptr, &limits),
         object.YraChooseDirectoryDiagCreate(0, nullptr, NewRecord()),
         object.YraErrorMessageDiagCreate(0, nullptr, "title", "first", nullptr));
-  GtkWidget* folders = Replace(object, &YraWinUI::YraGetChooseDirectoryDiag,
-                               &YraWinUI::YraSetChooseDirectoryDiag, nullptr);
+  GtkWidget* folders = nullptr;
+  g_text->Quietly([&] { folders = object.YraGetChooseDirectoryDiag(); });
   GtkFileFilter* filter = gtk_file_chooser_get_filter(GTK_FILE_CHOOSER(folders));
   for (const char* name : {"/", "/nowhere", static_cast<const char*>(nullptr)}) {
     GtkFileFilterInfo info = {GTK_FILE_FILTER_DISPLAY_NAME, nullptr, nullptr, name, nullptr};
     CALL(gtk_file_filter_filter(filter, &info));
   }
-  // Destroyed while the object does not hold it, and while it does.
-  CALL(gtk_widget_destroy(folders));
   CALLS(object.YraChooseFilesDiagDestory(), object.YraChooseFilesDiagDestory(),
-        object.YraErrorMessageDiagDestory(), object.YraErrorMessageDiagDestory());
+        object.YraChooseDirectoryDiagDestory(), object.YraErrorMessageDiagDestory(),
+        object.YraErrorMessageDiagDestory());
+  // Destroyed while the object does not hold them.
+  GtkWidget* windows[4];
   g_text->Quietly([&] {
     object.YraChooseFilesDiagCreate();
     object.YraChooseDirectoryDiagCreate();
     object.YraErrorMessageDiagCreate();
     object.YraProgressBarDiagCreate();
+    windows[0] = object.YraGetChooseFilesDiag();
+    windows[1] = object.YraGetChooseDirectoryDiag();
+    windows[2] = object.YraGetErrorMessageDiag();
+    windows[3] = object.YraGetChildWinDiag();
   });
-  CALL(object.YraChooseDirectoryDiagDestory());
-  GtkWidget* unheld[] = {
-      Replace(object, &YraWinUI::YraGetChooseFilesDiag, &YraWinUI::YraSetChooseFilesDiag, nullptr),
-      Replace(object, &YraWinUI::YraGetErrorMessageDiag, &YraWinUI::YraSetErrorMessageDiag,
-              nullptr),
-      Replace(object, &YraWinUI::YraGetChildWinDiag, &YraWinUI::YraSetChildWinDiag, nullptr)};
-  for (GtkWidget* widget : unheld) CALL(gtk_widget_destroy(widget));
+  CALLS(object.YraSetChooseFilesDiag(nullptr), object.YraSetChooseDirectoryDiag(nullptr),
+        object.YraSetErrorMessageDiag(nullptr), object.YraSetChildWinDiag(nullptr));
+  for (GtkWidget* window : windows) CALL(gtk_widget_destroy(window));
 }
 
 // Requests of an object that has neither dialogs nor a store, and no store only.
