@@ -1,9 +1,8 @@
 # What leaves the house: how the built files are hardened, the library's binary interface, and the
 # packages. The build that is packaged is the one to look at.
 if(YRAFT_TCMALLOC AND CMAKE_BUILD_TYPE STREQUAL "RelWithDebInfo")
-  add_executable(hardening_probe hardening_probe.c)
   add_test(NAME hardening_test COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/hardening_test.sh
-    $<TARGET_FILE:hardening_probe> $<TARGET_FILE:yrafiletransfer> ${program_files})
+    $<TARGET_FILE:yrafiletransfer> ${program_files})
 
   add_test(NAME abi_test COMMAND ${CMAKE_CURRENT_SOURCE_DIR}/abi_test.sh $<TARGET_FILE:yrafiletransfer>)
 

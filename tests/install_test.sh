@@ -75,17 +75,18 @@ pass
 cp -r "$source/tests/install" hosts
 cd hosts
 cp host.c host.cpp
-cp "$source/examples/window.cpp" .
+cp "$source"/examples/{window.cpp,host.c} "$scratch"
 strict=(-Wall -Wextra -Wpedantic -Werror)
 flags=$(pkg-config --cflags --libs yrafiletransfer)
 # shellcheck disable=SC2086 # one flag a word
 {
   gcc -std=c11 "${strict[@]}" host.c $flags -o pkg-config-c
   g++ -std=c++20 "${strict[@]}" host.cpp $flags -o pkg-config-cpp
-  g++ -std=c++17 "${strict[@]}" window.cpp $flags -o pkg-config-window
+  g++ -std=c++17 "${strict[@]}" ../window.cpp $flags -o pkg-config-window
   # Some linkers drop what nothing names, unless they are told otherwise.
   gcc -std=c11 "${strict[@]}" -Wl,--as-needed host.c $flags -o as-needed-c
 }
+cp ../window.cpp .
 { cmake -B . -S . -G Ninja && cmake --build .; } >cmake.log || { cat cmake.log; fail "CMake"; }
 for host in ./{pkg-config,cmake}-{c,cpp} ./as-needed-c; do
   text=$(env -i LANG=de_DE.UTF-8 "$host") || fail "$host ended with $?"
@@ -97,6 +98,11 @@ for host in ./{pkg-config,cmake}-{c,cpp} ./as-needed-c; do
   pass
 done
 
+# A host that loads the library gets its allocator too.
+python3 -c 'import ctypes; ctypes.CDLL("libyrafiletransfer.so.1").YraMainWinUIDestory(None)
+assert "libtcmalloc" in open("/proc/self/maps").read()' || fail "the library cannot be loaded"
+pass
+
 # The classes, on a screen of their own and without one.
 for host in ./{pkg-config,cmake}-window; do
   timeout 60 xvfb-run -a "$host" progress || fail "$host progress ended with $?"
@@ -106,17 +112,54 @@ for host in ./{pkg-config,cmake}-window; do
   pass
 done
 
+# The guide's host, built as it is printed there: without a screen, with a choice, and without one.
+cd "$scratch"
+bash -euc "$(sed -n 's/^    \(cc .*\)/\1/p' "$source/docs/hosts.md")" || fail "the guide's command"
+mkdir -p home/.local/share # where the toolkit keeps what was used
+export HOME=$scratch/home LANG=en_US.UTF-8 LC_ALL=C.UTF-8 NO_AT_BRIDGE=1
+printf 'a report' >"$HOME/report 1.txt"
+ends() { # STATUS OUTPUT [KEYS…]: the host ends so when a user presses these
+  local said status=0
+  # shellcheck disable=SC2016 # for the inner shell
+  said=$(xvfb-run -a bash -c 'openbox >/dev/null 2>&1 & trap "kill $!" EXIT
+    timeout 60 ./host 2>&1 & host=$!
+    while [ -e /proc/$host ]; do
+      # Keys that come before the chooser listens are lost.
+      xdotool search --onlyvisible --name "^Select Files to Download$" windowactivate --sync "$@"
+      sleep 1
+    done >/dev/null 2>&1
+    wait $host' bash "${@:3}") || status=$?
+  [ "$status: $said" = "$1: $2" ] || fail "the host ended with $status and said '$said'"
+  pass
+}
+status=0
+said=$(DISPLAY='' ./host 2>&1) || status=$?
+[ "$status: $said" = "2: no display" ] || fail "without a display the host ended with $status: $said"
+ends 0 "$HOME/report 1.txt" key ctrl+l key ctrl+a type "$HOME/report 1.txt"$'\n'
+ends 1 '' key Escape
+
 # The installed log service takes down the line of an installed host.
 kvolog output "$scratch/agent.log" >/dev/null
 kvolog serve &
 service=$!
 trap '[ -z "$service" ] || kill $service' EXIT
 for _ in $(seq 100); do [ ! -S /var/qmz/.kvologd ] || break; sleep 0.1; done
-./pkg-config-c >/dev/null
+hosts/pkg-config-c >/dev/null
 kill $service
 wait $service || fail "kvolog serve ended with $?"
 service=
 grep -q 'YRAFT_VC.*installed' "$scratch/agent.log" || fail "the host's line is not in the log"
+pass
+
+# Without packages, below a prefix. A list of what was installed in earnest may be another user's.
+[ ! -e "$build/install_manifest.txt" ] || { : >manifest && mount --bind manifest "$build/install_manifest.txt"; }
+cmake --install "$build" --prefix "$scratch/prefix" >install.log || fail "$(cat install.log)"
+grep -qx "ExecStart=$scratch/prefix/bin/kvolog serve" prefix/lib/systemd/system/kvologd.service ||
+  fail "the unit below a prefix starts another"
+library=$(dirname "$(find prefix -name libyrafiletransfer.so)")
+# shellcheck disable=SC2046 # one flag a word
+gcc host.c $(PKG_CONFIG_PATH=$library/pkgconfig pkg-config --cflags --libs yrafiletransfer) -o prefix-host
+[[ $(LD_LIBRARY_PATH=$library ldd prefix-host) = *"$library/libyrafiletransfer.so.1"* ]] || fail "no library below a prefix"
 pass
 
 # ---- And away again -----------------------------------------------------------------------------

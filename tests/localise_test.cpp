@@ -10,7 +10,6 @@
 #include "common/libs/kvolocalise/messages.h"
 #include "kvolocalise.h"
 #include "support/await.h"
-#include "support/log_service.h"
 
 namespace {
 
@@ -62,71 +61,15 @@ TEST_F(Localise, OpensTheCatalogOfTheLanguage) {
   }
 }
 
-TEST_F(Localise, SaysWhyThereIsNoText) {
-  ASSERT_EQ(Init("en_US.UTF-8"), 1);
-  for (const int number : {0, 1, 0x20001, 0x4001D, -1, INT32_MIN}) {
-    EXPECT_STREQ(KvoLocalise(number), "Error accessing message catalog.");
-  }
-}
-
-TEST_F(Localise, ReportsUnderTheNameOfTheFunction) {
-  LogService service;
-  ASSERT_EQ(KvoLogInit(), 1);
-  ASSERT_TRUE(service.Accept());
-  KvoLogSetCurrentLevel(KVO_CLASS_LOCALISE, KVO_LOG_VERBOSE);
-  unsetenv("LC_ALL");
-  setenv("LC_MESSAGES", "tlh", 1);
-  EXPECT_EQ(Init("tlh_KX"), 1);
-  char exit[40];
-  snprintf(exit, sizeof(exit), "1 KvoLocalise: Exit [%p]\n",
-           static_cast<const void*>(KvoLocalise(7)));
-  KvoLocaliseLookupByName("x");
-  KvoLocaliseShutdown();
-  std::string lines;
-  for (const Line& line : service.WaitingLines()) {
-    EXPECT_EQ(line.head.classId, KVO_CLASS_LOCALISE);
-    lines += std::to_string(line.head.level) + " " + line.text + "\n";
-  }
-  KvoLogShutdown();
-  EXPECT_EQ(lines,
-            "2 KvoLocaliseInit: Entry\n"
-            "2 KvoLocaliseInit: getenv(LANG) == tlh_KX\n"
-            "2 KvoLocaliseInit: getenv(LC_ALL) == (NULL)\n"
-            "2 KvoLocaliseInit: getenv(LC_MESSAGES) == tlh\n"
-            "2 KvoLocaliseInit: getenv(NLSPATH) == " +
-                std::string(getenv("NLSPATH")) +
-                "\n"
-                "2 KvoLocaliseInit: setlocale(LC_ALL) == C\n"
-                "2 KvoLocaliseInit: setlocale(LC_MESSAGES) == C\n"
-                "4 KvoLocaliseInit: Error opening message catalog: No such file or directory.\n"
-                "3 KvoLocaliseInit: Attempting to fall back to english.\n"
-                "2 KvoLocaliseInit: Exit [true]\n"
-                "1 KvoLocalise: Entry [stringNumber: 7]\n"
-                "4 KvoLocalise: Error accessing message catalog: No message of desired type.\n" +
-                exit +
-                "1 KvoLocaliseLookupByName: Entry [stringName: x]\n"
-                "4 KvoLocaliseLookupByName: Can't find message named 'x'.\n"
-                "1 KvoLocaliseLookupByName: Exit [0]\n"
-                "2 KvoLocaliseShutdown: Entry\n"
-                "2 KvoLocaliseShutdown: Exit\n");
-}
-
 TEST_F(Localise, FailsOnceWithoutAnyCatalog) {
   std::filesystem::rename("/opt/Brelka/AVK/qmz/en", "/opt/Brelka/AVK/qmz/away");
   EXPECT_EQ(Init("en_US.UTF-8"), 0);
   EXPECT_EQ(Init("tlh_KX"), 0);
-  EXPECT_STREQ(KvoLocalise(YRAFT_ENG_PROGRESSBAR_TITLE), "Message catalog is not open.");
   std::filesystem::rename("/opt/Brelka/AVK/qmz/away", "/opt/Brelka/AVK/qmz/en");
   EXPECT_EQ(Init("tlh_KX"), 1);
-}
-
-TEST_F(Localise, FindsNumbersByExactName) {
-  EXPECT_EQ(KvoLocaliseLookupByName("YRAFT_ENG_BUTTON_PAUSE"), 0x30085U);
-  EXPECT_EQ(KvoLocaliseLookupByName("YRAFT_ENG_ERROR_SHARING_VIOLATION"), 0x300D0U);
-  for (const char* name : {"yraft_eng_button_pause", "YRAFT_ENG_BUTTON_PAUS", "", "%s%n"}) {
-    EXPECT_EQ(KvoLocaliseLookupByName(name), 0U);
+  for (const int number : {0, 1, 0x20001, 0x4001D, -1, INT32_MIN}) {
+    EXPECT_STREQ(KvoLocalise(number), "Error accessing message catalog.");
   }
-  EXPECT_EQ(KvoLocaliseLookupByName(nullptr), 0U);
 }
 
 TEST_F(Localise, PrintsALineAndItsNewline) {

@@ -18,8 +18,6 @@ yra_test(ui_memory_test SCREEN TIMEOUT 120 SOURCES ui_memory_test.cpp LIBRARIES 
 
 yra_test(ui_languages_test SCREEN TIMEOUT 120 SOURCES ui_languages_test.cpp LIBRARIES ui_support)
 
-yra_test(no_display_test TIMEOUT 60 SOURCES no_display_test.cpp LIBRARIES yra_static)
-
 # Ten thousand requests, which take half a minute: `ctest --preset release -C Long`.
 add_test(NAME ui_requests_test CONFIGURATIONS Long
   COMMAND ${inside} ${PROJECT_BINARY_DIR} ${screen} $<TARGET_FILE:ui_order_test>

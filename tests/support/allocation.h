@@ -1,39 +1,27 @@
-// Watches what a call allocates and releases, and lets a chosen allocation find no memory.
+// Lets a chosen allocation of a call find no memory.
 //
-// The linker wraps malloc, calloc, free and the plain operators new and delete in a program that
-// links this; calls inside shared libraries stay as they are.
+// The linker wraps malloc, calloc and the plain operator new in a program that links this; calls
+// inside shared libraries stay as they are.
 #pragma once
 
-#include <cstddef>
-
-// Watches this thread for its lifetime; one at a time.
+// Counts this thread's allocations for its lifetime; one at a time.
 class AllocationWatch {
  public:
   // The nth allocation (from 1) fails; 0: none does.
-  explicit AllocationWatch(int failing = 0);
+  explicit AllocationWatch(int failing);
   ~AllocationWatch() { End(); }
   AllocationWatch(const AllocationWatch&) = delete;
   AllocationWatch& operator=(const AllocationWatch&) = delete;
 
-  // Watches no longer; what was seen stays until the next watch begins.
   void End();
-
   // The chosen allocation was asked for.
   bool Failed() const { return m_failed; }
-  // Allocations less releases.
-  long Balance() const { return m_balance; }
-  // How often this memory was released.
-  int Releases(const void* memory) const;
-
   // For the wrapped functions.
-  bool Allocate();
-  void Release(void* memory);
+  bool Refuses() { return m_countdown > 0 && --m_countdown == 0 && (m_failed = true); }
 
  private:
   int m_countdown;
   bool m_failed = false;
-  long m_balance = 0;
-  std::size_t m_released = 0;
 };
 
 // Runs a call whose nth allocation (from 1) finds no memory.

@@ -83,9 +83,7 @@ void YraRunChooserOnce(WinTrace trace, void* data, GtkWidget* (*build)(WinTrace,
   auto* pWinUI = static_cast<YraWinUI*>(data);
   if (pWinUI == nullptr) {
     TRACE_ERROR(trace, "data (%p) is NULL.", data);
-    return;
-  }
-  if (trace.Got("YraRWGet get RW", pWinUI->YraRWGet())) {
+  } else if (trace.Got("YraRWGet get RW", pWinUI->YraRWGet())) {
     GtkWidget* pDialog = build(trace, pWinUI);
     if (pDialog == nullptr) {
       pWinUI->YraSetChooseOptStatusCode(YRAFT_OPT_STATUS_FAILED);
@@ -98,7 +96,7 @@ void YraRunChooserOnce(WinTrace trace, void* data, GtkWidget* (*build)(WinTrace,
     }
   }
   TRACE_VERBOSE(trace, "Will callback gtk_main_quit.");
-  YraWinUI::Inside::Of(pWinUI).pCall->Quit();
+  YraCall::Quit(pWinUI != nullptr ? YraWinUI::Inside::Of(pWinUI).pCall : nullptr);
 }
 
 // ---- Requests ----------------------------------------------------------------------------------

@@ -226,7 +226,7 @@ int YraErrorMsgIdleFunc(void* data) {
     const GdkLock lock;
     pTexts->ret = ShowOnce(trace, *pTexts);
     TRACE_VERBOSE(trace, "Will callback gtk_main_quit.");
-    pTexts->pCall->Quit();
+    YraCall::Quit(pTexts->pCall);
   }
   trace.Out();
   return FALSE;

@@ -88,9 +88,8 @@ gboolean YraPogressBarDiagDelEventCallback(GtkWidget* widget, GdkEvent* event, v
   return YraTraceDeleteEvent(WinTrace(), KVO_LOG_VERBOSE, widget, event, data);
 }
 
-void FillWindow(YraWinUI* pWinUI, GtkWidget* pWindow, GtkWidget* pLabel,
-                const YraProgressTexts& texts, double fraction) {
-  const YraProgressWidgets widgets = YraFillProgressWindow(pWindow, pLabel, texts, fraction);
+void FillWindow(YraWinUI* pWinUI, GtkWidget* pWindow, GtkWidget* pLabel, double fraction) {
+  const YraProgressWidgets widgets = YraFillProgressWindow(pWindow, pLabel, fraction);
   g_signal_connect(widgets.pPause, "clicked", G_CALLBACK(YraPogressBarDiagButtonPauseCallback),
                    pWinUI);
   g_signal_connect(widgets.pCancel, "clicked", G_CALLBACK(YraPogressBarDiagButtonCancelCallback),
@@ -110,18 +109,21 @@ unsigned int YraWinUI::YraProgressBarDiagCreate() {
     return trace.Refuse(YRAFT_STATUS_BAD_STATE, "Progress Bar already created.");
   }
   ClearFlags(this);
-  return trace.Ret(trace.Try([&] {
-    const YraProgressTexts texts{.title = YraProgressTitle(trace, 0),
-                                 .label = YraProgressFirstLabel(trace)};
-    GtkWidget* pWindow = YraBuildProgressWindow(texts.title);
+  const unsigned int ret = trace.Try([&] {
+    const std::string title = YraProgressTitle(trace, 0);
+    const std::string label = YraProgressFirstLabel(trace);
+    GtkWidget* pWindow = YraBuildProgressWindow(title);
     g_signal_connect(pWindow, "destroy", G_CALLBACK(YraPogressBarDiagDestoryCallback), this);
     g_signal_connect(pWindow, "delete-event", G_CALLBACK(YraPogressBarDiagDelEventCallback), this);
-    GtkWidget* pLabel = YraBuildProgressLabel(texts.label);
+    GtkWidget* pLabel = YraBuildProgressLabel(label);
     YraSetChildWinDiag(pWindow);
     YraSetProgressBarLabel(pLabel);
-    FillWindow(this, pWindow, pLabel, texts, 0.0);
+    FillWindow(this, pWindow, pLabel, 0.0);
     gtk_widget_hide(pWindow);
-  }));
+  });
+  // Nothing stays half built.
+  if (ret != YRAFT_STATUS_SUCCESS && m_pChildWin != nullptr) gtk_widget_destroy(m_pChildWin);
+  return trace.Ret(ret);
 }
 
 unsigned int YraWinUI::YraProgressBarDiagHideDestory() {
@@ -352,13 +354,12 @@ unsigned int YraWinUI::YraProgressBarDiagCreate(int argc, char** argv,
   m_progressBarInfo = *pInfo;
   if (!YraCall::Start(trace, argc, argv)) return trace.Ret(YRAFT_OPT_STATUS_FAILED);
   unsigned int ret = trace.Try([&] {
-    const YraProgress progress = YraProgressOf(trace, *pInfo);
-    const YraProgressTexts texts{.title = YraProgressTitle(trace, progress.percent),
-                                 .label = YraProgressCallLabel(*pInfo)};
     const GdkLock lock;
-    YraSetWinUIWidget(YraBuildProgressWindow(texts.title));
+    const YraProgress progress = YraProgressOf(trace, *pInfo);
+    YraSetWinUIWidget(YraBuildProgressWindow(YraProgressTitle(trace, progress.percent)));
     g_signal_connect(m_pWin, "destroy", G_CALLBACK(gtk_widget_destroyed), &m_pWin);
-    FillWindow(this, m_pWin, YraBuildProgressLabel(texts.label), texts, progress.fraction);
+    FillWindow(this, m_pWin, YraBuildProgressLabel(YraProgressCallLabel(*pInfo)),
+               progress.fraction);
     YraFitToTexts(m_pWin);
     YraShowAside(m_pWin);
   });

@@ -8,6 +8,7 @@
 #include <limits>
 
 #include "common/libs/kvolocalise/format.h"
+#include "common/libs/kvolocalise/messages.h"
 #include "kvolocalise.h"
 
 YraProgress YraProgressOf(WinTrace trace, const YRAFT_PROGRESS_BAR_INFO& info) {

@@ -5,7 +5,6 @@
 
 #include "ui/YraGtk.h"
 // After the trace vocabulary.
-#include "common/libs/kvolocalise/messages.h"
 #include "yraft.h"
 
 struct YraProgress {
@@ -25,11 +24,3 @@ std::string YraProgressLabel(WinTrace trace, const YRAFT_PROGRESS_BAR_INFO& info
 std::string YraProgressFirstLabel(WinTrace trace);
 // The label of the one-call window, which is put together without the catalog's format.
 std::string YraProgressCallLabel(const YRAFT_PROGRESS_BAR_INFO& info);
-
-// All that a new window says: made before it, so that nothing is half built where memory ends.
-struct YraProgressTexts {
-  std::string title;
-  std::string label;
-  std::string pause = YraText(YRAFT_ENG_BUTTON_PAUSE);
-  std::string cancel = YraText(YRAFT_ENG_BUTTON_CANCEL);
-};

@@ -5,6 +5,9 @@
 
 #include <algorithm>
 
+#include "common/libs/kvolocalise/messages.h"
+#include "ui/YraGtk.h"
+
 namespace {
 
 // A name as long as a file system allows must not push the window off the screen.
@@ -123,20 +126,22 @@ void Pack(GtkWidget* pBox, GtkWidget* pChild) {
 
 }  // namespace
 
-YraProgressWidgets YraFillProgressWindow(GtkWidget* pWindow, GtkWidget* pLabel,
-                                         const YraProgressTexts& texts, double fraction) {
-  const YraProgressWidgets widgets = {.pBar = BuildBar(fraction),
-                                      .pPause = gtk_button_new_with_label(texts.pause.c_str()),
-                                      .pCancel = gtk_button_new_with_label(texts.cancel.c_str())};
-  GtkWidget* pButtons = gtk_hbox_new(FALSE, 10);
-  Pack(pButtons, widgets.pPause);
-  Pack(pButtons, widgets.pCancel);
+YraProgressWidgets YraFillProgressWindow(GtkWidget* pWindow, GtkWidget* pLabel, double fraction) {
   GtkWidget* pColumn = gtk_vbox_new(FALSE, 5);
-  Pack(pColumn, Aligned(pLabel, 0.0F));
-  Pack(pColumn, widgets.pBar);
-  Pack(pColumn, Aligned(pButtons, 1.0F));
+  GtkWidget* pButtons = gtk_hbox_new(FALSE, 10);
+  GtkWidget* pBar = BuildBar(fraction);
   gtk_container_add(GTK_CONTAINER(pWindow), pColumn);
+  Pack(pColumn, Aligned(pLabel, 0.0F));
+  Pack(pColumn, pBar);
+  Pack(pColumn, Aligned(pButtons, 1.0F));
+  const auto addButton = [pButtons](int number) {
+    GtkWidget* pButton = gtk_button_new_with_label(YraText(number).c_str());
+    Pack(pButtons, pButton);
+    return pButton;
+  };
+  GtkWidget* pPause = addButton(YRAFT_ENG_BUTTON_PAUSE);
+  GtkWidget* pCancel = addButton(YRAFT_ENG_BUTTON_CANCEL);
   gtk_widget_show_all(pColumn);
   gtk_window_set_position(GTK_WINDOW(pWindow), GTK_WIN_POS_CENTER_ALWAYS);
-  return widgets;
+  return {.pBar = pBar, .pPause = pPause, .pCancel = pCancel};
 }

@@ -1,7 +1,9 @@
 // The window of the progress dialog: how it is built, and how it shows a value.
 #pragma once
 
-#include "dialogs/YraProgressText.h"
+#include <gtk/gtk.h>
+
+#include <string>
 
 struct YraProgressWidgets {
   GtkWidget* pBar;
@@ -11,9 +13,9 @@ struct YraProgressWidgets {
 
 GtkWidget* YraBuildProgressWindow(const std::string& title);
 GtkWidget* YraBuildProgressLabel(const std::string& text);
-// Puts label, bar and buttons below each other into the window.
-YraProgressWidgets YraFillProgressWindow(GtkWidget* pWindow, GtkWidget* pLabel,
-                                         const YraProgressTexts& texts, double fraction);
+// Puts label, bar and buttons below each other into the window. May throw std::bad_alloc; what is
+// made by then goes with the window.
+YraProgressWidgets YraFillProgressWindow(GtkWidget* pWindow, GtkWidget* pLabel, double fraction);
 // Shows the window without taking the keyboard from what the user is doing.
 void YraShowAside(GtkWidget* pWindow);
 // Gives the window the size that its texts need now; not less than it has where it is shown, since

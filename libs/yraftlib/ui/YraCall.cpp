@@ -27,8 +27,9 @@ void YraCall::RunUntilDestroyed(GtkWidget* const* ppWindow) {
   Run();
 }
 
-void YraCall::Quit() {
-  GMainLoop* pLoop = g_main_loop_ref(m_pLoop);
+void YraCall::Quit(YraCall* pCall) {
+  if (pCall == nullptr) return gtk_main_quit();
+  GMainLoop* pLoop = g_main_loop_ref(pCall->m_pLoop);
   g_main_loop_quit(pLoop);
   g_main_loop_unref(pLoop);
 }

@@ -21,8 +21,9 @@ class YraCall {
   void Run(GSourceFunc idle, void* data);
   // Runs the loop until the window is destroyed; at once where it was, and is null.
   void RunUntilDestroyed(GtkWidget* const* ppWindow);
-  // Ends the loop. The call may be over before this returns.
-  void Quit();
+  // Ends the call's loop; GTK's where no call has queued the idle function. The call may be over
+  // before this returns.
+  static void Quit(YraCall* pCall);
 
  private:
   void Run();  // with the lock, which the loop gives up
