@@ -1,0 +1,119 @@
+"""What kvolog shows and changes, against the file that every process of the agent has mapped."""
+
+import os
+import struct
+
+from logservice import *
+
+
+def stored():
+    words = struct.unpack("<202I256sIII", CONFIG.read_bytes())
+    return {"flags": words[0], "levels": words[1:202], "path": words[202].rstrip(b"\0").decode(),
+            "rollover": words[203:205]}
+
+
+def do(kvolog, *words):
+    done = kvolog(*words)
+    assert (done.status, done.out, done.err) == (0, "", ""), words
+
+
+def test_settings_go_round_and_back(kvolog):
+    defaults = CONFIG.read_bytes()
+    for words in ("set yraft Info", "set 187 NONE", "set YRAFT_WIN 1", "flags +thread -0x400 +0x10000",
+                  "output /srv/agent.log", "rollover 2000 0"):
+        do(kvolog, *words.split())
+    now = stored()
+    assert [now["levels"][id] for id in (YRAFT, YRAFT_RW, YRAFT_WIN)] == [2, 6, 1]
+    assert now["flags"] == 0x11227
+    assert kvolog.shown("flags") == {"flags": 0x11227, "default": 0x627,
+                                     "names": {"FUNCTION": False, "THREAD": True}}
+    assert kvolog.shown("output") == {"output": "/srv/agent.log"}
+    assert kvolog("output").out == "/srv/agent.log\n"
+    assert kvolog.shown("rollover") == {"size": 2000, "count": 0}
+    do(kvolog, "reset")
+    assert CONFIG.read_bytes() == defaults
+
+
+def test_the_tree_shows_what_decides(kvolog):
+    do(kvolog, "set", "YRAFT", "ERROR")
+    do(kvolog, "set", "YRAFT_WIN", "VERBOSE")
+    rows = kvolog.shown("levels")
+    assert len(rows) == 201 and rows[0]["parent"] is None
+    assert rows[187] == {"id": 187, "class": "YRAFT_RW", "displayName": "YraftRw", "parent": "YRAFT",
+                         "configured": "INHERIT", "effective": "ERROR", "default": "INHERIT"}
+    assert len(kvolog.shown("levels", "yraft")) == 14
+    tree = kvolog("levels").out
+    assert tree.count("\n") == 202
+    assert ("\n175    YRAFT                   ERROR       ERROR      INHERIT  *\n"
+            "176      YRAFT_CMD             INHERIT     ERROR      INHERIT\n") in tree
+    do(kvolog, "set", "YRAFT", "INHERIT")
+    assert "nothing of ALL is written" in kvolog("set", "ALL", "INHERIT").err
+    assert kvolog.shown("levels", "YRAFT_RW")[0]["effective"] is None
+    assert kvolog("names", "levels").out.split() == "INHERIT VERBOSE INFO WARNING ERROR FATAL NONE".split()
+
+
+def test_a_refusal_says_why_and_changes_nothing(kvolog):
+    cases = [
+        ("set yraft_winn 1", 1, "did you mean YRAFT_WIN?"), ("set win 1", 1, "did you mean YRAFT_WIN?"),
+        (["set", "", "1"], 1, "there is no class ''"),
+        ("set 201 1", 1, "there is no class 201; they are 0 to 200"), ("set YRAFT 7", 1, "they are 0 to 6"),
+        ("set YRAFT verbos", 1, "did you mean VERBOSE?"), ("set YRAFT", 2, "kvolog set: LEVEL is required"),
+        ("set YRAFT 1 2", 2, "not expected: 2"), ("flags 0x400", 2, "starts with + or -"),
+        ("flags --jsn", 2, "'--jsn' is no change of flags"), ("flags +tread", 1, "did you mean THREAD?"),
+        ("flags +0x400 -0x401", 2, "both set and cleared"), ("output agent.log", 1, "start with /"),
+        (["output", "/" + 255 * "x"], 1, "256 bytes, the most is 255"),
+        ("rollover 0 1", 1, "the size has to be 1 to 2000"), ("rollover 5 101", 1, "the count has to be 0 to 100"),
+        ("rollover 2001 1", 1, "1 to 2000"), ("rollover 5", 2, "SIZE requires COUNT"),
+        ("rollover 5MB 1", 2, "'5MB' is no number"), ("levels --jsn", 2, "not expected: --jsn"),
+        ("tail -n 3 -fx", 2, "not expected: -x\n"), ("tail --lines", 2, "--lines: 1 required N missing"),
+        ("tail -n many", 2, "no number"), ("tail --level none", 1, "no line has the level"),
+        ("tell", 2, "not expected: tell"), ("", 2, "a command is missing"),
+    ]
+    before = CONFIG.read_bytes()
+    for words, status, why in cases:
+        done = kvolog(*(words.split() if isinstance(words, str) else words))
+        assert (done.status, done.out) == (status, "") and why in done.err, (words, done.err)
+    assert CONFIG.read_bytes() == before
+
+
+@needs_other_users
+def test_other_groups_may_look_and_not_touch(kvolog):
+    def other(*words):
+        return kvolog(*words, setup=lambda: os.setgid(65534))
+
+    assert other("levels").out == kvolog("levels").out
+    for words in ("set ALL 1", "flags +1", "output /x", "rollover 1 1", "reset"):
+        done = other(*words.split())
+        assert done.status == 1 and "only a process of group 0 may change" in done.err
+    os.truncate(CONFIG, 1075)
+    assert "too short" in other("levels").err
+    CONFIG.unlink()
+    done = other("serve")
+    assert done.status == 1 and "does not exist yet" in done.err
+
+
+def test_every_command_has_its_help(kvolog):
+    for command in "levels set flags output rollover reset serve tail names".split():
+        done = kvolog(command, "--help")
+        assert done.status == 0 and f"\nUsage: kvolog {command}" in done.out
+
+
+def test_the_completion_knows_the_names(kvolog, run):
+    script = f"""PATH={KVOLOG.parent}:$PATH
+        source /usr/share/bash-completion/bash_completion; source {ROOT}/packaging/completions/kvolog
+        COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMP_LINE="$*" COMPREPLY=(); COMP_POINT=${{#COMP_LINE}}
+        _kvolog || true; echo "${{COMPREPLY[*]}}" """
+    for words, expected in [("se", "set serve"), ("set yraft_w", "YRAFT_WS YRAFT_WIN"),
+                            ("set YRAFT_WIN v", "VERBOSE"), ("tail -f --class loc", "LOCALISE"),
+                            ("tail --level w", "WARNING"),
+                            ("flags -", "-FUNCTION -THREAD --json --help")]:
+        done = run("bash", "-c", script, "-", "kvolog", *words.split())
+        assert done.out == expected + "\n", (words, done.err)
+
+
+def test_the_unit_is_one(run, tmp_path):
+    unit = tmp_path / "kvologd.service"
+    text = (ROOT / "packaging/kvologd.service.in").read_text()
+    unit.write_text(re.sub("@.*@/kvolog", str(KVOLOG), text))
+    done = run("systemd-analyze", "verify", "--man=no", unit)
+    assert done.status == 0 and not done.err, done.err
