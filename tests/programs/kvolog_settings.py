@@ -111,9 +111,10 @@ def test_the_completion_knows_the_names(kvolog, run):
         assert done.out == expected + "\n", (words, done.err)
 
 
-def test_the_unit_is_one(run, tmp_path):
-    unit = tmp_path / "kvologd.service"
-    text = (ROOT / "packaging/kvologd.service.in").read_text()
-    unit.write_text(re.sub("@.*@/kvolog", str(KVOLOG), text))
-    done = run("systemd-analyze", "verify", "--man=no", unit)
-    assert done.status == 0 and not done.err, done.err
+def test_the_units_are_understood_and_sandboxed(run, tmp_path):
+    unit, sockets = tmp_path / "kvologd.service", tmp_path / "kvologd.socket"
+    unit.write_text(re.sub("@.*@/kvolog", str(KVOLOG), (ROOT / "packaging/kvologd.service.in").read_text()))
+    shutil.copy(ROOT / "packaging/kvologd.socket", sockets)
+    verified = run("systemd-analyze", "verify", "--man=no", unit, sockets)
+    assert (verified.status, verified.err) == (0, "")
+    assert run("systemd-analyze", "security", "--offline=true", "--threshold=9", unit).status == 0

@@ -2,7 +2,13 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
+
+// What the log service calls itself in its log.
+constexpr std::string_view kServiceName = "kvologd";
+// What asks it for its status instead of a registration: a record without a body.
+constexpr std::string_view kStatusRequest{"\0\0\3\0", 4};
 
 // Levels.cpp
 void ShowLevels(const std::string& className, bool json);
@@ -19,7 +25,14 @@ void SetRollover(const std::string& size, const std::string& count);
 void Reset();
 
 // Serve.cpp
-void Serve();
+struct ServeOptions {
+  unsigned int connections = 500;       // of a user other than root
+  double bytesPerSecond = 1024 * 1024;  // of such a user; 0 for no limit
+};
+void Serve(const ServeOptions& options);
+
+// Status.cpp
+void ShowStatus(bool json);
 
 // Tail.cpp
 struct TailOptions {

@@ -12,6 +12,8 @@ struct Given {
   std::string level, kind, path, size, count;
   bool json = false;
   TailOptions tail;
+  ServeOptions serve;
+  unsigned int rate = 1024;  // KiB a second
 };
 
 CLI::Option* Operand(CLI::App* command, const char* name, std::string& value, const char* what) {
@@ -104,7 +106,20 @@ void AddLog(CLI::App& app, Given& given) {
       "the\n"
       "log file anew. It goes on while the log file cannot be written, and says so on standard\n"
       "error.");
-  serve->callback(Serve);
+  serve
+      ->add_option("--user-connections", given.serve.connections,
+                   "so many at a time for a user other than root")
+      ->type_name("N");
+  serve
+      ->add_option(
+          "--user-rate", given.rate,
+          "so many KiB a second for such a user, and what\nit saved in a minute at once; 0 "
+          "for no limit")
+      ->type_name("KIB");
+  serve->callback([&given] {
+    given.serve.bytesPerSecond = 1024.0 * given.rate;
+    Serve(given.serve);
+  });
   AddTail(app, given.tail);
 
   CLI::App* names = app.add_subcommand("names", "print names, one a line, by rising number");
