@@ -1,8 +1,10 @@
 """`kvolog serve` with real clients: what they write arrives whole, and no one disturbs the others."""
 
+import gzip
 import signal
 
 import pytest
+from conftest import as_user
 from logservice import *
 
 PROCESSES, LINES = 8, 20000
@@ -170,12 +172,112 @@ def test_files_are_rolled_over_between_lines(kvolog, serve):
         sender.line(f"{n} " + 8000 * "x")
     await_text("\n", LOG)
     assert service.stop() == 0
-    files = [LOG, LOG.with_name("fsr.log.1"), LOG.with_name("fsr.log.2")]
+    files = [LOG, old(1), old(2)]
     numbers = [int(entry.text.split()[0]) for file in reversed(files) for entry in entries(file)]
     assert numbers == list(range(600))[-len(numbers):] and len(numbers) > 250
-    for old in files[1:]:
-        assert (1 << 20) - 8200 < old.stat().st_size <= 1 << 20
-    assert not LOG.with_name("fsr.log.3").exists()
+    assert all((1 << 20) - 8200 < file.stat().st_size <= 1 << 20 for file in files[1:])
+    assert not old(3).exists()
+
+
+def old(number, end=""):
+    return LOG.with_name(f"fsr.log.{number}{end}")
+
+
+def fill(sender, mebibytes):
+    for n in range(mebibytes * 131):
+        sender.line(f"{n} " + 8000 * "x")
+
+
+def test_only_its_own_old_files_go(kvolog, serve):
+    kvolog("rollover", 1, 4)
+    LOG.parent.mkdir(exist_ok=True)
+    for number in (5, 6):
+        old(number).write_text("logrotate's")
+    old(0, ".gz").write_text("somebody's")
+    service = serve()
+    sender = Sender()
+    fill(sender, 6)
+    wait_until(lambda: old(4).exists())
+    kvolog("rollover", 1, 2)
+    wait_until(lambda: not old(4).exists() and not old(3).exists())
+    fill(sender, 2)
+    kvolog("rollover", 1, 2, "--compress")
+    time.sleep(0.6)  # a change counts when it was seen twice
+    fill(sender, 3)
+    wait_until(lambda: old(1, ".gz").exists() and old(2, ".gz").exists() and not old(1).exists())
+    sizes = [len(gzip.open(old(number, ".gz")).read()) for number in (1, 2)]
+    assert all((1 << 20) - 8200 < size <= 1 << 20 for size in sizes)
+    kvolog("rollover", "off")
+    time.sleep(0.6)
+    before = LOG.stat().st_size
+    fill(sender, 3)
+    wait_until(lambda: LOG.stat().st_size > before + (3 << 20))
+    assert service.stop() == 0
+    assert old(5).read_text() == old(6).read_text() == "logrotate's" and old(0, ".gz").exists()
+
+
+def test_what_is_no_regular_file_is_not_touched(kvolog, serve):
+    LOG.parent.mkdir(exist_ok=True)
+    precious = LOG.with_name("precious")
+    precious.write_text("precious\n")
+    LOG.symlink_to(precious)
+    service = serve()
+    Sender().line("waits")
+    wait_until(lambda: "it is a symbolic link; trying again" in service.err)
+    LOG.unlink()
+    os.mkfifo(LOG)
+    time.sleep(0.6)
+    LOG.unlink()
+    await_text("waits")
+    assert precious.read_text() == "precious\n" and LOG.stat().st_mode & 0o777 == 0o640
+    CONFIG.unlink()
+    CONFIG.symlink_to(precious)
+    assert "no regular file" in kvolog("set", "ALL", "1").err
+    assert precious.read_text() == "precious\n"
+    CONFIG.unlink()
+
+
+@pytest.mark.parametrize("what", ["file", "folder"])
+def test_a_log_that_was_removed_comes_back_within_a_second(serve, what):
+    serve()
+    sender = Sender().line("one")
+    await_text("one")
+    LOG.unlink() if what == "file" else shutil.rmtree(LOG.parent)
+    wait_until(LOG.exists, 1)
+    sender.line("two")
+    await_text("two")
+
+
+def test_the_journal_gets_priorities(kvolog, start, tmp_path):
+    kvolog("output", "/var/qmz/.kvologd.lock/log")
+    with open(tmp_path / "errors", "w") as errors:
+        status = os.fstat(errors.fileno())
+        script = f"exec {KVOLOG} serve 2>{tmp_path}/errors"
+        start("sh", "-c", script, env={"JOURNAL_STREAM": f"{status.st_dev}:{status.st_ino}"})
+        wait_until(lambda: "trying again" in (tmp_path / "errors").read_text())
+    assert (tmp_path / "errors").read_text().count("<3>cannot open '/var/qmz/.kvologd.lock/log': Not a directory") == 1
+
+
+def test_its_status_names_who_logs(kvolog, serve):
+    service = serve()
+    sender = Sender("brelka-vcagent").line("one").line("two", FATAL)
+    await_text("two")
+    status = kvolog.shown("status")
+    assert (status["pid"], status["output"], status["lost"], status["stalled"]) == (service.pid, str(LOG), 0, False)
+    assert status["clients"] == [{"pid": os.getpid(), "uid": os.getuid(), "identity": "brelka-vcagent",
+                                  "session": 17, "lines": 2, "bytes": len(hello("brelka-vcagent") + 2 * line("one")),
+                                  "dropped": 0}]
+    shown = kvolog("status")
+    assert f"{os.getpid()}  " in shown.out and "brelka-vcagent" in shown.out, shown.err
+    sender.close()
+    wait_until(lambda: kvolog.shown("status")["clients"] == [])
+
+
+@needs_other_users
+def test_its_status_is_not_for_everybody(kvolog, serve):
+    serve()
+    done = kvolog("status", setup=as_user(65534))
+    assert done.status == 1 and "only root and processes of group 0" in done.err
 
 
 def test_a_full_disk_costs_lines_that_are_counted_and_cuts_none(serve, run):

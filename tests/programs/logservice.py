@@ -18,7 +18,7 @@ TRACE_WRITER = BUILD / "tests/trace_writer"
 CONFIG = pathlib.Path("/var/qmz/.kvolog")
 SOCKET = pathlib.Path("/var/qmz/.kvologd")
 LOG = pathlib.Path("/var/log/qmz/fsr.log")
-VERBOSE, INFO, WARNING, ERROR, FATAL = range(1, 6)
+VERBOSE, INFO, WARNING, ERROR, FATAL, NONE = range(1, 7)
 ALL, LOCALISE, YRAFT, YRAFT_RW, YRAFT_WIN = 0, 63, 175, 187, 188
 
 needs_other_users = pytest.mark.skipif(

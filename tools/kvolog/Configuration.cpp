@@ -18,12 +18,13 @@ constexpr const char* kPath = KVO_LOG_CONFIG_PATH;
 
 std::string WhyUnmapped() {
   struct stat status {};
-  const bool exists = stat(kPath, &status) == 0;
+  const bool exists = lstat(kPath, &status) == 0;
   const int error = errno;
   if (!exists && error == ENOENT && getgid() != 0) {
     return "it does not exist yet, and only a process of group 0 creates it";
   }
   if (!exists) return std::strerror(error);
+  if (!S_ISREG(status.st_mode)) return "it is no regular file";
   if (status.st_size < static_cast<off_t>(sizeof(KvoLogConfig))) {
     return "it is too short, and only a process of group 0 repairs it";
   }
@@ -44,6 +45,10 @@ void MapConfigurationToChange() {
       "only a process of group 0 may change the logging configuration; the group of this "
       "one is " +
       std::to_string(getgid()));
+}
+
+void Require(int stored) {
+  if (stored == 0) throw Refused("the logging library refused the change");
 }
 
 std::optional<KvoLogConfig> ReadConfiguration(const std::string& path) {

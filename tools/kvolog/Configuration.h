@@ -14,6 +14,9 @@ void MapConfiguration();
 // As above, and throws Refused where the process may only read.
 void MapConfigurationToChange();
 
+// Throws Refused where an accessor of the library answered that a change was not stored.
+void Require(int stored);
+
 // Bits of the flags word that are the log service's.
 constexpr std::uint32_t kFlagNoRollover = 0x10000;
 constexpr std::uint32_t kFlagCompress = 0x20000;

@@ -72,8 +72,9 @@ void LogWriter::Reopen() {
 void LogWriter::Run() {
   pthread_setname_np(pthread_self(), "kvolog-writer");
   std::unique_lock lock(m_mutex);
+  auto next = std::chrono::steady_clock::now() + kTick;
   for (bool stop = false; !stop;) {
-    const bool news = m_news.wait_for(lock, kTick, [this] { return m_any; });
+    m_news.wait_until(lock, next, [this] { return m_any; });
     m_any = false;
     const LogTarget target = m_target;
     const bool reopen = std::exchange(m_reopen, false);
@@ -81,9 +82,9 @@ void LogWriter::Run() {
     std::size_t written = m_written;
     lock.unlock();
     m_file.Use(target);
-    if (reopen) {
-      m_file.Reopen();
-    } else if (!news) {
+    if (reopen) m_file.Reopen();
+    if (const auto now = std::chrono::steady_clock::now(); now >= next) {
+      next = now + kTick;
       m_file.Check();
     }
     written += m_file.Append(std::string_view(m_batch).substr(written));

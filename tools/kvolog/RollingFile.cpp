@@ -60,20 +60,16 @@ bool Shift(const std::string& path, unsigned int number, bool removes) {
   });
 }
 
-// Compresses a file into one beside it and removes it. What is not done when it is told to stop,
-// or cannot be done, leaves the file as it was.
-void CompressFile(const std::stop_token& stop, const std::string& path) {
-  const std::string unfinished = path + ".tmp";
-  const UniqueFd from(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
-  struct stat status {};
-  if (!from || fstat(from.get(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+// Writes what a file holds into a compressed one, unless it is told to stop. Answers whether it is
+// done.
+bool PackFile(const std::stop_token& stop, const UniqueFd& from, const std::string& path) {
   setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), 10);
-  unlink(unfinished.c_str());
-  UniqueFd to(open(unfinished.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0640));
-  if (!to) return;
+  struct stat status {};
+  UniqueFd to(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0640));
+  if (!to || fstat(from.get(), &status) != 0) return false;
   GiveToGroup(to.get(), status.st_gid);
   const gzFile packed = gzdopen(to.get(), "wb");
-  if (packed == nullptr) return;
+  if (packed == nullptr) return false;
   to.release();
   std::vector<char> block(std::size_t{256} << 10);
   ssize_t n = 0;
@@ -81,12 +77,13 @@ void CompressFile(const std::stop_token& stop, const std::string& path) {
   while (fine && (n = read(from.get(), block.data(), block.size())) > 0) {
     fine = !stop.stop_requested() && gzwrite(packed, block.data(), static_cast<unsigned>(n)) == n;
   }
-  if (gzclose(packed) == Z_OK && fine && n == 0 &&
-      rename(unfinished.c_str(), (path + kCompressed).c_str()) == 0) {
-    unlink(path.c_str());
-  } else {
-    unlink(unfinished.c_str());
-  }
+  return gzclose(packed) == Z_OK && fine && n == 0;
+}
+
+UniqueFd OpenOld(const std::string& path, struct stat* status) {
+  UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+  const bool regular = fd && fstat(fd.get(), status) == 0 && S_ISREG(status->st_mode);
+  return regular ? std::move(fd) : UniqueFd();
 }
 
 }  // namespace
@@ -97,6 +94,7 @@ std::string OldLogFile(const std::string& path, unsigned int number) {
 
 void RollingFile::Use(const LogTarget& target) {
   if (target == m_target) return;
+  if (target.path != m_target.path) StopPacking();
   const LogTarget old = std::exchange(m_target, target);
   if (target.path != old.path) return Reopen();
   // Files beyond are somebody else's.
@@ -111,7 +109,16 @@ void RollingFile::Reopen() {
   Open();
 }
 
+RollingFile::~RollingFile() { StopPacking(); }
+
+void RollingFile::StopPacking() {
+  if (!m_packing.joinable()) return;
+  m_packing = {};
+  unlink(Unfinished().c_str());
+}
+
 void RollingFile::Check() {
+  Pack();
   m_rollFailed = false;
   struct stat named {};
   struct stat ours {};
@@ -194,21 +201,51 @@ void RollingFile::EndTornLine() {
 
 // Moves every file one number up and leaves the name free. On failure the current file stays.
 void RollingFile::Roll() {
-  m_compressing = {};
   bool moved = true;
   for (unsigned int number = m_target.count + 1; moved && number-- > 0;) {
     moved = Shift(m_target.path, number, number == m_target.count);
   }
   if (moved) {
     m_fd = UniqueFd();
-    if (m_target.compresses && m_target.count > 0) {
-      m_compressing = std::jthread(CompressFile, OldLogFile(m_target.path, 1));
-    }
   } else if (!m_rollReported) {
     m_report("cannot roll over '" + m_target.path + "': " + std::strerror(errno) +
              "; trying again");
   }
   m_rollFailed = m_rollReported = !moved;
+}
+
+// Starts to compress the first old file that is not, and finishes what was started before.
+void RollingFile::Pack() {
+  if (m_packing.joinable()) {
+    if (!m_packed) return;
+    m_packing = {};
+    NamePacked();
+  }
+  struct stat status {};
+  for (unsigned int number = 1; m_target.compresses && number <= m_target.count; ++number) {
+    UniqueFd fd = OpenOld(OldLogFile(m_target.path, number), &status);
+    if (!fd) continue;
+    m_packedInode = status.st_ino;
+    m_packed = false;
+    unlink(Unfinished().c_str());
+    m_packing = std::jthread(
+        [this, from = std::move(fd), path = Unfinished()](const std::stop_token& stop) {
+          if (!PackFile(stop, from, path)) unlink(path.c_str());
+          m_packed = true;
+        });
+    return;
+  }
+}
+
+// The compressed file takes the place of what it holds; of that, nothing may be left by now.
+void RollingFile::NamePacked() {
+  struct stat status {};
+  for (unsigned int number = 1; number <= m_target.count; ++number) {
+    const std::string old = OldLogFile(m_target.path, number);
+    if (!OpenOld(old, &status) || status.st_ino != m_packedInode) continue;
+    if (rename(Unfinished().c_str(), (old + kCompressed).c_str()) == 0) unlink(old.c_str());
+  }
+  unlink(Unfinished().c_str());
 }
 
 // Reports the first of a row of failures.

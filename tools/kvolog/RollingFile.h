@@ -7,6 +7,7 @@
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -27,6 +28,7 @@ class RollingFile {
   // goes on.
   using Report = std::function<void(const std::string& what)>;
   explicit RollingFile(Report report) : m_report(std::move(report)) {}
+  ~RollingFile();
 
   // Names the file, creating it and missing folders, and says how it is rolled over. May be called
   // again at any time.
@@ -39,13 +41,18 @@ class RollingFile {
   // Lets go of the file, which may have been renamed, and opens its name anew.
   void Reopen();
 
-  // Reopens where two calls in a row found that the file has lost its name.
+  // Reopens where two calls in a row found that the file has lost its name. Compresses old files,
+  // one after the other. Call it now and then.
   void Check();
 
  private:
   bool Open();
   void EndTornLine();
   void Roll();
+  std::string Unfinished() const { return m_target.path + ".gz.tmp"; }
+  void Pack();
+  void NamePacked();
+  void StopPacking();
   std::size_t Fitting(std::string_view lines) const;
   std::size_t Write(std::string_view lines);
   bool Fail(const char* what);
@@ -59,5 +66,8 @@ class RollingFile {
   bool m_failing = false;     // to open or to write it, which was reported
   bool m_rollFailed = false;  // the file grows beyond its size until the next check
   bool m_rollReported = false;
-  std::jthread m_compressing;  // the youngest old file
+
+  std::jthread m_packing;      // compresses an old file
+  std::atomic<bool> m_packed;  // it has come to its end
+  ino_t m_packedInode = 0;     // of that file, whose number may change meanwhile
 };

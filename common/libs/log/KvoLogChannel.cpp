@@ -17,6 +17,7 @@
 #include <cstdio>
 #include <cstring>
 #include <optional>
+#include <string_view>
 
 #include "common/libs/log/KvoTrace.h"
 
@@ -55,7 +56,7 @@ bool SendWhole(int fd, const void* pData, std::size_t size) {
 
 void Address(const char* path, sockaddr_un* pAddress) {
   pAddress->sun_family = AF_UNIX;
-  std::strcpy(pAddress->sun_path, path);
+  std::string_view(path).copy(pAddress->sun_path, sizeof(pAddress->sun_path) - 1);
 }
 
 // A service whose queue of callers is full may cost a second at most, too.
