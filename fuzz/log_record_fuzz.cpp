@@ -30,17 +30,19 @@ std::vector<std::string> LinesOf(std::string_view stream, std::size_t piece) {
     for (LogRecord record{}; reader.Next(&record);) {
       std::string& line = lines.emplace_back();
       writer.Append({record.seconds, record.microseconds, "WARNING", "YRAFT_RW", reader.identity(),
-                     reader.session(), record.thread, record.text},
+                     4711, 1000, reader.session(), record.thread, record.text},
                     &line);
       Require(line.find('\n') == line.size() - 1);
       line.pop_back();
       const auto fields = ParseLogLine(line);
       Require(fields && Unescaped(fields->text) == record.text &&
-              Unescaped(fields->identity) == reader.identity());
+              Unescaped(fields->identity) == reader.identity() && fields->process == "4711" &&
+              fields->user == "1000");
       for (const unsigned char c : line) Require(c >= ' ' && c != 0x7f);
     }
   }
-  lines.push_back(reader.error() + (reader.InsideRecord() ? " inside" : ""));
+  lines.push_back(reader.error() +
+                  (reader.error().empty() && reader.Partial() > 0 ? " inside" : ""));
   return lines;
 }
 

@@ -38,7 +38,7 @@ page() { # PAGE [COMMAND]
 }
 
 look_at() { # PROGRAM
-  local name=${1##*/} page command commands help all=
+  local name=${1##*/} page command commands help all
   page=$source/docs/man/$name.1
   check "$name: the list of warnings" '' "$(groff -mandoc -ww -Tutf8 -z "$page" 2>&1)"
   check "$name: the list of errors" '' "$(mandoc -Tlint -W error "$page" 2>&1)"
@@ -53,9 +53,10 @@ look_at() { # PROGRAM
     return
   fi
   check "$name: the list of commands" "$commands" \
-    "$(completed "$name" '' | grep -v -e '^--' -e '^names$' | sort)" # `names` is for completions
+    "$(completed "$name" '' | grep -v '^--' | sort)"
   check "$name: the commands in the man page" "$commands" \
     "$(sed -nE 's/^\.(SS|It Cm) ([a-z]+(-[a-z]+)*)( (Op|Ar) .*)?$/\2/p' "$page" | sort)"
+  all=$("$1" --help | options)$'\n'
   for command in $commands; do
     help=$("$1" "$command" --help | options)
     all+=$help$'\n'

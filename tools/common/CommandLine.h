@@ -25,7 +25,7 @@ int RunProgram(const char* program, const char* about, int argc, char** argv, in
   };
   try {
     CLI::App app(about, program);
-    app.set_help_flag("--help", "show this text");
+    app.set_help_flag("-h,--help", "show this text");
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.get_formatter()->label("REQUIRED", "");
@@ -43,6 +43,9 @@ int RunProgram(const char* program, const char* about, int argc, char** argv, in
       command->parse(words);
     } catch (const CLI::CallForHelp&) {
       std::fputs(command->help(command != &app ? program : "").c_str(), stdout);
+      return 0;
+    } catch (const CLI::CallForVersion& version) {
+      std::puts(version.what());
       return 0;
     }
     return command != &app ? 0 : misused("a command is missing");

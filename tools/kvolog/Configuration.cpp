@@ -1,5 +1,6 @@
 #include "Configuration.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -9,24 +10,21 @@
 #include <utility>
 
 #include "Failure.h"
-#include "kvolog.h"
+#include "UniqueFd.h"
 
 namespace {
 
 constexpr const char* kPath = KVO_LOG_CONFIG_PATH;
 
-bool WholeFile(struct stat* status) {
-  return stat(kPath, status) == 0 && status->st_size >= static_cast<off_t>(sizeof(KvoLogConfig));
-}
-
 std::string WhyUnmapped() {
   struct stat status {};
-  const bool exists = stat(kPath, &status) == 0;
+  const bool exists = lstat(kPath, &status) == 0;
   const int error = errno;
   if (!exists && error == ENOENT && getgid() != 0) {
     return "it does not exist yet, and only a process of group 0 creates it";
   }
   if (!exists) return std::strerror(error);
+  if (!S_ISREG(status.st_mode)) return "it is no regular file";
   if (status.st_size < static_cast<off_t>(sizeof(KvoLogConfig))) {
     return "it is too short, and only a process of group 0 repairs it";
   }
@@ -49,36 +47,43 @@ void MapConfigurationToChange() {
       std::to_string(getgid()));
 }
 
-LogTarget StoredTarget() {
+void Require(int stored) {
+  if (stored == 0) throw Refused("the logging library refused the change");
+}
+
+std::optional<KvoLogConfig> ReadConfiguration(const std::string& path) {
+  const UniqueFd fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+  struct stat status {};
+  KvoLogConfig configuration;
+  if (!fd || fstat(fd.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+      pread(fd.get(), &configuration, sizeof configuration, 0) != sizeof configuration ||
+      configuration.magic != KVO_LOG_CONFIG_MAGIC) {
+    return std::nullopt;
+  }
+  return configuration;
+}
+
+LogTarget TargetOf(const KvoLogConfig& configuration) {
+  const char* path = configuration.outputPath;
   LogTarget target;
-  const char* path = KvoLogGetOutputPath();
-  target.path.assign(path, strnlen(path, sizeof(KvoLogConfig::outputPath)));
-  target.size = std::clamp(KvoLogGetRolloverSize(), 1U, unsigned{KVO_LOG_ROLLOVER_SIZE_MAX});
-  target.count = std::min(KvoLogGetRolloverCount(), KVO_LOG_ROLLOVER_COUNT_MAX);
+  target.path.assign(path, strnlen(path, sizeof configuration.outputPath));
+  target.size =
+      std::clamp(configuration.rolloverSize, 1U, std::uint32_t{KVO_LOG_ROLLOVER_SIZE_MAX});
+  target.count = std::min(configuration.rolloverCount, KVO_LOG_ROLLOVER_COUNT_MAX);
+  target.rolls = (configuration.flags & kFlagNoRollover) == 0;
+  target.compresses = (configuration.flags & kFlagCompress) != 0;
   return target;
 }
 
-ConfigurationWatch::ConfigurationWatch() {
-  struct stat status {};
-  if (WholeFile(&status)) {
-    m_device = status.st_dev;
-    m_inode = status.st_ino;
-  }
-  m_seen = m_target = StoredTarget();
+LogTarget StoredTarget() {
+  if (const auto configuration = ReadConfiguration()) return TargetOf(*configuration);
+  throw Refused(std::string("no logging configuration in ") + kPath + ": " + WhyUnmapped());
 }
 
 const LogTarget& ConfigurationWatch::Now() {
-  struct stat status {};
-  // A page of a file that was cut short must not be touched.
-  if (!WholeFile(&status)) return m_target;
-  if (status.st_dev != m_device || status.st_ino != m_inode) {
-    m_device = status.st_dev;
-    m_inode = status.st_ino;
-    KvoLogShutdown();
-    if (KvoLogInitConfigOnly() == 0) m_device = 0;  // the next call tries again
-  }
-  if (m_device == 0) return m_target;
-  const LogTarget stored = StoredTarget();
+  const auto configuration = ReadConfiguration();
+  if (!configuration) return m_target;
+  const LogTarget stored = TargetOf(*configuration);
   if (std::exchange(m_seen, stored) == stored) m_target = stored;
   return m_target;
 }

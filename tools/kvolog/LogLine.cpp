@@ -32,19 +32,6 @@ void AppendSpecial(char c, std::string* out) {
   out->append({'\\', 'x', kHex[byte >> 4], kHex[byte & 15]});
 }
 
-void AppendEscaped(std::string_view text, std::string* out) {
-  for (;;) {
-    const auto special = std::find_if(text.begin(), text.end(), IsSpecial);
-    out->append(text.begin(), special);
-    text.remove_prefix(static_cast<std::size_t>(special - text.begin()));
-    if (text.empty()) return;
-    const std::size_t length = ControlLength(text);
-    if (length == 0) out->push_back(text[0]);
-    for (const char c : text.substr(0, length)) AppendSpecial(c, out);
-    text.remove_prefix(std::max<std::size_t>(length, 1));
-  }
-}
-
 void AppendWord(std::string_view word, std::string* out) {
   for (std::size_t blank; (blank = word.find(' ')) != std::string_view::npos;) {
     AppendEscaped(word.substr(0, blank), out);
@@ -63,6 +50,19 @@ bool IsNumber(std::string_view word) {
   return !word.empty() && word.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
+// Takes "[812,1000]" off the identity's end.
+void SplitPeer(LogLineFields* fields) {
+  const std::string_view word = fields->identity;
+  const std::size_t open = word.rfind('[');
+  if (open == 0 || open == std::string_view::npos || word.back() != ']') return;
+  const std::string_view peer = word.substr(open + 1, word.size() - open - 2);
+  const std::size_t comma = std::min(peer.find(','), peer.size() - 1);
+  if (!IsNumber(peer.substr(0, comma)) || !IsNumber(peer.substr(comma + 1))) return;
+  fields->identity = word.substr(0, open);
+  fields->process = peer.substr(0, comma);
+  fields->user = peer.substr(comma + 1);
+}
+
 // 2026-11-24T20:08:10.123456+01:00
 bool IsTime(std::string_view word) {
   constexpr std::string_view kShape = "0000-00-00T00:00:00.000000+00:00";
@@ -74,6 +74,31 @@ bool IsTime(std::string_view word) {
 }
 
 }  // namespace
+
+void AppendEscaped(std::string_view text, std::string* out) {
+  for (;;) {
+    const auto special = std::find_if(text.begin(), text.end(), IsSpecial);
+    out->append(text.begin(), special);
+    text.remove_prefix(static_cast<std::size_t>(special - text.begin()));
+    if (text.empty()) return;
+    const std::size_t length = ControlLength(text);
+    if (length == 0) out->push_back(text[0]);
+    for (const char c : text.substr(0, length)) AppendSpecial(c, out);
+    text.remove_prefix(std::max<std::size_t>(length, 1));
+  }
+}
+
+std::string_view WholeCharacters(std::string_view text) {
+  // The last byte that starts a character says how many follow it.
+  for (std::size_t back = 1; back <= std::min<std::size_t>(text.size(), 4); ++back) {
+    const auto byte = static_cast<unsigned char>(text[text.size() - back]);
+    if (byte < 0x80) break;
+    if (byte < 0xc0) continue;
+    const std::size_t length = byte < 0xe0 ? 2 : byte < 0xf0 ? 3 : 4;
+    return text.substr(0, back < length ? text.size() - back : text.size());
+  }
+  return text;
+}
 
 void LogLineWriter::Remember(std::int64_t second) {
   if (second == m_second) return;
@@ -103,6 +128,11 @@ void LogLineWriter::Append(const LogLine& line, std::string* out) {
   }
   out->push_back(' ');
   AppendWord(line.identity, out);
+  out->push_back('[');
+  AppendNumber(line.process, out);
+  out->push_back(',');
+  AppendNumber(line.user, out);
+  out->push_back(']');
   for (const unsigned int number : {line.session, line.thread}) {
     out->push_back(' ');
     AppendNumber(number, out);
@@ -122,6 +152,7 @@ std::optional<LogLineFields> ParseLogLine(std::string_view line) {
     line.remove_prefix(blank + 1);
   }
   fields.text = line;
+  SplitPeer(&fields);
   if (!IsTime(fields.time) || !IsNumber(fields.session) || !IsNumber(fields.thread)) {
     return std::nullopt;
   }

@@ -1,8 +1,10 @@
 // A line of the log file, as the log service writes it and readers take it apart:
 //
-//   2026-11-24T20:08:10.123456+01:00 WARNING YRAFT_RW brelka-vcagent 17 4711 The text, as it came.
+//   2026-11-24T20:08:10.123456+01:00 WARNING YRAFT_RW brelka-vcagent[812,1000] 17 4711 The text.
 //
-// local time, level, class, identity, session, thread and text, with one blank between. In identity
+// local time, level, class, identity, session, thread and text, with one blank between. Behind the
+// identity, which a process chooses, stand its number and its user's, which the kernel knows; lines
+// of older services have neither. A class without a name stands as its number. In identity
 // and text a backslash stands as \\ and a control character as \n, \r, \t or, byte for byte, \xHH;
 // in the identity a blank stands as \x20. So a line ends where it seems to end, and nothing in it
 // reaches a terminal as a command.
@@ -19,6 +21,8 @@ struct LogLine {
   std::string_view level;      // the name, as is the class
   std::string_view className;  //
   std::string_view identity;   // as it came, as is the text
+  unsigned int process;
+  unsigned int user;
   unsigned int session;
   unsigned int thread;
   std::string_view text;
@@ -44,6 +48,8 @@ struct LogLineFields {
   std::string_view level;
   std::string_view className;
   std::string_view identity;
+  std::string_view process;  // empty in an old line, as is the user
+  std::string_view user;
   std::string_view session;
   std::string_view thread;
   std::string_view text;
@@ -55,3 +61,9 @@ std::optional<LogLineFields> ParseLogLine(std::string_view line);
 
 // The bytes that an escaped field stands for.
 std::string Unescaped(std::string_view field);
+
+// A text as it stands in a line.
+void AppendEscaped(std::string_view text, std::string* out);
+
+// A text that was cut, without the part of a character that stands at its end.
+std::string_view WholeCharacters(std::string_view text);

@@ -89,7 +89,23 @@ Names::Names() : classes(), parents(), levels() {
 
 unsigned int Names::Class(const std::string& word) const { return IndexOf("class", word, classes); }
 
-unsigned int Names::Level(const std::string& word) const { return IndexOf("level", word, levels); }
+unsigned int Names::Level(const std::string& word) const {
+  // What syslog and others call them.
+  constexpr std::array<std::pair<const char*, unsigned int>, 9> kOthers = {
+      {{"DEBUG", KVO_LOG_VERBOSE},
+       {"TRACE", KVO_LOG_VERBOSE},
+       {"NOTICE", KVO_LOG_INFO},
+       {"WARN", KVO_LOG_WARNING},
+       {"ERR", KVO_LOG_ERROR},
+       {"CRIT", KVO_LOG_FATAL},
+       {"ALERT", KVO_LOG_FATAL},
+       {"EMERG", KVO_LOG_FATAL},
+       {"OFF", KVO_LOG_NONE}}};
+  for (const auto& [name, level] : kOthers) {
+    if (strcasecmp(name, word.c_str()) == 0) return level;
+  }
+  return IndexOf("level", word, levels);
+}
 
 std::optional<unsigned int> Names::ClassOf(std::string_view name) const {
   return Find(name, classes);

@@ -86,6 +86,11 @@ void RecordReader::Register(std::string_view bytes) {
   m_session = Field<std::uint16_t>(bytes, offsetof(KvoLogHello, session));
 }
 
+void RecordReader::GoOn(std::string_view identity, unsigned int session) {
+  m_identity = identity;
+  m_session = session;
+}
+
 bool RecordReader::Decode(std::string_view bytes, LogRecord* record) {
   record->level = Field<std::uint16_t>(bytes, offsetof(KvoLogRecord, level));
   record->classId = Field<std::uint16_t>(bytes, offsetof(KvoLogRecord, classId));
@@ -95,8 +100,6 @@ bool RecordReader::Decode(std::string_view bytes, LogRecord* record) {
   record->text = bytes.substr(kTraceText, bytes.size() - kTraceText - 1);
   if (record->level < KVO_LOG_VERBOSE || record->level > KVO_LOG_FATAL) {
     Fail("a line of level " + std::to_string(record->level));
-  } else if (record->classId >= KVO_LOG_CLASSES) {
-    Fail("a line of class " + std::to_string(record->classId));
   } else if (record->seconds < 0 || record->seconds > kLastSecond) {
     Fail("a line of second " + std::to_string(record->seconds));
   } else if (record->microseconds > 999999) {

@@ -12,10 +12,10 @@
 
 #include "kvolog.h"
 
-// One line as it came; every number is within its range.
+// One line as it came; its class may be unknown, every other number is within its range.
 struct LogRecord {
-  unsigned int level;    // KVO_LOG_VERBOSE to KVO_LOG_FATAL
-  unsigned int classId;  // below KVO_LOG_CLASSES
+  unsigned int level;  // KVO_LOG_VERBOSE to KVO_LOG_FATAL
+  unsigned int classId;
   unsigned int thread;
   std::int64_t seconds;  // 0 to the end of the year 9998
   std::uint32_t microseconds;
@@ -33,10 +33,14 @@ class RecordReader {
   // used up or the stream is malformed.
   bool Next(LogRecord* record);
 
+  // The stream goes on behind its registration, which another reader has read.
+  void GoOn(std::string_view identity, unsigned int session);
+
   // What is wrong with the stream; empty while nothing is.
   const std::string& error() const { return m_error; }
-  // The bytes so far end within a record. Ask when Next() has answered false.
-  bool InsideRecord() const { return m_error.empty() && !m_partial.empty(); }
+  // How many bytes at the end of those so far are the start of a record. Ask when Next() has
+  // answered false.
+  std::size_t Partial() const { return m_partialIsWhole ? 0 : m_partial.size(); }
 
   bool Registered() const { return !m_identity.empty(); }
   const std::string& identity() const { return m_identity; }

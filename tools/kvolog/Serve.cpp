@@ -1,45 +1,76 @@
 // kvolog serve: the log service as a program.
-#include <sys/socket.h>
-#include <sys/un.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <systemd/sd-daemon.h>
 
-#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
 
 #include "Commands.h"
+#include "Complain.h"
 #include "Configuration.h"
+#include "Failure.h"
 #include "Service.h"
 
 namespace {
 
-// Tells a service manager that waits for it how far we are.
-void Notify(const char* state) {
-  const char* path = std::getenv("NOTIFY_SOCKET");
-  sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  if (path == nullptr || *path == '\0' || std::strlen(path) >= sizeof address.sun_path) return;
-  const std::size_t length = std::strlen(path);
-  std::memcpy(address.sun_path, path, length);
-  if (*path == '@') address.sun_path[0] = '\0';
-  const UniqueFd fd(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  sendto(fd.get(), state, std::strlen(state), MSG_NOSIGNAL,
-         reinterpret_cast<const sockaddr*>(&address),
-         static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + length));
+bool JournalReadsErrors() {
+  const char* stream = std::getenv("JOURNAL_STREAM");
+  struct stat status {};
+  return stream != nullptr && fstat(STDERR_FILENO, &status) == 0 &&
+         std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino) == stream;
+}
+
+// A descriptor for each process that logs: as many as there may be.
+void RaiseDescriptors() {
+  rlimit limit{};
+  getrlimit(RLIMIT_NOFILE, &limit);
+  limit.rlim_cur = limit.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &limit);
+}
+
+// The socket to listen at, and the connections of a service before us.
+Inheritance Inherit() {
+  Inheritance inheritance;
+  char** names = nullptr;
+  const int count = sd_listen_fds_with_names(1, &names);
+  for (int i = 0; i < count; ++i) {
+    UniqueFd fd(SD_LISTEN_FDS_START + i);
+    if (sd_is_socket_unix(fd.get(), SOCK_STREAM, 1, KVO_LOG_SOCKET_PATH, 0) > 0) {
+      inheritance.listener = std::move(fd);
+    } else if (sd_is_socket_unix(fd.get(), SOCK_STREAM, 0, nullptr, 0) > 0) {
+      inheritance.connections.push_back({std::move(fd), names[i]});
+    }
+    std::free(names[i]);
+  }
+  std::free(names);
+  return inheritance;
 }
 
 }  // namespace
 
-void Serve() {
+void Complain(int priority, const std::string& what) {
+  static const bool journal = JournalReadsErrors();
+  const std::string prefix = journal ? "<" + std::to_string(priority) + ">" : "kvolog serve: ";
+  std::fprintf(stderr, "%s%s\n", prefix.c_str(), what.c_str());
+}
+
+void Serve(const ServeOptions& options) {
+  Inheritance inheritance = Inherit();
   std::error_code ignored;  // mapping tells
   std::filesystem::create_directories(std::filesystem::path(KVO_LOG_SOCKET_PATH).parent_path(),
                                       ignored);
   MapConfiguration();
-  Service service;
-  std::fprintf(stderr, "kvolog serve: listening at %s, writing into %s\n", KVO_LOG_SOCKET_PATH,
-               service.path().c_str());
-  Notify("READY=1");
-  service.Run();
-  Notify("STOPPING=1");
+  RaiseDescriptors();
+  std::uint64_t lost = 0;
+  {
+    Service service(options, std::move(inheritance));
+    Complain(kInformation, std::string("listening at ") + KVO_LOG_SOCKET_PATH + ", writing into " +
+                               service.path());
+    sd_notify(0, "READY=1");
+    lost = service.Run();
+    sd_notify(0, "STOPPING=1");
+  }
+  if (lost != 0) throw Refused(std::to_string(lost) + " lines were lost");
 }

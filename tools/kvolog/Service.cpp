@@ -2,24 +2,35 @@
 
 #include <signal.h>
 #include <sys/epoll.h>
+#include <sys/resource.h>
 #include <sys/signalfd.h>
-#include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/time.h>
+#include <systemd/sd-daemon.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <cstdio>
 #include <cstring>
 
+#include "Complain.h"
 #include "Failure.h"
 
 namespace {
 
 constexpr std::chrono::milliseconds kTick{250};
-constexpr std::size_t kReceiveSize = std::size_t{256} << 10;
-constexpr std::size_t kWriteSize = std::size_t{256} << 10;  // written before the next client's turn
+constexpr std::chrono::milliseconds kWriterPatience{100};
+constexpr std::chrono::seconds kRegistrationPatience{5};
+constexpr std::size_t kTurn = std::size_t{64} << 10;         // bytes that a client's turn reads
+constexpr std::size_t kBatch = std::size_t{1} << 20;         // bytes that are written at once
+constexpr std::size_t kMostWaiting = std::size_t{32} << 20;  // bytes, while the writer stalls
+constexpr int kMostAccepted = 64;                            // between two rounds of turns
+constexpr double kBurstSeconds = 60;  // in which a user may use up the bytes of as many
+constexpr int kTurnsAtTheEnd = 16;    // more than a socket holds
 
-void Complain(const std::string& what) { std::fprintf(stderr, "kvolog serve: %s\n", what.c_str()); }
+std::string Error() { return std::strerror(errno); }
 
 UniqueFd OpenSignals() {
   // A closed pipe or a file size limit shows in the result of a write.
@@ -32,149 +43,448 @@ UniqueFd OpenSignals() {
   return UniqueFd(signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
-}  // namespace
-
-Service::Service()
-    : m_signals(OpenSignals()),
-      m_epoll(epoll_create1(EPOLL_CLOEXEC)),
-      m_target(m_configuration.Now()),
-      m_file(Complain),
-      m_received(kReceiveSize),
-      m_nextTick(Clock::now()) {
-  if (!Watch(m_signals.get()) || !Watch(m_socket.get())) {
-    throw Refused(std::string("cannot wait for clients: ") + std::strerror(errno));
-  }
-  UseTarget();
+// How far into what waits in a socket somebody has looked.
+void SetPeeked(int fd, int bytes) { setsockopt(fd, SOL_SOCKET, SO_PEEK_OFF, &bytes, sizeof bytes); }
+std::size_t Peeked(int fd) {
+  int bytes = 0;
+  socklen_t size = sizeof bytes;
+  getsockopt(fd, SOL_SOCKET, SO_PEEK_OFF, &bytes, &size);
+  return static_cast<std::size_t>(std::max(bytes, 0));
 }
 
-bool Service::Watch(int fd) {
+// The lines that a service may have written whose clients we get. A byte that was sent becomes four
+// at most, and each line has fields that were not.
+WrittenLines WrittenBefore(const Inheritance& inheritance, const std::string& path) {
+  std::size_t peeked = 0;
+  for (const auto& connection : inheritance.connections) peeked += Peeked(connection.fd.get());
+  WrittenLines lines;
+  if (peeked > 0) lines.Load(path, 2 * kBatch + 8 * peeked);
+  return lines;
+}
+
+// A connection's name in the service manager's store: what its registration said, and a number that
+// no other one has.
+std::string StoreName(int fd, const RecordReader& reader) {
+  constexpr char kHex[] = "0123456789abcdef";
+  struct stat status {};
+  fstat(fd, &status);
+  std::string name = std::to_string(status.st_ino) + "." + std::to_string(reader.session()) + ".";
+  for (const unsigned char c : reader.identity()) name += {kHex[c >> 4], kHex[c & 15]};
+  return name;
+}
+
+void Restore(const std::string& name, RecordReader* reader) {
+  const std::size_t session = name.find('.') + 1;
+  const std::size_t identity = name.find('.', session) + 1;
+  if (session == 0 || identity == 0) return;
+  std::string bytes;
+  for (std::size_t at = identity; at + 1 < name.size(); at += 2) {
+    unsigned char byte = 0;
+    std::from_chars(name.data() + at, name.data() + at + 2, byte, 16);
+    bytes.push_back(static_cast<char>(byte));
+  }
+  unsigned int number = 0;
+  std::from_chars(name.data() + session, name.data() + identity, number);
+  reader->GoOn(bytes, number);
+}
+
+// What waits first in a socket is no registration.
+bool Registered(int fd) {
+  KvoLogRecordHead head{};
+  const ssize_t n = recv(fd, &head, sizeof head, MSG_PEEK | MSG_DONTWAIT);
+  return n != sizeof head || head.type != KVO_LOG_RECORD_HELLO;
+}
+
+}  // namespace
+
+Service::Service(const ServeOptions& options, Inheritance inheritance)
+    : m_options(options),
+      m_signals(OpenSignals()),
+      m_epoll(epoll_create1(EPOLL_CLOEXEC)),
+      m_socket(std::move(inheritance.listener)),
+      m_target(m_configuration.Now()),
+      m_written(WrittenBefore(inheritance, m_target.path)),
+      m_writer(m_target, [](const std::string& what) { Complain(kError, what); }),
+      m_received(kTurn),
+      m_nextTick(Clock::now()) {
+  for (const int fd : {m_signals.get(), m_socket.get(), m_writer.event()}) {
+    if (!Watch(fd, EPOLLIN)) throw Refused("cannot wait for clients: " + Error());
+  }
+  for (auto& connection : inheritance.connections) Adopt(std::move(connection));
+}
+
+bool Service::Watch(int fd, std::uint32_t events) {
   epoll_event event{};
-  event.events = EPOLLIN;
+  event.events = events;
   event.data.fd = fd;
   return epoll_ctl(m_epoll.get(), EPOLL_CTL_ADD, fd, &event) == 0;
 }
 
-void Service::Run() {
-  std::array<epoll_event, 64> events{};
+std::uint64_t Service::Run() {
   while (m_running) {
     Tick();
-    const int n = epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()),
-                             static_cast<int>(kTick.count()));
-    for (int i = 0; i < n; ++i) {
-      const int fd = events[static_cast<std::size_t>(i)].data.fd;
-      if (fd == m_signals.get()) {
-        HandleSignal();
-      } else if (fd == m_socket.get()) {
-        AcceptAll();
-      } else if (const auto client = m_clients.find(fd);
-                 client != m_clients.end() && !Read(client->second)) {
-        m_clients.erase(client);
-      }
-    }
-    Flush();
+    Wait();
+    Turns();
+    Settle();
   }
-  Drain();
+  return m_lost + Drain();
+}
+
+void Service::Wait() {
+  std::array<epoll_event, 256> events{};
+  const bool turns = !m_ready.empty() && (m_lines.size() < kBatch || m_stalled);
+  const auto patience = m_pinned.empty() ? kTick : kWriterPatience;
+  const int n = epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()),
+                           turns ? 0 : static_cast<int>(patience.count()));
+  for (int i = 0; i < n; ++i) {
+    const int fd = events[static_cast<std::size_t>(i)].data.fd;
+    if (fd == m_signals.get()) {
+      HandleSignal();
+    } else if (fd == m_socket.get()) {
+      AcceptSome();
+    } else if (const auto client = m_clients.find(fd); client != m_clients.end()) {
+      if (!std::exchange(client->second.ready, true)) m_ready.push_back(fd);
+    }
+  }
 }
 
 // What is done now and then, however busy the clients are.
 void Service::Tick() {
-  if (Clock::now() < m_nextTick) return;
-  m_nextTick = Clock::now() + kTick;
-  if (const LogTarget& now = m_configuration.Now(); now != m_target) {
-    m_target = now;
-    UseTarget();
+  const auto now = Clock::now();
+  if (now < m_nextTick) return;
+  m_nextTick = now + kTick;
+  sd_notify(0, "WATCHDOG=1");
+  if (const LogTarget& target = m_configuration.Now(); target != m_target) {
+    m_target = target;
+    m_writer.Use(m_target);
   }
-  m_file.Retry();
-  if (!m_accepting) m_accepting = Watch(m_socket.get());
-}
-
-void Service::UseTarget() {
-  m_file.Use(m_target.path, std::uint64_t{m_target.size} << 20, m_target.count);
+  if (!m_accepting) m_accepting = Watch(m_socket.get(), EPOLLIN);
+  for (auto& [fd, client] : m_clients) {
+    if (client.reader.Registered() || client.ended || now - client.since < kRegistrationPatience) {
+      continue;
+    }
+    Note(client, "did not register and was dropped");
+    End(client);
+  }
+  for (auto& [uid, user] : m_users) {
+    if (std::exchange(user.turnedAway, false)) {
+      Note("user " + std::to_string(uid) + " has " + std::to_string(m_options.connections) +
+           " connections; more were turned away");
+    }
+    if (const auto lines = std::exchange(user.refused, 0); lines != 0) {
+      Note("user " + std::to_string(uid) + " writes too much: " + std::to_string(lines) +
+           " lines are missing here");
+    }
+  }
 }
 
 void Service::HandleSignal() {
   signalfd_siginfo info{};
   while (read(m_signals.get(), &info, sizeof info) == sizeof info) {
     if (info.ssi_signo == SIGHUP) {
-      m_file.Reopen();
+      m_writer.Reopen();
     } else {
       m_running = false;
     }
   }
 }
 
-void Service::AcceptAll() {
-  while (UniqueFd fd = m_socket.Accept()) Admit(std::move(fd));
-  if (errno != EMFILE && errno != ENFILE && errno != ENOBUFS && errno != ENOMEM) return;
-  // Who connects now waits until a client has gone.
-  if (m_running) epoll_ctl(m_epoll.get(), EPOLL_CTL_DEL, m_socket.get(), nullptr);
-  m_accepting = false;
+// ---- Who connects ------------------------------------------------------------------------------
+
+void Service::AcceptSome() {
+  for (int n = 0; n < kMostAccepted; ++n) {
+    UniqueFd fd = m_socket.Accept();
+    if (fd) {
+      Admit(std::move(fd));
+    } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
+      // Who connects now waits until a client has gone.
+      const std::string why = Error();
+      if (m_running) epoll_ctl(m_epoll.get(), EPOLL_CTL_DEL, m_socket.get(), nullptr);
+      if (std::exchange(m_accepting, false)) {
+        Note("who connects has to wait: " + why);
+        Complain(kWarning, "who connects has to wait: " + why);
+      }
+      return;
+    } else {
+      return;
+    }
+  }
+}
+
+Service::Client* Service::NewClient(UniqueFd fd) {
+  const int number = fd.get();
+  if (!Watch(number, EPOLLIN | EPOLLRDHUP | EPOLLET)) return nullptr;
+  Client& client = m_clients[number];
+  client.fd = std::move(fd);
+  client.since = Clock::now();
+  socklen_t size = sizeof client.peer;
+  getsockopt(number, SOL_SOCKET, SO_PEERCRED, &client.peer, &size);
+  ++m_users[client.peer.uid].connections;
+  client.ready = true;
+  m_ready.push_back(number);
+  return &client;
 }
 
 void Service::Admit(UniqueFd fd) {
-  ucred peer{};
-  socklen_t size = sizeof peer;
-  getsockopt(fd.get(), SOL_SOCKET, SO_PEERCRED, &peer, &size);
-  const int number = fd.get();
-  Client client{std::move(fd), peer.pid, {}};
-  if (!Watch(number)) return Note(client, std::string("was turned away: ") + std::strerror(errno));
-  m_clients.insert_or_assign(number, std::move(client));
+  Client* client = NewClient(std::move(fd));
+  if (client == nullptr) return Note("a client was turned away: " + Error());
+  SetPeeked(client->fd.get(), 0);
+  User& user = m_users[client->peer.uid];
+  if (client->peer.uid == 0 || user.connections <= m_options.connections) return;
+  user.turnedAway = true;
+  End(*client);
 }
 
-// Reads once. Answers false when nothing more is to be expected.
-bool Service::Read(Client& client) {
-  const ssize_t n = recv(client.fd.get(), m_received.data(), m_received.size(), 0);
-  if (n < 0) return errno == EAGAIN || errno == EINTR;
-  if (n == 0 && client.reader.InsideRecord()) Note(client, "ended within a record");
-  return n > 0 && TakeIn(client, {m_received.data(), static_cast<std::size_t>(n)});
+void Service::Adopt(Inheritance::Connection connection) {
+  Client* client = NewClient(std::move(connection.fd));
+  if (client == nullptr) return;
+  const int fd = client->fd.get();
+  client->again = Peeked(fd);
+  client->stored = true;
+  SetPeeked(fd, -1);
+  if (Registered(fd)) Restore(connection.name, &client->reader);
+  SetPeeked(fd, 0);
 }
 
-// Answers false for a client whose bytes cannot be understood.
-bool Service::TakeIn(Client& client, std::string_view bytes) {
-  RecordReader& reader = client.reader;
-  reader.Feed(bytes);
-  for (LogRecord record{}; reader.Next(&record);) {
-    m_writer.Append({record.seconds, record.microseconds, m_names.levels[record.level],
-                     m_names.classes[record.classId], reader.identity(), reader.session(),
-                     record.thread, record.text},
-                    &m_file.buffer());
+// The service manager keeps the connection when we are gone, until it is told otherwise: that the
+// client has gone does not mean that its last lines are in the file.
+void Service::Store(Client& client) {
+  client.stored = true;
+  const int fd = client.fd.get();
+  const std::string state = "FDSTORE=1\nFDPOLL=0\nFDNAME=" + StoreName(fd, client.reader);
+  sd_pid_notify_with_fds(0, 0, state.c_str(), &fd, 1);
+}
+
+// Nothing more is read from the client, and it hears of it. Its next turn is its last.
+void Service::End(Client& client) {
+  client.ended = true;
+  shutdown(client.fd.get(), SHUT_RDWR);
+  if (!std::exchange(client.ready, true)) m_ready.push_back(client.fd.get());
+}
+
+void Service::Forget(int fd) {
+  const auto client = m_clients.find(fd);
+  if (client == m_clients.end()) return;
+  if (client->second.stored) {
+    sd_notify(0, ("FDSTOREREMOVE=1\nFDNAME=" + StoreName(fd, client->second.reader)).c_str());
   }
-  if (!reader.error().empty()) Note(client, "sent " + reader.error() + " and was dropped");
-  if (m_file.buffer().size() >= kWriteSize) m_file.Flush();
-  return reader.error().empty();
+  const auto user = m_users.find(client->second.peer.uid);
+  --user->second.connections;
+  m_clients.erase(client);
 }
 
-// Takes in what was sent until now and nothing more: whoever sends again hears that we have gone.
-void Service::Drain() {
-  m_socket.Refuse();
+// ---- What they send ----------------------------------------------------------------------------
+
+// Each client that has something gets one turn.
+void Service::Turns() {
+  for (std::size_t turns = m_ready.size(); turns > 0; --turns) {
+    if (m_lines.size() >= kBatch && !m_stalled) return;
+    const int fd = m_ready.front();
+    m_ready.pop_front();
+    const auto client = m_clients.find(fd);
+    if (client == m_clients.end() || !client->second.ready) continue;
+    Read(client->second);
+    if (client->second.ended && !client->second.pinned) {
+      Forget(fd);
+    } else if (client->second.ready) {
+      m_ready.push_back(fd);
+    }
+  }
+}
+
+// Looks at what was sent since the last turn, and leaves it where it is.
+void Service::Read(Client& client) {
+  client.ready = false;
+  if (client.ended) return;
+  const ssize_t n =
+      recv(client.fd.get(), m_received.data(), m_received.size(), MSG_PEEK | MSG_DONTWAIT);
+  if (n < 0 && errno == EAGAIN) {
+    // A record that comes in pieces: there may be no room for the others.
+    if (client.whole == 0) Discard(client.fd.get(), std::exchange(client.read, 0));
+    return;
+  }
+  client.ready = true;
+  if (n > 0) return TakeIn(client, {m_received.data(), static_cast<std::size_t>(n)});
+  if (client.reader.Partial() > 0) Note(client, "ended within a record");
+  End(client);
+}
+
+void Service::TakeIn(Client& client, std::string_view bytes) {
+  RecordReader& reader = client.reader;
+  if (!reader.Registered() && bytes == kStatusRequest) {
+    AnswerStatus(client);
+    return End(client);
+  }
+  reader.Feed(bytes);
+  for (LogRecord record{}; reader.Next(&record);) AddLine(client, record);
+  client.bytes += bytes.size();
+  client.again -= std::min(client.again, bytes.size());
+  client.read += bytes.size();
+  client.whole = client.read - std::min(client.read, reader.Partial());
+  if (reader.Registered() && !client.stored) Store(client);
+  if (client.whole > 0 && !std::exchange(client.pinned, true)) m_pinned.push_back(client.fd.get());
+  if (reader.error().empty()) return;
+  Note(client, "sent " + reader.error() + " and was dropped");
+  End(client);
+}
+
+void Service::AddLine(Client& client, const LogRecord& record) {
+  const std::size_t before = m_lines.size();
+  const std::string number = record.classId < KVO_LOG_CLASSES ? "" : std::to_string(record.classId);
+  // Nobody else is called what the service calls itself.
+  const std::string_view identity = client.reader.identity();
+  const bool cut = record.text.size() == KVO_LOG_TEXT_SIZE - 1;
+  m_line.Append(
+      {record.seconds, record.microseconds, m_names.levels[record.level],
+       number.empty() ? m_names.classes[record.classId] : std::string_view(number),
+       identity == kServiceName ? "(kvologd)" : identity,
+       static_cast<unsigned int>(client.peer.pid), client.peer.uid, client.reader.session(),
+       record.thread, cut ? WholeCharacters(record.text) : record.text},
+      &m_lines);
+  if (client.again > 0 && m_written.Take(m_lines.substr(before))) {
+    m_lines.resize(before);
+  } else if (before >= kMostWaiting || !MayAdd(client.peer, m_lines.size() - before)) {
+    if (before >= kMostWaiting) ++m_dropped;
+    ++client.dropped;
+    m_lines.resize(before);
+  } else {
+    ++client.lines;
+  }
+}
+
+// Answers whether the user still may write so much, and takes it down.
+bool Service::MayAdd(const ucred& peer, std::size_t bytes) {
+  if (peer.uid == 0 || m_options.bytesPerSecond == 0) return true;
+  User& user = m_users[peer.uid];
+  const auto now = Clock::now();
+  const double seconds = std::chrono::duration<double>(now - user.counted).count();
+  user.counted = now;
+  user.credit = std::min(user.credit + seconds * m_options.bytesPerSecond,
+                         kBurstSeconds * m_options.bytesPerSecond);
+  if (user.credit < static_cast<double>(bytes)) {
+    ++user.refused;
+    return false;
+  }
+  user.credit -= static_cast<double>(bytes);
+  return true;
+}
+
+// ---- What becomes of it ------------------------------------------------------------------------
+
+// Takes out of the sockets what is written, and hands the next lines to the writer.
+void Service::Settle() {
+  const bool idle = m_writer.Idle();
+  m_stalled = !idle && Clock::now() - m_handed > kWriterPatience;
+  if (!idle && !m_stalled) return;
+  std::erase_if(m_pinned, [&](int fd) {
+    Client& client = m_clients.at(fd);
+    Consume(client, m_stalled ? client.whole : client.handed);
+    client.handed = idle ? client.whole : 0;
+    if (!client.pinned && client.ended) Forget(fd);
+    return !client.pinned;
+  });
+  if (!idle) return;
+  if (m_dropped != 0) {
+    Note(std::to_string(m_dropped) + " lines are missing here: the file could not be written");
+    m_lost += std::exchange(m_dropped, 0);
+  }
+  if (m_lines.empty()) return;
+  m_writer.Write(&m_lines);
+  m_handed = Clock::now();
+}
+
+void Service::Consume(Client& client, std::size_t size) {
+  client.read -= size;
+  client.whole -= size;
+  Discard(client.fd.get(), size);
+  client.pinned = client.whole > 0;
+  const bool partial = client.read > 0 && !client.pinned;
+  if (partial && !std::exchange(client.ready, true)) m_ready.push_back(client.fd.get());
+}
+
+void Service::Discard(int fd, std::size_t size) {
+  while (size > 0) {
+    const ssize_t n = recv(fd, m_received.data(), std::min(size, m_received.size()), MSG_DONTWAIT);
+    if (n <= 0) break;
+    size -= static_cast<std::size_t>(n);
+  }
+}
+
+// Takes in what was sent until now and nothing more. Who sends again hears that we have gone,
+// unless the service manager keeps the connection for the next service. Answers how many lines are
+// lost.
+std::uint64_t Service::Drain() {
+  if (!m_socket.Outlives()) m_socket.Refuse();
+  m_stalled = true;  // what is read need not stay in the sockets
   for (bool more = true; more;) {
     m_accepting = true;
-    AcceptAll();
-    more = !m_accepting && !m_clients.empty();
+    AcceptSome();
+    more = !m_socket.Outlives() && !m_clients.empty();
     for (auto& [fd, client] : m_clients) {
-      shutdown(fd, SHUT_RD);
-      while (Read(client)) Flush();
+      if (!m_socket.Outlives()) shutdown(fd, SHUT_RD);
+      client.ready = true;
+      for (int turn = 0; client.ready && turn < kTurnsAtTheEnd; ++turn) Read(client);
     }
-    m_clients.clear();
+    if (!m_socket.Outlives()) {
+      m_clients.clear();
+      m_pinned.clear();
+    }
   }
-  m_file.Retry();
-  Flush();
-  if (const auto lost = m_file.Unwritten(); lost != 0) {
-    Complain(std::to_string(lost) + " lines could not be written and are lost");
+  const std::uint64_t lost = m_writer.Finish(m_lines) + m_dropped;
+  if (lost == 0) {
+    for (auto& [fd, client] : m_clients) Consume(client, client.whole);
+    return 0;
+  }
+  Complain(kError, std::to_string(lost) + " lines could not be written and are lost");
+  return lost;
+}
+
+// ---- What is told ------------------------------------------------------------------------------
+
+void Service::AnswerStatus(const Client& client) {
+  if (client.peer.uid != 0 && client.peer.gid != 0) return;
+  const std::string text = JsonText(Status(), 2);
+  const timeval patience{1, 0};
+  setsockopt(client.fd.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+  for (std::string_view rest = text; !rest.empty();) {
+    const ssize_t n = send(client.fd.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
+    if (n <= 0) return;
+    rest.remove_prefix(static_cast<std::size_t>(n));
   }
 }
 
-void Service::Flush() {
-  m_file.Flush();
-  if (const auto lost = m_file.TakeLost(); lost != 0) {
-    Note(std::to_string(lost) + " lines are missing here: the file could not be written");
-    m_file.Flush();
+Json Service::Status() const {
+  Json clients = Json::array();
+  for (const auto& [fd, client] : m_clients) {
+    if (!client.reader.Registered()) continue;
+    clients.push_back({{"pid", client.peer.pid},
+                       {"uid", client.peer.uid},
+                       {"identity", client.reader.identity()},
+                       {"session", client.reader.session()},
+                       {"lines", client.lines},
+                       {"bytes", client.bytes},
+                       {"dropped", client.dropped}});
   }
+  rlimit descriptors{};
+  getrlimit(RLIMIT_NOFILE, &descriptors);
+  return {{"pid", getpid()},
+          {"output", m_target.path},
+          {"waiting", std::ranges::count(m_lines, '\n')},
+          {"stalled", m_stalled},
+          {"lost", m_lost + m_dropped},
+          {"limits",
+           {{"descriptors", descriptors.rlim_cur},
+            {"userConnections", m_options.connections},
+            {"userBytesPerSecond", m_options.bytesPerSecond}}},
+          {"clients", clients}};
 }
 
+// A client's misbehaviour counts as a line of its user's.
 void Service::Note(const Client& client, const std::string& what) {
   const RecordReader& reader = client.reader;
-  Note("process " + std::to_string(client.process) + ", " +
+  if (!MayAdd(client.peer, what.size() + KVO_LOG_IDENTITY_SIZE)) return;
+  Note("process " + std::to_string(client.peer.pid) + " of user " +
+       std::to_string(client.peer.uid) + ", " +
        (reader.Registered() ? reader.identity() : "not registered") + ", " + what);
 }
 
@@ -182,8 +492,9 @@ void Service::Note(const Client& client, const std::string& what) {
 void Service::Note(const std::string& what) {
   timeval now{};
   gettimeofday(&now, nullptr);
-  m_writer.Append(
+  m_line.Append(
       {now.tv_sec, static_cast<std::uint32_t>(now.tv_usec), m_names.levels[KVO_LOG_WARNING],
-       m_names.classes[KVO_CLASS_ALL], "kvologd", 0, static_cast<unsigned int>(getpid()), what},
-      &m_file.buffer());
+       m_names.classes[KVO_CLASS_ALL], kServiceName, static_cast<unsigned int>(getpid()), getuid(),
+       0, static_cast<unsigned int>(gettid()) & 0xFFFF, what},
+      &m_lines);
 }

@@ -1,69 +1,129 @@
-// The log service: reads what the agent's processes send and writes it into the log file.
+// The log service: reads what the agent's processes send and has it written into the log file.
 //
-// One thread waits for all clients. Each round reads once from every client that has something and
-// writes what came of it, so that no client waits for another and lines are in the file at once.
+// One thread waits for all clients and gives each that has sent something a turn, in which it reads
+// so much and no more. What is read stays in the client's socket until its lines are in the file,
+// so that a service that is killed loses nothing: the next one, which gets the sockets from the
+// service manager, reads it again. Only when the file cannot be written in time are lines kept in
+// memory alone, and dropped when there are too many.
 #pragma once
 
+#include <sys/socket.h>
 #include <sys/types.h>
 
 #include <chrono>
+#include <cstdint>
+#include <deque>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "Commands.h"
 #include "Configuration.h"
+#include "Json.h"
 #include "LogLine.h"
+#include "LogWriter.h"
 #include "Names.h"
 #include "RecordReader.h"
-#include "RollingFile.h"
 #include "ServiceSocket.h"
 #include "UniqueFd.h"
+#include "WrittenLines.h"
+
+// What a service manager kept for the service.
+struct Inheritance {
+  struct Connection {
+    UniqueFd fd;
+    std::string name;
+  };
+  UniqueFd listener;
+  std::vector<Connection> connections;
+};
 
 class Service {
  public:
   // SIGTERM, SIGINT and SIGHUP are the service's from now on: they are blocked. The configuration
   // is mapped. Throws Refused.
-  Service();
+  Service(const ServeOptions& options, Inheritance inheritance);
 
   const std::string& path() const { return m_target.path; }
 
   // Serves until SIGTERM or SIGINT, then takes in what clients have sent by then. SIGHUP opens the
-  // log file anew.
-  void Run();
+  // log file anew. Answers how many lines were lost since the start.
+  std::uint64_t Run();
 
  private:
-  struct Client {
-    UniqueFd fd;
-    pid_t process = 0;
-    RecordReader reader;
-  };
-  using Clients = std::map<int, Client>;
   using Clock = std::chrono::steady_clock;
 
-  bool Watch(int fd);
+  // Who sends. For root there is no limit: it may remove the log.
+  struct User {
+    unsigned int connections = 0;
+    double credit = 0;  // bytes
+    Clock::time_point counted{};
+    std::uint64_t refused = 0;  // lines, since they were last told
+    bool turnedAway = false;    // and not yet told
+  };
+  struct Client {
+    UniqueFd fd;
+    ucred peer{};
+    Clock::time_point since{};
+    RecordReader reader{};
+    bool ready = false;      // has a turn to come
+    bool stored = false;     // the service manager has it, too
+    bool ended = false;      // nothing more will be read
+    bool pinned = false;     // some of what was read is still in its socket, namely
+    std::size_t read = 0;    // so many bytes,
+    std::size_t whole = 0;   // of these, so many in whole records,
+    std::size_t handed = 0;  // of these, so many whose lines are being written
+    std::size_t again = 0;   // so many bytes to come were read by a service that died
+    std::uint64_t lines = 0, bytes = 0, dropped = 0;
+  };
+
+  bool Watch(int fd, std::uint32_t events);
+  void Wait();
   void Tick();
   void HandleSignal();
-  void AcceptAll();
+  void AcceptSome();
   void Admit(UniqueFd fd);
-  bool Read(Client& client);
-  bool TakeIn(Client& client, std::string_view bytes);
-  void Drain();
-  void Flush();
+  void Adopt(Inheritance::Connection connection);
+  Client* NewClient(UniqueFd fd);
+  void Turns();
+  void Read(Client& client);
+  void TakeIn(Client& client, std::string_view bytes);
+  void AddLine(Client& client, const LogRecord& record);
+  bool MayAdd(const ucred& peer, std::size_t bytes);
+  void Store(Client& client);
+  void Settle();
+  void Consume(Client& client, std::size_t size);
+  void Discard(int fd, std::size_t size);
+  void End(Client& client);
+  void Forget(int fd);
+  std::uint64_t Drain();
+  void AnswerStatus(const Client& client);
+  Json Status() const;
   void Note(const Client& client, const std::string& what);
   void Note(const std::string& what);
-  void UseTarget();
 
+  const ServeOptions m_options;
   UniqueFd m_signals;
   UniqueFd m_epoll;
   ServiceSocket m_socket;
   const Names m_names;
   ConfigurationWatch m_configuration;
   LogTarget m_target;
-  RollingFile m_file;
-  LogLineWriter m_writer;
-  Clients m_clients;
+  WrittenLines m_written;  // by a service that died
+  LogWriter m_writer;
+  LogLineWriter m_line;
+  std::string m_lines;  // not handed to the writer yet
+  Clock::time_point m_handed;
+  bool m_stalled = false;       // the writer takes too long: nothing stays in the sockets
+  std::uint64_t m_dropped = 0;  // lines, since they were last told
+  std::uint64_t m_lost = 0;     // lines, since the start
+  std::map<int, Client> m_clients;
+  std::map<uid_t, User> m_users;
+  std::deque<int> m_ready;
+  std::vector<int> m_pinned;
   std::vector<char> m_received;
   Clock::time_point m_nextTick;
-  bool m_accepting = true;  // false while there are too many clients
+  bool m_accepting = true;  // false while no descriptor is free
   bool m_running = true;
 };

@@ -8,8 +8,8 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 #include <string>
+#include <utility>
 
 #include "Failure.h"
 #include "kvolog.h"
@@ -43,13 +43,16 @@ UniqueFd NewSocket() {
   return fd;
 }
 
-// Keeps two services that start at the same time from removing each other's socket.
-UniqueFd LockFolder() {
-  const std::string folder = std::filesystem::path(kPath).parent_path();
-  UniqueFd fd(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!fd) Refuse("open the folder of");
+// Held as long as the service runs. Nobody else may open the file: whoever could, could lock it.
+UniqueFd Lock() {
+  constexpr const char* kLock = KVO_LOG_SOCKET_PATH ".lock";
+  constexpr int kFlags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+  UniqueFd fd(open(kLock, kFlags, 0600));
+  if (!fd || fchmod(fd.get(), 0600) != 0) {
+    throw Refused(std::string("cannot open ") + kLock + ": " + std::strerror(errno));
+  }
   if (flock(fd.get(), LOCK_EX | LOCK_NB) != 0) {
-    throw Refused("another log service is just starting");
+    throw Refused("a log service runs already: it has locked " + std::string(kLock));
   }
   return fd;
 }
@@ -70,8 +73,16 @@ void RemoveStaleSocket() {
 
 }  // namespace
 
-ServiceSocket::ServiceSocket() {
-  const UniqueFd lock = LockFolder();
+ServiceSocket::ServiceSocket(UniqueFd inherited)
+    : m_lock(Lock()), m_fd(std::move(inherited)), m_outlives(static_cast<bool>(m_fd)) {
+  if (m_outlives) {
+    fcntl(m_fd.get(), F_SETFL, O_NONBLOCK);
+  } else {
+    Listen();
+  }
+}
+
+void ServiceSocket::Listen() {
   RemoveStaleSocket();
   UniqueFd fd = NewSocket();
   if (bind(fd.get(), Generic(Address()), sizeof(sockaddr_un)) != 0) ::Refuse("bind");
@@ -92,8 +103,8 @@ ServiceSocket::~ServiceSocket() { Remove(); }
 
 void ServiceSocket::Remove() {
   struct stat status {};
-  const bool ours =
-      lstat(kPath, &status) == 0 && status.st_dev == m_device && status.st_ino == m_inode;
+  const bool ours = m_inode != 0 && lstat(kPath, &status) == 0 && status.st_dev == m_device &&
+                    status.st_ino == m_inode;
   if (ours) unlink(kPath);
 }
 

@@ -9,9 +9,14 @@ constexpr int kRefused = 1;
 // What the user wrote behind the commands' names.
 struct Given {
   std::string className = "ALL";
-  std::string level, kind, path, size, count;
+  std::string kind, path, size, count, span;
+  std::vector<std::string> words;
   bool json = false;
+  bool dry = false;
+  bool compress = false;
   TailOptions tail;
+  ServeOptions serve;
+  unsigned int rate = 1024;  // KiB a second
 };
 
 CLI::Option* Operand(CLI::App* command, const char* name, std::string& value, const char* what) {
@@ -33,22 +38,33 @@ void AddLevels(CLI::App& app, Given& given) {
       "default. A line ends with a star where configured and default differ.");
   levels->callback([&given] { ShowLevels(given.className, given.json); });
 
-  CLI::App* set = app.add_subcommand("set", "change the level of a class");
-  Operand(set, "CLASS", given.className, "a name in any case, or a number")->required();
-  Operand(set, "LEVEL", given.level, "the same")->required();
+  CLI::App* set = app.add_subcommand("set", "change the level of classes");
+  set->add_option("CLASS LEVEL", given.words,
+                  "names in any case, or numbers; several classes will do")
+      ->type_name("")
+      ->required();
+  set->add_option("--for", given.span, "give the old levels back after so long: 90s, 10m,\n2h, 1d")
+      ->type_name("TIME");
   set->footer(
       "Holds for every process at its next line. The levels are\n"
       "  INHERIT                              the class above decides\n"
       "  VERBOSE INFO WARNING ERROR FATAL     this level and all behind it are written\n"
-      "  NONE                                 nothing is written");
-  set->callback([&given] { SetLevel(given.className, given.level); });
+      "  NONE                                 nothing is written\n"
+      "and go by their other names, too: debug, notice, warn, err, crit, off.");
+  set->callback([&given] { SetLevels(given.words, given.span); });
+
+  CLI::App* names = app.add_subcommand("names", "print the names of classes or levels, one a line");
+  Operand(names, "KIND", given.kind, "classes or levels, by rising number")
+      ->required()
+      ->check(CLI::IsMember({"classes", "levels"}));
+  names->callback([&given] { PrintNames(given.kind); });
 }
 
 void AddSettings(CLI::App& app, Given& given) {
   CLI::App* flags = AddShowing(app, "flags", "show or change what a line starts with", given);
   flags->footer(
-      "'kvolog flags +BITS|-BITS...' sets and clears some. BITS are a number such as 0x400 or a\n"
-      "name:\n"
+      "'kvolog flags set BITS...' and 'kvolog flags clear BITS...' change some, as do +BITS and\n"
+      "-BITS. BITS are a number such as 0x400 or a name:\n"
       "  FUNCTION   a line starts with the name of the function that writes it\n"
       "  THREAD     a line starts with the thread's name, in brackets");
   flags->prefix_command();  // the changes may look like options
@@ -64,32 +80,58 @@ void AddSettings(CLI::App& app, Given& given) {
 
   CLI::App* rollover =
       AddShowing(app, "rollover", "show or change when the log file is rolled over", given);
-  CLI::Option* size = Operand(rollover, "SIZE", given.size, "roll over at so many MiB, 1 to 2000");
-  size->needs(Operand(rollover, "COUNT", given.count, "keep so many old files, 0 to 100"));
+  CLI::Option* size = Operand(rollover, "SIZE", given.size,
+                              "roll over at so many MiB, 1 to 2000; or off for never");
+  Operand(rollover, "COUNT", given.count, "keep so many old files, 0 to 100")->needs(size);
+  rollover->add_flag("--compress", given.compress, "compress old files");
   rollover->callback([&given, size] {
-    size->empty() ? ShowRollover(given.json) : SetRollover(given.size, given.count);
+    size->empty() ? ShowRollover(given.json) : SetRollover(given.size, given.count, given.compress);
   });
+}
 
-  app.add_subcommand("reset", "give levels, flags, output path and rollover their defaults")
-      ->callback(Reset);
+void AddSaved(CLI::App& app, Given& given) {
+  CLI::App* reset =
+      app.add_subcommand("reset", "give levels, flags, output path and rollover their defaults");
+  CLI::App* save = app.add_subcommand("save", "write the configuration into a file");
+  CLI::App* restore = app.add_subcommand("restore", "give the configuration what was saved");
+  for (CLI::App* command : {save, restore}) {
+    Operand(command, "FILE", given.path, "a file of its own")->required();
+  }
+  for (CLI::App* command : {reset, restore}) {
+    command->add_flag("--dry-run", given.dry, "show what would change, and change nothing");
+  }
+  reset->callback([&given] { Reset(given.dry); });
+  save->callback([&given] { Save(given.path); });
+  restore->footer(
+      "Do not copy a file over the configuration: a process that has it mapped dies when it is\n"
+      "shortened.");
+  restore->callback([&given] { Restore(given.path, given.dry); });
 }
 
 void AddTail(CLI::App& app, TailOptions& given) {
   CLI::App* tail = app.add_subcommand("tail", "show the last lines and follow, in colour");
-  tail->add_option("-n,--lines", given.lines,
-                   "how many lines, 10 unless given; old files\nare read too")
-      ->type_name("N");
+  Operand(tail, "FILE", given.file,
+          "this log and no old files of it; the log\nservice's unless given, with its old files");
+  const auto option = [&](const char* name, std::string& value, const char* type,
+                          const char* what) {
+    tail->add_option(name, value, what)->type_name(type);
+  };
+  option("-n,--lines", given.lines, "N",
+         "how many lines, or all; 10 unless given, all\nwith --since");
   tail->add_flag("-f,--follow", given.follow,
                  "go on with every line that is written, across\n"
                  "old files and changes of the output path");
-  tail->add_option("-c,--class", given.className, "only lines of the class and of those below it")
-      ->type_name("CLASS");
-  tail->add_option("-l,--level", given.level,
-                   "only lines of the level and of those behind\nit, up to FATAL")
-      ->type_name("LEVEL");
-  tail->add_option("-i,--identity", given.identity,
-                   "only lines of processes whose identity\nmatches, such as 'brelka-*'")
-      ->type_name("PATTERN");
+  option("-c,--class", given.className, "CLASS", "only lines of the class and of those below it");
+  option("-l,--level", given.level, "LEVEL",
+         "only lines of the level and of those behind\nit, up to FATAL");
+  option("-i,--identity", given.identity, "PATTERN",
+         "only lines of processes whose identity\nmatches, such as 'brelka-*'");
+  option("-g,--grep", given.text, "REGEX", "only lines that hold a match");
+  option("-S,--since", given.since, "TIME",
+         "only lines from then on: 2026-11-25,\n'2026-11-25 16:00:30', 16:00, or 10m for ten\n"
+         "minutes ago (s, m, h, d)");
+  option("-U,--until", given.until, "TIME", "only lines until then");
+  tail->add_flag("--json", given.json, "print one JSON value a line");
   tail->callback([&given] { Tail(given); });
 }
 
@@ -104,15 +146,25 @@ void AddLog(CLI::App& app, Given& given) {
       "the\n"
       "log file anew. It goes on while the log file cannot be written, and says so on standard\n"
       "error.");
-  serve->callback(Serve);
+  serve
+      ->add_option("--user-connections", given.serve.connections,
+                   "so many at a time for a user other than root")
+      ->type_name("N");
+  serve
+      ->add_option(
+          "--user-rate", given.rate,
+          "so many KiB a second for such a user, and what\nit saved in a minute at once; 0 "
+          "for no limit")
+      ->type_name("KIB");
+  serve->callback([&given] {
+    given.serve.bytesPerSecond = 1024.0 * given.rate;
+    Serve(given.serve);
+  });
   AddTail(app, given.tail);
 
-  CLI::App* names = app.add_subcommand("names", "print names, one a line, by rising number");
-  names->group("");  // for completions
-  Operand(names, "KIND", given.kind, "classes or levels")
-      ->required()
-      ->check(CLI::IsMember({"classes", "levels"}));
-  names->callback([&given] { PrintNames(given.kind); });
+  CLI::App* status =
+      AddShowing(app, "status", "show what the log service does, and for whom", given);
+  status->callback([&given] { ShowStatus(given.json); });
 }
 
 }  // namespace
@@ -123,7 +175,9 @@ int main(int argc, char** argv) {
       "kvolog", "Shows and changes what the processes of the agent log; writes and reads the log.",
       argc, argv, kRefused, [&given](CLI::App& app) {
         AddLevels(app, given);
+        app.set_version_flag("--version", "kvolog " KVOLOG_VERSION);
         AddSettings(app, given);
+        AddSaved(app, given);
         AddLog(app, given);
         app.footer(
             "'kvolog COMMAND --help' tells more.\n"

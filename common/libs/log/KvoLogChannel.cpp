@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,8 +14,10 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <optional>
+#include <string_view>
 
 #include "common/libs/log/KvoTrace.h"
 
@@ -27,7 +30,9 @@ using Clock = std::chrono::steady_clock;
 constexpr std::chrono::seconds kPatience{1};
 
 std::atomic<bool> g_connected{false};
-int g_socket = -1;  // written by the start and the end, which no line overlaps
+// Written by the start and the end, which no line overlaps.
+int g_socket = -1;
+const char* g_identity = nullptr;
 
 // Milliseconds, none when it is over.
 int Left(Clock::time_point end) {
@@ -49,11 +54,15 @@ bool SendWhole(int fd, const void* pData, std::size_t size) {
   }
 }
 
+void Address(const char* path, sockaddr_un* pAddress) {
+  pAddress->sun_family = AF_UNIX;
+  std::string_view(path).copy(pAddress->sun_path, sizeof(pAddress->sun_path) - 1);
+}
+
 // A service whose queue of callers is full may cost a second at most, too.
 bool Connect(int fd) {
   sockaddr_un address{};
-  address.sun_family = AF_UNIX;
-  std::strcpy(address.sun_path, KVO_LOG_SOCKET_PATH);
+  Address(KVO_LOG_SOCKET_PATH, &address);
   const Clock::time_point end = Clock::now() + kPatience;
   while (const int left = Left(end)) {
     const timeval patience{left / 1000, left % 1000 * 1000L};
@@ -76,10 +85,29 @@ bool Register(int fd, unsigned int session, const char* identity) {
 
 // Whatever waits for room wakes up. The descriptor stays, dead, until the logging ends: as long as
 // lines may be under way, nothing else may get its number.
-void GiveUp() {
+// Answers whether this is the thread that did it.
+bool GiveUp() {
   kvolog_filter.store(nullptr, std::memory_order_relaxed);
-  g_connected.store(false, std::memory_order_relaxed);
+  const bool first = g_connected.exchange(false, std::memory_order_relaxed);
   shutdown(g_socket, SHUT_RDWR);
+  return first;
+}
+
+// Tells syslog that lines will be missing from now on. Not by syslog(3), which waits for a reader
+// for good, and what stalls one log may stall the other.
+void SayGivenUp() {
+  sockaddr_un address{};
+  Address(_PATH_LOG, &address);
+  char text[160];
+  const int length = std::snprintf(
+      text, sizeof(text),
+      "<%d>%s[%d]: the log service is gone or stalled; this process logs nothing more",
+      LOG_USER | LOG_WARNING, g_identity, getpid());
+  const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+  if (fd < 0) return;
+  sendto(fd, text, static_cast<std::size_t>(length), MSG_DONTWAIT | MSG_NOSIGNAL,
+         reinterpret_cast<const sockaddr*>(&address), sizeof(address));
+  close(fd);
 }
 
 }  // namespace
@@ -91,6 +119,7 @@ bool OpenChannel(unsigned int session, const char* identity) {
   struct sigaction old;
   ignore.sa_handler = SIG_IGN;
   sigaction(SIGPIPE, &ignore, &old);
+  g_identity = identity;
   g_socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (g_socket >= 0 && !(Connect(g_socket) && Register(g_socket, session, identity))) {
     close(g_socket);
@@ -111,7 +140,7 @@ void CloseChannel() {
 void WriteRecord(const KvoLogRecord& record, std::size_t size) {
   int old;  // no caller reckons with its end at a line of the log
   pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &old);
-  if (!SendWhole(g_socket, &record, size)) GiveUp();
+  if (!SendWhole(g_socket, &record, size) && GiveUp()) SayGivenUp();
   pthread_setcancelstate(old, nullptr);
 }
 

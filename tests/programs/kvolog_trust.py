@@ -1,0 +1,254 @@
+"""What a log service owes those who rely on it: no restart and no stall loses a line, no user keeps others
+from logging or lies about who wrote."""
+
+import contextlib
+import ctypes
+import fcntl
+import resource
+import signal
+import sys
+import threading
+
+import pytest
+from conftest import LIBC, as_user
+from logservice import *
+
+
+class Manager:
+    """What systemd does for the service: it listens, keeps descriptors, and starts the service again."""
+
+    def __init__(self, start, tmp_path):
+        self.start, self.path, self.store, self.service = start, str(tmp_path / "notify"), {}, None
+        self.inbox = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+        self.inbox.bind(self.path)
+        self.listener = socket.socket(socket.AF_UNIX)
+        self.listener.bind(str(SOCKET))
+        self.listener.listen(64)
+        self.ready = threading.Event()
+        threading.Thread(target=self.attend, daemon=True).start()
+
+    def attend(self):
+        while True:
+            text, descriptors, _, _ = socket.recv_fds(self.inbox, 4096, 1)
+            state = dict(one.split("=", 1) for one in text.decode().splitlines())
+            if "FDSTORE" in state:
+                self.store[state["FDNAME"]] = descriptors[0]
+            if "FDSTOREREMOVE" in state:
+                os.close(self.store.pop(state["FDNAME"]))
+            if "READY" in state:
+                self.ready.set()
+
+    def run(self, *words, **how):
+        names = ["kvologd.socket", *self.store]
+        kept = [fcntl.fcntl(fd, fcntl.F_DUPFD, 300) for fd in (self.listener.fileno(), *self.store.values())]
+        moves = " ".join(f"{3 + i}<&{fd}" for i, fd in enumerate(kept))
+        script = f"exec {moves}; export LISTEN_PID=$$; exec \"$@\""
+        self.ready.clear()
+        self.service = self.start(
+            "bash", "-c", script, "-", KVOLOG, "serve", *words, pass_fds=kept,
+            env={"LISTEN_FDS": str(len(kept)), "LISTEN_FDNAMES": ":".join(names), "NOTIFY_SOCKET": self.path},
+            **how)
+        for fd in kept:
+            os.close(fd)
+        assert self.ready.wait(30), self.service.err
+        return self.service
+
+
+@pytest.fixture
+def manager(kvolog, start, tmp_path):
+    return Manager(start, tmp_path)
+
+
+def by_writer(prefix="Function: "):
+    found = collections.defaultdict(list)
+    for text in texts():
+        assert text.startswith(prefix), text
+        name, number = text.removeprefix(prefix).split()
+        found[name].append(int(number))
+    return dict(found)
+
+
+@pytest.mark.parametrize("end", [signal.SIGKILL, signal.SIGTERM])
+def test_ten_restarts_under_load_lose_and_repeat_nothing(manager, start, end):
+    manager.run()
+    writers = [start(TRACE_WRITER, f"w{n}", 30000, 10000) for n in range(8)]
+    for _ in range(10):
+        time.sleep(0.2)
+        assert any(writer.running() for writer in writers)
+        manager.service.signal(end)
+        manager.service.wait()
+        manager.run()
+    assert [writer.wait() for writer in writers] == 8 * [0]
+    assert manager.service.stop() == 0
+    assert by_writer() == {f"w{n}": list(range(30000)) for n in range(8)}
+    wait_until(lambda: not manager.store)
+
+
+@contextlib.contextmanager
+def stalled(service):
+    """A disk that hangs: the thread that writes does not come back."""
+    def trace(request, thread):
+        assert LIBC.ptrace(ctypes.c_long(request), thread, None, None) == 0, os.strerror(ctypes.get_errno())
+
+    tasks = pathlib.Path(f"/proc/{service.pid}/task")
+    writer = next(int(task.name) for task in tasks.iterdir() if "writer" in (task / "comm").read_text())
+    trace(0x4206, writer)  # PTRACE_SEIZE
+    trace(0x4207, writer)  # PTRACE_INTERRUPT
+    os.waitpid(writer, 0x40000000)  # __WALL
+    yield
+    trace(17, writer)  # PTRACE_DETACH
+
+
+def test_a_stalled_disk_costs_no_line(serve, start):
+    service = serve()
+    writers = [start(TRACE_WRITER, f"w{n}", 14000, 2000) for n in range(4)]
+    await_text("w3 10\n")
+    with stalled(service):
+        time.sleep(5)
+    assert [writer.wait() for writer in writers] == 4 * [0]
+    assert service.stop() == 0
+    assert by_writer() == {f"w{n}": list(range(14000)) for n in range(4)}
+
+
+def test_what_a_stall_does_cost_is_told(serve):
+    service = serve()
+    sender = Sender().line("start")
+    await_text("start")
+    with stalled(service):
+        for n in range(6000):
+            sender.line(f"{n} " + 8000 * "x")
+        sender.line("end")
+    await_text("are missing here")
+    kept = [text for text in texts() if text.endswith("x")]
+    missing = next(int(text.split()[0]) for text in texts() if "are missing here" in text)
+    assert len(kept) + missing >= 6000 and len(kept) > 3000
+    assert service.stop() == 1 and "lines were lost" in service.err
+
+
+def test_a_process_says_once_that_it_logs_nothing_more(serve, start):
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as syslog:
+        syslog.bind("/dev/log")
+        service = serve()
+        writer = start(TRACE_WRITER, "w", 2000, 1000)
+        await_text("w 10\n")
+        service.signal(signal.SIGKILL)
+        assert writer.wait() == 0
+        assert syslog.recv(1000).decode() == (f"<12>brelka-trace_writer[{writer.pid}]: the log service is gone or "
+                                              "stalled; this process logs nothing more")
+        with pytest.raises(BlockingIOError):
+            syslog.recv(1000, socket.MSG_DONTWAIT)
+    os.unlink("/dev/log")
+
+
+@needs_other_users
+def test_no_user_keeps_a_service_from_starting(serve, run, start):
+    serve().stop()
+    for path in (SOCKET.parent, f"{SOCKET}.lock"):
+        held = run("flock", "--nonblock", path, "true", setup=as_user(65534))
+        assert held.status == (0 if path == SOCKET.parent else 66), held.err
+    start("flock", SOCKET.parent, "sleep", 60, setup=as_user(65534))
+    wait_until(lambda: run("flock", "--nonblock", SOCKET.parent, "true").status == 1)
+    serve()
+
+
+CROWD = """
+import socket, sys, time
+them = []
+for n in range(int(sys.argv[1])):
+    one = socket.socket(socket.AF_UNIX)
+    one.setblocking(False)
+    try:
+        one.connect("/var/qmz/.kvologd")
+        one.send(bytes.fromhex(sys.argv[2]))
+    except OSError:
+        pass
+    them.append(one)
+print("here", flush=True)
+time.sleep(60)
+"""
+
+
+@needs_other_users
+def test_a_crowd_of_one_user_leaves_room_for_others(serve, start):
+    descriptors = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 1024))
+    service = serve("--user-connections", 40, setup=descriptors)
+    for greeting in (b"", hello("brelka-crowd")):
+        crowd = start(sys.executable, "-c", CROWD, 300, greeting.hex(), setup=as_user(65534))
+        wait_until(lambda: "here" in crowd.out)
+        Sender("brelka-other").line("still heard")
+        await_text("still heard")
+        await_text("user 65534 has 40 connections; more were turned away")
+        crowd.close()
+        os.truncate(LOG, 0)
+    assert service.stop() == 0
+
+
+def test_who_never_registers_is_dropped(serve):
+    serve()
+    idle = Sender(None)
+    Sender("brelka-other").line("at once")
+    await_text("at once")
+    assert idle.hung_up()
+    await_text("not registered, did not register and was dropped")
+
+
+FLOOD = """
+import socket, sys
+one = socket.socket(socket.AF_UNIX)
+one.connect("/var/qmz/.kvologd")
+one.sendall(bytes.fromhex(sys.argv[1]))
+for n in range(20000):
+    one.sendall(bytes.fromhex(sys.argv[2]))
+"""
+
+
+@needs_other_users
+def test_a_user_who_floods_the_log_loses_his_own_lines_only(serve, run):
+    service = serve("--user-rate", 16)
+    Sender("brelka-root").line("before")
+    flood = run(sys.executable, "-c", FLOOD, hello("brelka-flood").hex(), line(1000 * "x").hex(),
+                setup=as_user(65534))
+    assert flood.status == 0, flood.err
+    other = Sender("brelka-root")
+    for n in range(2000):
+        other.line(1000 * "y")
+    other.line("after")
+    await_text(" after\n")
+    await_text("user 65534 writes too much: ")
+    flooded = sum(entry.identity == "brelka-flood" for entry in entries())
+    assert 60 * 16 * 1024 / 1200 < flooded < 4000
+    assert sum(entry.identity == "brelka-root" for entry in entries()) == 2002
+    assert service.stop() == 0
+
+
+def test_a_line_says_who_wrote_it(serve, start):
+    serve()
+    Sender("kvologd").line("I am the service").line("of a class", cls=250)
+    Sender("brelka[1,0]").line("I am another")
+    start(TRACE_WRITER, "w", 1).wait()
+    Sender(None).send(b"nonsense")
+    await_text("was dropped")
+    found = {entry.text.split(",")[0]: entry for entry in wait_until(lambda: len(entries()) == 5 and entries())}
+    me = (str(os.getpid()), str(os.getuid()))
+    assert found["I am the service"][3:6] == ("(kvologd)", *me)
+    assert found["I am another"][3:6] == ("brelka[1,0]", *me)
+    assert found["of a class"].cls == "250"
+    assert found["Function: w 0"].identity == "brelka-trace_writer"
+    note = found[f"process {os.getpid()} of user {os.getuid()}"]
+    assert note.identity == "kvologd" and note.pid not in me
+
+
+def test_a_line_that_was_cut_ends_at_a_character(serve):
+    serve()
+    whole, cut = 8190 * "x" + "y", (8190 * "x" + "ü").encode()[:8191]
+    Sender().line(whole).line(cut).line((8189 * "x" + "中").encode()[:8191]).line("short \u00fc").line("end")
+    await_text(" end\n")
+    assert texts() == [whole, 8190 * "x", 8189 * "x", "short ü", "end"]
+
+
+def test_who_comes_before_the_service_waits(manager, start):
+    early = start(TRACE_WRITER, "early", 100)
+    assert early.wait() == 0
+    manager.run()
+    await_text("early 99\n")
+    assert manager.service.stop() == 0 and SOCKET.exists()
