@@ -283,7 +283,11 @@ TEST_F(HostTest, AFolderThatTakesNothingIsRefused) {
   ExpectEnd(download, 2, "", error);
   Program upload = Start({"upload", Home() / "1"}, {.ordinaryUser = true, .home = Files()});
   ASSERT_TRUE(AcceptFolder(m_user, kUploadFolder));
-  ExpectEnd(upload, 1, "", error);
+  ASSERT_NE(m_user.Face("File Transfer Error"), None);
+  Press("Escape");
+  ASSERT_NE(m_user.Face(kUploadFolder), None);  // to choose again
+  Press("Escape");
+  ExpectEnd(upload, 1, "", error + "\nyraft-host: nothing was chosen");
   fs::permissions(Files(), fs::perms::owner_all);
 }
 

@@ -1,6 +1,5 @@
 #include "Session.h"
 
-#include <gtk/gtk.h>
 #include <poll.h>
 #include <pthread.h>
 #include <signal.h>
@@ -17,6 +16,7 @@
 #include <utility>
 
 #include "UniqueFd.h"
+#include "WindowWatch.h"
 
 namespace {
 
@@ -99,17 +99,6 @@ void Push(Event::Kind kind) {
   if (EventQueue* queue = g_queue.load()) queue->Push(std::move(event));
 }
 
-gboolean OnHide(GSignalInvocationHint*, guint, const GValue* arguments, gpointer) {
-  if (GTK_IS_MESSAGE_DIALOG(g_value_get_object(arguments))) Push(Event::Kind::kBoxClosed);
-  return TRUE;  // go on watching
-}
-
-// Runs in the UI thread, in front of the first request.
-int WatchHide(void*) {
-  g_signal_add_emission_hook(g_signal_lookup("hide", GTK_TYPE_WIDGET), 0, OnHide, nullptr, nullptr);
-  return FALSE;
-}
-
 }  // namespace
 
 struct Session::Ui {
@@ -129,6 +118,7 @@ struct Session::Ui {
 void Session::Ui::Run() {
   char name[] = "yraft-host";
   char* argv[] = {name, nullptr};
+  FollowChooser();
   YraMainWinUICreate(1, argv, &signals, &object);
   ended = true;
   Push(Event::Kind::kUiEnded);
@@ -151,6 +141,8 @@ Session::Session() : m_ui(std::make_unique<Ui>()) {
   m_ui->interrupts = Checked(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK), "signalfd");
   g_queue = &m_ui->events;
   YraSetYraNotifyCallback(Notified);
+  WatchWindows({.boxClosed = [] { Push(Event::Kind::kBoxClosed); },
+                .windowClosed = [] { Push(Event::Kind::kWindowClosed); }});
   m_ui->thread = std::thread(&Ui::Run, m_ui.get());
 }
 
@@ -175,10 +167,6 @@ Session::~Session() {
   YraMainWinUIDestory(m_ui->object);
   m_ui->RestoreSignals();
 }
-
-// The library reports no error box that was closed. It is a message dialog of GTK's in this
-// process, though, and GTK tells everyone who asks what its widgets do.
-void Session::WatchBoxes() { g_idle_add(WatchHide, nullptr); }
 
 Session::Start Session::SendFirst(int signalType, Allocated<void> input) {
   const auto limit = Clock::now() + kStartLimit;

@@ -1,14 +1,8 @@
 // The upload: the user chooses a folder, the files of the command line are copied into it, the
 // progress window follows.
-#include <pwd.h>
-#include <unistd.h>
-
-#include <algorithm>
 #include <climits>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "Choice.h"
@@ -19,13 +13,6 @@
 #include "Transfer.h"
 
 namespace {
-
-std::vector<std::string> Absolute(const std::vector<std::string>& paths) {
-  std::vector<std::string> absolute;
-  absolute.reserve(paths.size());
-  for (const std::string& path : paths) absolute.push_back(std::filesystem::absolute(path));
-  return absolute;
-}
 
 // Whether it is worth asking for a folder. Where no file can be read, says why.
 bool AnyReadable(const std::vector<std::string>& paths, Console& console) {
@@ -54,31 +41,14 @@ Allocated<YRAFT_FILEINFO_ITEM> RequestFor(const std::vector<std::string>& paths)
   return item;
 }
 
-// The folder chooser hides what this process cannot write, and looks for each name it lists in the
-// working directory. It opens in the home directory, so that is where the process has to be.
-void EnterHome() {
-  const char* home = std::getenv("HOME");
-  const passwd* user = home == nullptr ? getpwuid(getuid()) : nullptr;
-  if (user != nullptr) home = user->pw_dir;
-  if (home == nullptr || chdir(home) != 0)
-    return;  // it then lists fewer folders; a path still goes
-}
-
 }  // namespace
 
 ExitStatus Upload(const std::vector<std::string>& files, std::uint64_t rate) {
-  const std::vector<std::string> paths = Absolute(files);
   Console console;
-  if (!AnyReadable(paths, console)) return kExitIncomplete;
-  EnterHome();
+  if (!AnyReadable(files, console)) return kExitIncomplete;
   Session session;
-  const Choice choice = Choose(session, console, YRAFT_UI_SIGNAL_SELECT_DIR, RequestFor(paths));
+  const FolderChoice choice =
+      ChooseFolder(session, console, [&files] { return RequestFor(files); });
   if (choice.status != kExitDone) return choice.status;
-  std::string why;
-  const UniqueFd folder = OpenFolder(choice.paths.front(), why);
-  if (!folder) {
-    console.Complain(Printable(choice.paths.front()) + ": " + why);
-    return kExitIncomplete;
-  }
-  return RunTransfer(session, console, {paths, folder.get(), YRAFT_OPERATION_UPLOAD, rate});
+  return RunTransfer(session, console, {files, choice.folder.get(), YRAFT_OPERATION_UPLOAD, rate});
 }
