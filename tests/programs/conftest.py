@@ -1,0 +1,152 @@
+"""What the tests of the programs share: a program under test, on a terminal where it has to be.
+
+Each file of this folder is a test that tests/support/inside runs in a mount namespace of its own."""
+
+import ctypes
+import fcntl
+import os
+import pathlib
+import pty
+import resource
+import signal
+import subprocess
+import tempfile
+import termios
+import time
+
+import pytest
+
+BUILD = pathlib.Path(os.environ["YRA_BUILD"])
+ROOT = pathlib.Path(__file__).parents[2]
+PATIENCE = 30  # seconds
+LIBC = ctypes.CDLL(None, use_errno=True)
+PR_SET_PDEATHSIG = 1
+FILE_SIZE = 4 << 30  # no file that a program writes is endless
+
+
+def wait_until(condition, patience=PATIENCE):
+    """Looks again and again until it is so, and answers what it then is."""
+    end = time.monotonic() + patience
+    while not (found := condition()):
+        assert time.monotonic() < end, "waited in vain"
+        time.sleep(0.002)
+    return found
+
+
+class Program:
+    """A program as a process: started, looked at while it runs, signalled, waited for.
+
+    columns   its input, output and errors are a terminal of that width, and all its text is in `out`
+    setup     runs in the new process before the program does
+    env       what its environment has more; None for a variable that it has not
+    """
+
+    def __init__(self, *command, columns=0, setup=None, env=None, cwd=None, stdin=subprocess.DEVNULL,
+                 pass_fds=()):
+        self._files = [tempfile.TemporaryFile(), tempfile.TemporaryFile()]
+        self._terminal, self._text = None, b""
+        terminal = None
+        if columns:
+            self._terminal, terminal = pty.openpty()
+            os.set_blocking(self._terminal, False)
+            termios.tcsetwinsize(terminal, (25, columns))
+            stdin = terminal
+
+        def prepare():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (FILE_SIZE, FILE_SIZE))
+            if columns:
+                fcntl.ioctl(0, termios.TIOCSCTTY)
+            if setup:
+                setup()
+            LIBC.prctl(PR_SET_PDEATHSIG, signal.SIGKILL)  # a change of the user would clear it
+
+        out, err = [terminal, terminal] if columns else self._files
+        environment = {k: v for k, v in {**os.environ, **(env or {})}.items() if v is not None}
+        self.process = subprocess.Popen(
+            [str(word) for word in command], stdin=stdin, stdout=out, stderr=err, env=environment, cwd=cwd,
+            pass_fds=pass_fds, start_new_session=bool(columns), preexec_fn=prepare)
+        self.pid = self.process.pid
+        if terminal is not None:
+            os.close(terminal)
+
+    def _read(self, file):
+        return os.pread(file.fileno(), os.fstat(file.fileno()).st_size, 0).decode(errors="replace")
+
+    @property
+    def out(self):
+        if self._terminal is None:
+            return self._read(self._files[0])
+        try:
+            while data := os.read(self._terminal, 65536):
+                self._text += data
+        except OSError:  # nothing more now, or ever
+            pass
+        return self._text.decode(errors="replace")
+
+    @property
+    def err(self):
+        return self._read(self._files[1])
+
+    def running(self):
+        self.out  # a full terminal would hold it
+        return self.process.poll() is None
+
+    def signal(self, number):
+        self.process.send_signal(number)
+
+    def wait(self):
+        """Its exit status; 128 and the number of the signal that killed it."""
+        wait_until(lambda: not self.running())
+        status = self.process.returncode
+        return status if status >= 0 else 128 - status
+
+    def stop(self):
+        self.signal(signal.SIGTERM)
+        return self.wait()
+
+    def close(self):
+        if self.process.poll() is None:
+            self.process.kill()
+            self.process.wait()
+        for file in self._files:
+            file.close()
+        if self._terminal is not None:
+            os.close(self._terminal)
+
+
+@pytest.fixture
+def start():
+    """Starts programs that end with the test: start(PROGRAM, ARGUMENT..., columns=...)."""
+    assert os.path.ismount("/var"), "run it through tests/support/inside"
+    programs = []
+
+    def start_one(*command, **how):
+        programs.append(Program(*command, **how))
+        return programs[-1]
+
+    yield start_one
+    for program in reversed(programs):
+        program.close()
+
+
+@pytest.fixture
+def run(start):
+    """Runs a program to its end; its status, out and err are to be looked at."""
+
+    def run_one(*command, **how):
+        program = start(*command, **how)
+        program.status = program.wait()
+        return program
+
+    return run_one
+
+
+def as_user(uid):
+    """For `setup`: the program belongs to an ordinary user."""
+
+    def become():
+        os.setgroups([])
+        os.setresgid(uid, uid, uid)
+        os.setresuid(uid, uid, uid)
+
+    return become
