@@ -43,7 +43,8 @@ int RunProgram(const char* program, const char* about, int argc, char** argv, in
       command->parse(words);
     } catch (const CLI::CallForHelp&) {
       std::fputs(command->help(command != &app ? program : "").c_str(), stdout);
-      return 0;
+      if (std::fflush(stdout) == 0) return 0;
+      throw std::runtime_error("the help cannot be written");
     }
     return command != &app ? 0 : misused("a command is missing");
   } catch (const CLI::ParseError& error) {

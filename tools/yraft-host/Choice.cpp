@@ -5,7 +5,7 @@
 
 #include "ChosenFiles.h"
 #include "ErrorBox.h"
-#include "FileCopy.h"
+#include "LocalFolder.h"
 #include "Request.h"
 
 namespace {

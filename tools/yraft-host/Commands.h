@@ -13,9 +13,12 @@ enum ExitStatus {
   kExitNoStart = 2      // wrong usage, no such folder, no display
 };
 
-// `rate` is in bytes a second; 0 for as fast as it goes.
-ExitStatus Download(const std::string& folder, std::uint64_t rate);
-ExitStatus Upload(const std::vector<std::string>& files, std::uint64_t rate);
+struct TransferOptions {
+  std::uint64_t rate = 0;  // bytes a second at most; 0 for as fast as it goes
+  bool asItIs = false;     // take files that others write meanwhile
+};
+ExitStatus Download(const std::string& folder, const TransferOptions& options);
+ExitStatus Upload(const std::vector<std::string>& files, const TransferOptions& options);
 
 struct Limits {
   std::uint64_t files = UINT16_MAX;

@@ -11,6 +11,8 @@
 #include <cwchar>
 #include <system_error>
 
+#include "Terminal.h"
+
 namespace {
 
 constexpr char kToLineStart[] = "\r\033[K";  // and erase the line
@@ -100,10 +102,12 @@ void Console::EraseProgress() {
 }
 
 std::string Printable(const std::string& name) {
-  std::string shown = name;
-  std::replace_if(
-      shown.begin(), shown.end(),
-      [](char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; }, '?');
+  std::string shown;
+  for (std::size_t at = 0; at < name.size();) {
+    const std::size_t length = ControlLength(&name[at]);
+    shown += length > 0 ? '?' : name[at];
+    at += std::max<std::size_t>(length, 1);
+  }
   return shown;
 }
 

@@ -8,15 +8,22 @@
 
 #include "Commands.h"
 #include "Console.h"
+#include "Endpoints.h"
 #include "Session.h"
 
-struct TransferOrder {
-  std::vector<std::string> paths;  // the files to copy
-  int folder;                      // an open folder
-  std::uint32_t operation;         // YRAFT_OPERATION_...: what the window calls it
-  std::uint64_t rate = 0;          // bytes a second at most; 0 for as fast as it goes
+struct TransferItem {
+  std::string place;  // of the source
+  std::string name;   // that it gets in the target
 };
 
-// Copies the files and says a line for each. Answers kExitDone when all arrived whole, else
-// kExitIncomplete. An interrupt cancels, as the window's Cancel does.
-ExitStatus RunTransfer(Session& session, Console& console, const TransferOrder& order);
+struct TransferOrder {
+  std::vector<TransferItem> items;
+  std::uint32_t operation;  // YRAFT_OPERATION_...: what the window calls it
+  TransferOptions options;
+};
+
+// Moves the files and says a line for each. Answers kExitDone when all arrived whole, else
+// kExitIncomplete, and shows what failed in a box. An interrupt cancels, as the window's Cancel
+// does.
+ExitStatus RunTransfer(Session& session, Console& console, const TransferOrder& order,
+                       Target& target);

@@ -1,14 +1,19 @@
 // The upload: the user chooses a folder, the files of the command line are copied into it, the
 // progress window follows.
+#include <algorithm>
 #include <climits>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Choice.h"
 #include "Commands.h"
 #include "Console.h"
-#include "FileCopy.h"
+#include "Failure.h"
+#include "FileNames.h"
+#include "LocalFolder.h"
+#include "LocalSource.h"
 #include "Session.h"
 #include "Transfer.h"
 
@@ -18,9 +23,12 @@ namespace {
 bool AnyReadable(const std::vector<std::string>& paths, Console& console) {
   std::vector<std::string> complaints;
   for (const std::string& path : paths) {
-    std::string why;
-    if (OpenSource(path, why)) return true;
-    complaints.push_back(Printable(path) + ": " + why);
+    try {
+      const LocalSource readable(path, false);
+      return true;
+    } catch (const FileFailed& failed) {
+      complaints.push_back(Printable(path) + ": " + failed.what());
+    }
   }
   for (const std::string& complaint : complaints) console.Complain(complaint);
   return false;
@@ -43,12 +51,17 @@ Allocated<YRAFT_FILEINFO_ITEM> RequestFor(const std::vector<std::string>& paths)
 
 }  // namespace
 
-ExitStatus Upload(const std::vector<std::string>& files, std::uint64_t rate) {
+ExitStatus Upload(const std::vector<std::string>& files, const TransferOptions& options) {
+  if (std::find(files.begin(), files.end(), "") != files.end()) {
+    throw WrongUsage("a FILE has no name");
+  }
   Console console;
   if (!AnyReadable(files, console)) return kExitIncomplete;
   Session session;
-  const FolderChoice choice =
-      ChooseFolder(session, console, [&files] { return RequestFor(files); });
+  FolderChoice choice = ChooseFolder(session, console, [&files] { return RequestFor(files); });
   if (choice.status != kExitDone) return choice.status;
-  return RunTransfer(session, console, {files, choice.folder.get(), YRAFT_OPERATION_UPLOAD, rate});
+  TransferOrder order{{}, YRAFT_OPERATION_UPLOAD, options};
+  for (const std::string& path : files) order.items.push_back({path, BaseName(path)});
+  LocalFolder target(std::move(choice.folder), options.rate == 0);
+  return RunTransfer(session, console, order, target);
 }

@@ -1,6 +1,8 @@
 // yraft-host: a file-transfer host to run by hand. Its commands show the dialogs of a transfer and
 // do with real files what a host does behind its virtual channel.
+#include <fcntl.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <charconv>
 #include <clocale>
@@ -37,7 +39,7 @@ class Library {
 // What the user wrote behind the command's name, and what came of it.
 struct Given {
   std::string folder, title, text, more;
-  std::uint64_t rate = 0;
+  TransferOptions options;
   Limits limits;
   PathFormat format = PathFormat::kLines;
   ExitStatus status = kExitDone;
@@ -76,20 +78,25 @@ void AddTransfers(CLI::App& app, Given& given) {
 
   CLI::App* download =
       Add(app, given, "download", "copy files that you choose into a folder",
-          [&given](const CLI::App&) { return Download(given.folder, given.rate); });
+          [&given](const CLI::App&) { return Download(given.folder, given.options); });
   download->add_option("--to", given.folder, "an existing folder")->type_name("DIR")->required();
-  AddNumber(download, "--rate", given.rate, UINT64_MAX, kRate);
+  AddNumber(download, "--rate", given.options.rate, UINT64_MAX, kRate);
   download->footer(kFooter);
 
-  CLI::App* upload = Add(
-      app, given, "upload", "copy files into a folder that you choose",
-      [&given](const CLI::App& command) { return Upload(command["FILE"]->results(), given.rate); });
+  CLI::App* upload = Add(app, given, "upload", "copy files into a folder that you choose",
+                         [&given](const CLI::App& command) {
+                           return Upload(command["FILE"]->results(), given.options);
+                         });
   upload->add_option("FILE", "files to copy")
       ->expected(1, -1)
       ->allow_extra_args()
       ->type_name("")
       ->required();
-  AddNumber(upload, "--rate", given.rate, UINT64_MAX, kRate);
+  AddNumber(upload, "--rate", given.options.rate, UINT64_MAX, kRate);
+  for (CLI::App* command : {download, upload}) {
+    command->add_flag("--as-it-is", given.options.asItIs,
+                      "take a file that is written meanwhile, up to the\nsize that it begins with");
+  }
   upload->footer(kFooter);
 }
 
@@ -140,11 +147,23 @@ void AddMessage(CLI::App& app, Given& given) {
       "Exit status: 0 the box was closed; 1 interrupted; 2 wrong usage or no display.");
 }
 
+// A descriptor that whoever started the program closed would become some file's, and that file
+// would get our lines.
+void FillStandardFiles() {
+  int fd;
+  do {
+    fd = open("/dev/null", O_RDWR);
+  } while (fd >= 0 && fd <= STDERR_FILENO);
+  if (fd >= 0) close(fd);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  FillStandardFiles();
   setlocale(LC_CTYPE, "");
   signal(SIGPIPE, SIG_IGN);  // whoever stops reading our lines stops no transfer
+  signal(SIGXFSZ, SIG_IGN);  // a file that grows too large is a failed write
   // In a list of operands "[a,b]" would be two of them.
   std::deque<std::string> names;
   const bool lists = argc > 1 && std::string_view(argv[1]) == "upload";
