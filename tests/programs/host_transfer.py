@@ -63,18 +63,20 @@ def test_an_upload_brings_what_can_be_read_and_says_what_cannot(desk):
     with open(desk.files / "sparse", "wb") as sparse:
         sparse.truncate(1 << 30)
     (desk.home / "note.txt").write_text("old")
+    (desk.files / "folder/below").mkdir(parents=True)
+    (desk.files / "folder/below/1").write_text("1")
     program = desk.start("upload", "note.txt", "../files/note.txt", "[a,b]", "/proc/version", "sparse",
-                         "nowhere", "secret", ".", cwd=desk.files, setup=as_ordinary_user)
+                         "nowhere", "secret", "/dev/null", "folder", cwd=desk.files, setup=as_ordinary_user)
     accept_folder()
     close_box()
     assert program.wait() == 1
     contents = {name: (desk.home / name).read_bytes()
-                for name in ("note.txt", "note (2).txt", "note (3).txt", "[a,b]", "version")}
+                for name in ("note.txt", "note (2).txt", "note (3).txt", "[a,b]", "version", "folder/below/1")}
     assert contents == {"note.txt": b"old", "note (2).txt": b"new", "note (3).txt": b"new",
-                        "[a,b]": some(1000), "version": pathlib.Path("/proc/version").read_bytes()}
+                        "[a,b]": some(1000), "version": pathlib.Path("/proc/version").read_bytes(), "folder/below/1": b"1"}
     assert (desk.home / "sparse").stat().st_size == 1 << 30 and (desk.home / "sparse").stat().st_blocks < 100
-    for line in ("nowhere: cannot be opened: No such file or directory", "is a folder, not a file",
-                 "secret: cannot be opened: Permission denied", "5 of 8 files arrived"):
+    for line in ("nowhere: cannot be opened: No such file or directory", "is a device, not a file",
+                 "secret: cannot be opened: Permission denied", "6 of 9 files arrived"):
         assert line in program.err
 
 

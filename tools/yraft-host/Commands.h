@@ -17,8 +17,11 @@ struct TransferOptions {
   std::uint64_t rate = 0;  // bytes a second at most; 0 for as fast as it goes
   bool asItIs = false;     // take files that others write meanwhile
 };
+// `folder` is a path or a URL.
 ExitStatus Download(const std::string& folder, const TransferOptions& options);
-ExitStatus Upload(const std::vector<std::string>& files, const TransferOptions& options);
+// `folder` is a path or a URL; empty asks the user.
+ExitStatus Upload(const std::vector<std::string>& places, const std::string& folder,
+                  const TransferOptions& options);
 
 struct Limits {
   std::uint64_t files = UINT16_MAX;

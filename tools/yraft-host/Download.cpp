@@ -1,28 +1,24 @@
 // The download: the user chooses files, each is copied into a folder, the progress window follows.
 #include <string>
-#include <utility>
+#include <vector>
 
 #include "Choice.h"
 #include "Commands.h"
 #include "Console.h"
 #include "FileNames.h"
-#include "LocalFolder.h"
+#include "Places.h"
 #include "Session.h"
 #include "Transfer.h"
 
 ExitStatus Download(const std::string& folder, const TransferOptions& options) {
   Console console;
-  std::string why;
-  UniqueFd opened = OpenFolder(folder, why);
-  if (!opened) {
-    console.Complain(Printable(folder) + ": " + why);
-    return kExitNoStart;
-  }
   Session session;
+  Places ends(session, options);
+  const ExitStatus opened = ends.OpenTarget(folder, console);
+  if (opened != kExitDone) return opened;
   const Choice choice = ChooseFiles(session, console);
   if (choice.status != kExitDone) return choice.status;
-  TransferOrder order{{}, YRAFT_OPERATION_DOWNLOAD, options};
-  for (const std::string& path : choice.paths) order.items.push_back({path, BaseName(path)});
-  LocalFolder target(std::move(opened), options.rate == 0);
-  return RunTransfer(session, console, order, target);
+  std::vector<TransferItem> items;
+  for (const std::string& path : choice.paths) items.push_back({path, BaseName(path)});
+  return RunTransfer(session, console, ends.Order(items, YRAFT_OPERATION_DOWNLOAD));
 }

@@ -19,6 +19,11 @@ struct FileFailed : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// Asked while something takes long, and last before a file gets its name. False ends it.
+struct Permission {
+  std::function<bool()> goOn = [] { return true; };
+};
+
 // What a source says of itself before it is read.
 struct FileInfo {
   std::uint64_t size = 0;           // bytes; 0 also where it is not known, as in /proc
@@ -35,6 +40,9 @@ class Source {
 
   // Reads on from where it is; answers 0 at the end, and only there.
   virtual std::size_t Read(unsigned char* bytes, std::size_t length) = 0;
+
+  // Reads on from there, after a target has lost what it had.
+  virtual void Seek(std::uint64_t offset) = 0;
 
   // Throws where what was read may be of two states of the file.
   virtual void ExpectUnchanged() const {}
@@ -65,9 +73,6 @@ class Target {
   using Arrived = std::function<void(const std::string& given, const std::string& why)>;
 
   virtual ~Target() = default;
-
-  // Asked last before a file gets its name, after what may have taken long; false drops the file.
-  std::function<bool()> mayArrive = [] { return true; };
 
   // name  where the file goes, folders in front of it; where it is taken, it becomes "name (2)"
   virtual std::unique_ptr<Sink> Begin(const std::string& name, const FileInfo& info) = 0;

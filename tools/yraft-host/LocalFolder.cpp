@@ -54,9 +54,10 @@ UniqueFd OpenFolder(const std::string& path, std::string& why) {
 }
 
 // Each file that waits holds two descriptors.
-LocalFolder::LocalFolder(UniqueFd folder, bool shares)
+LocalFolder::LocalFolder(UniqueFd folder, bool shares, const Permission& permission)
     : m_folder(std::move(folder)),
       m_shares(shares),
+      m_permission(permission),
       m_mostFinished(
           static_cast<std::size_t>(std::clamp(sysconf(_SC_OPEN_MAX) / 4, 1L, kMostFiles))) {
   RemoveLeftovers(m_folder.get());
@@ -89,7 +90,7 @@ void LocalFolder::Settle() {
   }
   for (Finished& one : finished) {
     std::string given;
-    if (one.why.empty() && !mayArrive()) continue;
+    if (one.why.empty() && !m_permission.goOn()) continue;
     if (one.why.empty()) one.why = WhyNot([&] { given = one.sink->Publish(); });
     one.arrived(given, one.why);
   }

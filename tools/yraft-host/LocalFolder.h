@@ -17,7 +17,7 @@ UniqueFd OpenFolder(const std::string& path, std::string& why);
 class LocalFolder : public Target {
  public:
   // shares  let the file system share a file's blocks where it can, which takes no time
-  LocalFolder(UniqueFd folder, bool shares);
+  LocalFolder(UniqueFd folder, bool shares, const Permission& permission);
   ~LocalFolder() override;
 
   std::unique_ptr<Sink> Begin(const std::string& name, const FileInfo& info) override;
@@ -34,6 +34,7 @@ class LocalFolder : public Target {
 
   const UniqueFd m_folder;
   const bool m_shares;
+  const Permission& m_permission;
   const std::size_t m_mostFinished;
   std::vector<Finished> m_finished;
   std::uint64_t m_finishedBytes = 0;

@@ -50,6 +50,13 @@ std::size_t LocalSource::Read(unsigned char* bytes, std::size_t length) {
   return static_cast<std::size_t>(got);
 }
 
+void LocalSource::Seek(std::uint64_t offset) {
+  if (lseek(m_fd.get(), static_cast<off_t>(offset), SEEK_SET) < 0) {
+    throw FileFailed("cannot be read: " + ErrorText(errno));
+  }
+  m_read = offset;
+}
+
 void LocalSource::ExpectUnchanged() const {
   struct stat now {};
   if (m_asItIs) return;

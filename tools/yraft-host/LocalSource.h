@@ -15,6 +15,7 @@ class LocalSource : public Source {
 
   const FileInfo& Info() const override { return m_info; }
   std::size_t Read(unsigned char* bytes, std::size_t length) override;
+  void Seek(std::uint64_t offset) override;
   void ExpectUnchanged() const override;
   int Descriptor() const override { return m_fd.get(); }
 

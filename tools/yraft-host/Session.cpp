@@ -15,6 +15,7 @@
 #include <thread>
 #include <utility>
 
+#include "Question.h"
 #include "UniqueFd.h"
 #include "WindowWatch.h"
 
@@ -98,9 +99,10 @@ unsigned int Notified(unsigned int code, unsigned int subCode, unsigned int stat
   return YRAFT_STATUS_SUCCESS;
 }
 
-void Push(Event::Kind kind) {
+void Push(Event::Kind kind, unsigned int status = 0) {
   Event event;
   event.kind = kind;
+  event.status = status;
   if (EventQueue* queue = g_queue.load()) queue->Push(std::move(event));
 }
 
@@ -177,6 +179,10 @@ Session::~Session() {
   g_queue = nullptr;
   YraMainWinUIDestory(m_ui->object);
   m_ui->RestoreSignals();
+}
+
+void Session::Ask(const std::string& title, const std::string& text) {
+  AskInBox(title, text, [](bool yes) { Push(Event::Kind::kAnswered, yes ? 1 : 0); });
 }
 
 Session::Start Session::SendFirst(int signalType, Allocated<void> input) {

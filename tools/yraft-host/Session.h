@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "yrafiletransfer.h"
 
@@ -27,6 +28,7 @@ struct Event {
     kNotification,  // of the library; the fields below tell
     kBoxClosed,     // the user has closed an error box
     kWindowClosed,  // the window manager has closed the progress window
+    kAnswered,      // the user has answered a question with `status`, 1 for yes
     kInterrupted,   // the program was asked to end: SIGINT, SIGTERM or SIGHUP
     kUiEnded        // the UI thread has returned
   };
@@ -49,6 +51,9 @@ class Session {
 
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
+
+  // Asks the user yes or no in a box; the answer is an event.
+  void Ask(const std::string& title, const std::string& text);
 
   enum class Start { kReady, kUiEnded, kInterrupted, kTimedOut };
 

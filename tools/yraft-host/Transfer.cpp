@@ -8,7 +8,6 @@
 
 #include "ErrorBox.h"
 #include "FileNames.h"
-#include "LocalSource.h"
 
 namespace {
 
@@ -73,7 +72,7 @@ class Transfer {
   Transfer(Session& session, Console& console, const TransferOrder& order)
       : m_session(session), m_console(console), m_order(order), m_throttle(order.options.rate) {}
 
-  ExitStatus Run(Target& target);
+  ExitStatus Run();
 
  private:
   void Copy(std::size_t index, Target& target);
@@ -104,8 +103,9 @@ class Transfer {
   bool m_windowGone = false;
 };
 
-ExitStatus Transfer::Run(Target& target) {
-  target.mayArrive = [this] {
+ExitStatus Transfer::Run() {
+  Target& target = m_order.target;
+  m_order.permission.goOn = [this] {
     HandleFor(milliseconds(0));
     return !m_cancelled;
   };
@@ -118,7 +118,7 @@ ExitStatus Transfer::Run(Target& target) {
 
 void Transfer::Copy(std::size_t index, Target& target) try {
   const TransferItem& item = m_order.items[index];
-  const auto source = std::make_unique<LocalSource>(item.place, m_order.options.asItIs);
+  const auto source = m_order.open(item.place);
   const FileInfo& info = source->Info();
   m_current = index;
   m_offset = 0;
@@ -139,7 +139,7 @@ void Transfer::Copy(std::size_t index, Target& target) try {
                   Arrived(index, size, given, why);
                 });
 } catch (const FileFailed& failed) {
-  Failed(index, failed.what());
+  if (!m_cancelled) Failed(index, failed.what());
 }
 
 // Answers false where the transfer is to end.
@@ -259,7 +259,6 @@ void Transfer::WaitWhilePaused(Target& target) {
 
 }  // namespace
 
-ExitStatus RunTransfer(Session& session, Console& console, const TransferOrder& order,
-                       Target& target) {
-  return Transfer(session, console, order).Run(target);
+ExitStatus RunTransfer(Session& session, Console& console, const TransferOrder& order) {
+  return Transfer(session, console, order).Run();
 }

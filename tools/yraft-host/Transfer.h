@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,10 +22,12 @@ struct TransferOrder {
   std::vector<TransferItem> items;
   std::uint32_t operation;  // YRAFT_OPERATION_...: what the window calls it
   TransferOptions options;
+  std::function<std::unique_ptr<Source>(const std::string& place)> open;
+  Target& target;
+  Permission& permission;  // that sources and target ask; the transfer gives it
 };
 
 // Moves the files and says a line for each. Answers kExitDone when all arrived whole, else
 // kExitIncomplete, and shows what failed in a box. An interrupt cancels, as the window's Cancel
 // does.
-ExitStatus RunTransfer(Session& session, Console& console, const TransferOrder& order,
-                       Target& target);
+ExitStatus RunTransfer(Session& session, Console& console, const TransferOrder& order);

@@ -79,15 +79,21 @@ void AddTransfers(CLI::App& app, Given& given) {
   CLI::App* download =
       Add(app, given, "download", "copy files that you choose into a folder",
           [&given](const CLI::App&) { return Download(given.folder, given.options); });
-  download->add_option("--to", given.folder, "an existing folder")->type_name("DIR")->required();
+  download
+      ->add_option("--to", given.folder,
+                   "an existing folder, or one of another machine:\nsftp://... or https://...")
+      ->type_name("DIR")
+      ->required();
   AddNumber(download, "--rate", given.options.rate, UINT64_MAX, kRate);
   download->footer(kFooter);
 
   CLI::App* upload = Add(app, given, "upload", "copy files into a folder that you choose",
                          [&given](const CLI::App& command) {
-                           return Upload(command["FILE"]->results(), given.options);
+                           return Upload(command["FILE"]->results(), given.folder, given.options);
                          });
-  upload->add_option("FILE", "files to copy")
+  upload->add_option("--to", given.folder, "the folder, as for download; without this you choose")
+      ->type_name("DIR");
+  upload->add_option("FILE", "files to copy, folders with what is in them, or URLs")
       ->expected(1, -1)
       ->allow_extra_args()
       ->type_name("")
