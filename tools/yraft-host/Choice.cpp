@@ -86,7 +86,7 @@ FolderChoice ChooseFolder(Session& session, Console& console,
     std::string why;
     choice.folder = OpenFolder(choice.path, why);
     if (choice.folder) return choice;
-    why = Printable(choice.path) + ": " + why;
+    why.insert(0, Printable(choice.path) + ": ");
     console.Complain(why);
     choice.status =
         ShowErrorBox(session, console, kTitle, "No file can be put into this folder.", why);

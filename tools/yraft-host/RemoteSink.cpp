@@ -62,7 +62,10 @@ RemoteSink::~RemoteSink() {
   if (m_published) return;
   if (m_request) m_server.Drop(m_request.get());
   m_request.reset();
-  Command({m_folder.IsSftp() ? "rm " + Quoted(m_folder.PathOf(m_temporary)) : "DELETE"}, false);
+  try {
+    Command({m_folder.IsSftp() ? "rm " + Quoted(m_folder.PathOf(m_temporary)) : "DELETE"}, false);
+  } catch (const std::exception&) {  // without memory it stays
+  }
 }
 
 std::size_t RemoteSink::OnRead(char* bytes, std::size_t size, std::size_t count, void* self) {
@@ -108,7 +111,9 @@ Step RemoteSink::Take(Source& source, std::size_t length) {
   return {m_before + m_piece.size(), moved, m_end};
 }
 
+// No room is made for more than the file seems to have, and a byte to see its end.
 void RemoteSink::Load(Source& source, std::size_t length) {
+  if (m_info.size > m_before) length = std::min(length, m_info.size - m_before + 1);
   m_piece.resize(length);
   m_piece.resize(source.Read(m_piece.data(), length));
   m_at = 0;
@@ -196,7 +201,7 @@ bool RemoteSink::IsTaken(const std::string& name) {
 std::string RemoteSink::Publish() {
   m_request.reset();
   const std::size_t folder = m_name.rfind('/') + 1;
-  const std::string given = FirstFreeName(m_name.substr(folder), [&](const std::string& one) {
+  std::string given = FirstFreeName(m_name.substr(folder), [&](const std::string& one) {
     return GiveName(m_name.substr(0, folder) + one);
   });
   if (given.empty()) throw FileFailed("cannot be named: all names are taken");

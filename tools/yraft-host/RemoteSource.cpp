@@ -13,7 +13,7 @@ constexpr int kAttempts = 3;                // at a connection that was lost
 }  // namespace
 
 RemoteSource::RemoteSource(Server& server, const std::string& url) : m_server(server), m_url(url) {
-  Seek(0);
+  Start(0);
   Await();
   curl_off_t size = -1;
   curl_off_t time = -1;
@@ -25,7 +25,7 @@ RemoteSource::RemoteSource(Server& server, const std::string& url) : m_server(se
 
 RemoteSource::~RemoteSource() { m_server.Drop(m_request.get()); }
 
-void RemoteSource::Seek(std::uint64_t offset) {
+void RemoteSource::Start(std::uint64_t offset) {
   if (m_request) m_server.Drop(m_request.get());
   m_request = m_server.Prepare(m_url);
   curl_easy_setopt(m_request.get(), CURLOPT_WRITEFUNCTION, OnWrite);
@@ -49,7 +49,7 @@ std::size_t RemoteSource::OnWrite(char* bytes, std::size_t size, std::size_t cou
 // Waits for bytes, or the end; goes on where a connection was lost.
 void RemoteSource::Await() {
   for (int attempt = 0; m_buffer.empty() && !m_done; ++attempt) {
-    if (m_lost) Seek(m_behind);
+    if (m_lost) Start(m_behind);
     const auto result = m_server.Run(m_request.get(), [this] { return !m_buffer.empty(); });
     m_done = result == CURLE_OK;
     m_lost = result && !m_done;

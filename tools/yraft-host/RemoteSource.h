@@ -14,10 +14,11 @@ class RemoteSource : public Source {
 
   const FileInfo& Info() const override { return m_info; }
   std::size_t Read(unsigned char* bytes, std::size_t length) override;
-  void Seek(std::uint64_t offset) override;
+  void Seek(std::uint64_t offset) override { Start(offset); }
 
  private:
   static std::size_t OnWrite(char* bytes, std::size_t size, std::size_t count, void* self);
+  void Start(std::uint64_t offset);
   void Await();
 
   Server& m_server;

@@ -8,8 +8,6 @@
 #include <cstdlib>
 #include <utility>
 
-#include "Url.h"
-
 namespace {
 
 constexpr long kSeconds = 30;  // in which a server has to answer
@@ -18,7 +16,12 @@ constexpr int kPollMilliseconds = 50;
 
 std::string Home(const char* below) { return g_get_home_dir() + std::string("/.ssh/") + below; }
 
-// The user's key; the library would look for others only.
+std::string LoginName() {
+  const passwd* user = getpwuid(getuid());
+  return user != nullptr ? user->pw_name : "";
+}
+
+// The user's key; libcurl would look for others only.
 std::string KeyFile() {
   for (const char* name : {"id_ed25519", "id_ecdsa", "id_rsa"}) {
     if (access(Home(name).c_str(), R_OK) == 0) return Home(name);
@@ -44,24 +47,6 @@ std::string Fingerprint(const curl_khkey& key) {
   return shown.substr(0, shown.find('='));
 }
 
-// The user is the URL's, or else the one who runs this; of a server of HTTP only where it asked.
-void SetUser(CURL* request, const Url& url, const std::string& password) {
-  const passwd* user = getpwuid(getuid());
-  if (url.user.empty() && user != nullptr && (url.IsSftp() || !password.empty())) {
-    curl_easy_setopt(request, CURLOPT_USERNAME, user->pw_name);
-  }
-  if (!password.empty()) curl_easy_setopt(request, CURLOPT_PASSWORD, password.c_str());
-}
-
-void SetUpSftp(CURL* request) {
-  curl_easy_setopt(request, CURLOPT_SSH_KNOWNHOSTS, Home("known_hosts").c_str());
-  const std::string key = KeyFile();
-  if (!key.empty()) curl_easy_setopt(request, CURLOPT_SSH_PRIVATE_KEYFILE, key.c_str());
-  curl_easy_setopt(request, CURLOPT_SSH_AUTH_TYPES,
-                   CURLSSH_AUTH_AGENT | CURLSSH_AUTH_PUBLICKEY | CURLSSH_AUTH_PASSWORD);
-  curl_easy_setopt(request, CURLOPT_FTP_CREATE_MISSING_DIRS, CURLFTP_CREATE_DIR);
-}
-
 std::string HttpWords(long code) {
   switch (code) {
     case 401:
@@ -84,7 +69,9 @@ std::string HttpWords(long code) {
 Server::Server(const Permission& permission, Answers answers)
     : m_permission(permission),
       m_answers(std::move(answers)),
-      m_connections(curl_multi_init(), curl_multi_cleanup) {}
+      m_connections(curl_multi_init(), curl_multi_cleanup),
+      m_loginName(LoginName()),
+      m_keyFile(KeyFile()) {}
 
 Server::~Server() {
   if (m_running != nullptr) Drop(m_running);
@@ -107,11 +94,24 @@ Server::Handle Server::Prepare(const std::string& text) {
   curl_easy_setopt(request, CURLOPT_SSH_KEYFUNCTION, OnKey);
   curl_easy_setopt(request, CURLOPT_SSH_KEYDATA, this);
   curl_easy_setopt(request, CURLOPT_HTTP_VERSION, CURL_HTTP_VERSION_1_1);
-  SetUser(request, url, m_password);
-  if (url.IsSftp()) SetUpSftp(request);
+  SetUser(request, url);
   const char* certificates = std::getenv("SSL_CERT_FILE");
   if (certificates != nullptr) curl_easy_setopt(request, CURLOPT_CAINFO, certificates);
   return handle;
+}
+
+// The user is the URL's, or else the one who runs this; of a server of HTTP only where it asked.
+void Server::SetUser(CURL* request, const Url& url) {
+  if (url.user.empty() && (url.IsSftp() || !m_password.empty())) {
+    curl_easy_setopt(request, CURLOPT_USERNAME, m_loginName.c_str());
+  }
+  if (!m_password.empty()) curl_easy_setopt(request, CURLOPT_PASSWORD, m_password.c_str());
+  if (!url.IsSftp()) return;
+  curl_easy_setopt(request, CURLOPT_SSH_KNOWNHOSTS, Home("known_hosts").c_str());
+  if (!m_keyFile.empty()) curl_easy_setopt(request, CURLOPT_SSH_PRIVATE_KEYFILE, m_keyFile.c_str());
+  curl_easy_setopt(request, CURLOPT_SSH_AUTH_TYPES,
+                   CURLSSH_AUTH_AGENT | CURLSSH_AUTH_PUBLICKEY | CURLSSH_AUTH_PASSWORD);
+  curl_easy_setopt(request, CURLOPT_FTP_CREATE_MISSING_DIRS, CURLFTP_CREATE_DIR);
 }
 
 // Called before anything of the user's goes to the server.

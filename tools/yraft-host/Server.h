@@ -9,6 +9,7 @@
 #include <string>
 
 #include "Endpoints.h"
+#include "Url.h"
 
 // The user's answers that a connection may need.
 struct Answers {
@@ -58,11 +59,13 @@ class Server {
  private:
   static int OnKey(CURL*, const curl_khkey* known, const curl_khkey* found, curl_khmatch match,
                    void* self);
+  void SetUser(CURL* request, const Url& url);
   std::optional<CURLcode> Step(CURL* request);
 
   const Permission& m_permission;
   Answers m_answers;
   std::unique_ptr<CURLM, CURLMcode (*)(CURLM*)> m_connections;
+  const std::string m_loginName, m_keyFile;
   CURL* m_running = nullptr;
   std::string m_host;      // of the last request
   std::string m_password;  // that the user typed
