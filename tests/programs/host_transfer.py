@@ -1,5 +1,6 @@
 """Transfers of yraft-host as a person makes them: real windows, real keys, real files."""
 
+import json
 import os
 import pathlib
 import random
@@ -132,7 +133,7 @@ def test_a_slow_disk_is_no_reason_not_to_obey(desk, tmp_path):
 def test_a_pause_holds_until_the_window_is_closed_and_comes_back(desk):
     name = "日本語 " + "x" * 60
     (desk.home / name).write_bytes(some(1000000))
-    program = desk.download("--rate", 500000, columns=50)
+    program = desk.download("--rate", "500K", columns=50)
     accept_all()
     window = face(PROGRESS)
     key("Tab", "space")
@@ -201,7 +202,7 @@ def test_a_full_disk_takes_no_part_of_a_file(desk):
 
 def test_a_file_that_grows_is_taken_when_that_is_asked_for(desk):
     growing = desk.home / "log"
-    for options, status, size in (([], 1, None), (["--as-it-is"], 0, 500000)):
+    for options, status, size in (([], 1, None), (["--as-it-is", "--json"], 0, 500000)):
         growing.write_bytes(some(500000))
         program = desk.download("--rate", 1000000, *options)
         accept_all()
@@ -212,3 +213,4 @@ def test_a_file_that_grows_is_taken_when_that_is_asked_for(desk):
             close_box()
         assert program.wait() == status
         assert [path.stat().st_size for path in desk.files.iterdir()] == ([size] if size else [])
+    assert json.loads(program.out) == [{"source": str(growing), "path": str(desk.files / "log"), "bytes": size}]

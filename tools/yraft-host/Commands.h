@@ -14,8 +14,12 @@ enum ExitStatus {
 };
 
 struct TransferOptions {
-  std::uint64_t rate = 0;  // bytes a second at most; 0 for as fast as it goes
-  bool asItIs = false;     // take files that others write meanwhile
+  std::uint64_t rate = 0;                  // bytes a second at most; 0 for as fast as it goes
+  bool asItIs = false;                     // take files that others write meanwhile
+  bool quiet = false;                      // say only what goes wrong
+  PathFormat format = PathFormat::kLines;  // of what arrived where
+
+  bool Speaks() const { return !quiet && format == PathFormat::kLines; }
 };
 // `folder` is a path or a URL.
 ExitStatus Download(const std::string& folder, const TransferOptions& options);

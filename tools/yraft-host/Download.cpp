@@ -11,7 +11,7 @@
 #include "Transfer.h"
 
 ExitStatus Download(const std::string& folder, const TransferOptions& options) {
-  Console console;
+  Console console(options.Speaks());
   Session session;
   Places ends(session, options);
   const ExitStatus opened = ends.OpenTarget(folder, console);

@@ -80,6 +80,9 @@ class Target {
   // Takes a whole file over. It arrives now or with the next Settle, and tells so then.
   virtual void Finish(std::unique_ptr<Sink> sink, const Arrived& arrived) = 0;
 
+  // Where a file of that name is, for whoever looks for it.
+  virtual std::string PlaceOf(const std::string& name) const = 0;
+
   // Lets everything arrive that was finished. Small files are faster together.
   virtual void Settle() = 0;
 };

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <utility>
 
 #include "Console.h"
@@ -54,8 +55,10 @@ UniqueFd OpenFolder(const std::string& path, std::string& why) {
 }
 
 // Each file that waits holds two descriptors.
-LocalFolder::LocalFolder(UniqueFd folder, bool shares, const Permission& permission)
+LocalFolder::LocalFolder(UniqueFd folder, const std::string& path, bool shares,
+                         const Permission& permission)
     : m_folder(std::move(folder)),
+      m_path(path),
       m_shares(shares),
       m_permission(permission),
       m_mostFinished(
@@ -65,6 +68,10 @@ LocalFolder::LocalFolder(UniqueFd folder, bool shares, const Permission& permiss
 
 // The names of the files are on the disk as well when the transfer ends.
 LocalFolder::~LocalFolder() { fsync(m_folder.get()); }
+
+std::string LocalFolder::PlaceOf(const std::string& name) const {
+  return std::filesystem::absolute(m_path).lexically_normal() / name;
+}
 
 std::unique_ptr<Sink> LocalFolder::Begin(const std::string& name, const FileInfo& info) {
   if (info.size > kSmall || Clock::now() - m_finishedSince > kLongestWait) Settle();

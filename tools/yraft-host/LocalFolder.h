@@ -16,13 +16,15 @@ UniqueFd OpenFolder(const std::string& path, std::string& why);
 // disk takes many as fast as one.
 class LocalFolder : public Target {
  public:
+  // path    what the folder is called
   // shares  let the file system share a file's blocks where it can, which takes no time
-  LocalFolder(UniqueFd folder, bool shares, const Permission& permission);
+  LocalFolder(UniqueFd folder, const std::string& path, bool shares, const Permission& permission);
   ~LocalFolder() override;
 
   std::unique_ptr<Sink> Begin(const std::string& name, const FileInfo& info) override;
   void Finish(std::unique_ptr<Sink> sink, const Arrived& arrived) override;
   void Settle() override;
+  std::string PlaceOf(const std::string& name) const override;
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -33,6 +35,7 @@ class LocalFolder : public Target {
   };
 
   const UniqueFd m_folder;
+  const std::string m_path;
   const bool m_shares;
   const Permission& m_permission;
   const std::size_t m_mostFinished;

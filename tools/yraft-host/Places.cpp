@@ -44,7 +44,7 @@ ExitStatus Places::OpenTarget(const std::string& place, Console& console) {
   std::string why;
   if (!IsUrl(place)) {
     UniqueFd folder = OpenFolder(place, why);
-    if (folder) TakeTarget(std::move(folder));
+    if (folder) TakeTarget(std::move(folder), place);
   } else {
     auto target = std::make_unique<RemoteFolder>(m_to, Url(place));
     try {
@@ -59,8 +59,9 @@ ExitStatus Places::OpenTarget(const std::string& place, Console& console) {
   return kExitNoStart;
 }
 
-void Places::TakeTarget(UniqueFd folder) {
-  m_target = std::make_unique<LocalFolder>(std::move(folder), m_options.rate == 0, m_permission);
+void Places::TakeTarget(UniqueFd folder, const std::string& path) {
+  m_target =
+      std::make_unique<LocalFolder>(std::move(folder), path, m_options.rate == 0, m_permission);
 }
 
 std::unique_ptr<Source> Places::OpenSource(const std::string& place) {

@@ -17,7 +17,7 @@ class Places {
 
   // Opens a folder for files. Answers kExitDone, or complains and answers the status to exit with.
   ExitStatus OpenTarget(const std::string& place, Console& console);
-  void TakeTarget(UniqueFd folder);
+  void TakeTarget(UniqueFd folder, const std::string& path);
 
   TransferOrder Order(const std::vector<TransferItem>& items, std::uint32_t operation);
 

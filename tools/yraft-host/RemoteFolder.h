@@ -20,6 +20,7 @@ class RemoteFolder : public Target {
   std::unique_ptr<Sink> Begin(const std::string& name, const FileInfo& info) override;
   void Finish(std::unique_ptr<Sink> sink, const Arrived& arrived) override;
   void Settle() override {}
+  std::string PlaceOf(const std::string& name) const override { return m_url.Of(name); }
 
  private:
   Server& m_server;

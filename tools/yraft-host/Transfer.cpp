@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <utility>
 
@@ -82,6 +83,7 @@ class Transfer {
   void Failed(std::size_t index, const std::string& why);
   ExitStatus Sum();
   void Refresh();
+  void ShowLine();
   void Report(int evtType);
   void Handle(const Event& event);
   void HandleFor(milliseconds time);
@@ -95,8 +97,12 @@ class Transfer {
   std::size_t m_shown = kNone;  // the file that the window shows
   std::uint64_t m_offset = 0;
   std::uint64_t m_size = 0;
-  std::size_t m_arrived = 0;
+  std::vector<Arrival> m_arrivals;
   std::vector<std::string> m_failures;
+  std::uint64_t m_total = 0;                   // bytes of all files, 0 where it is not known
+  std::uint64_t m_passed = 0;                  // of them, of files that are done with
+  std::uint64_t m_moved = 0;                   // bytes, by the transfer itself
+  Clock::time_point m_started = Clock::now();  // as if there had been no pause
   Clock::time_point m_refreshed = Clock::now();
   bool m_paused = false;
   bool m_cancelled = false;
@@ -109,6 +115,7 @@ ExitStatus Transfer::Run() {
     HandleFor(milliseconds(0));
     return !m_cancelled;
   };
+  for (const TransferItem& item : m_order.items) m_total += item.bytes;
   for (std::size_t i = 0; i < m_order.items.size() && !m_cancelled; ++i) Copy(i, target);
   if (!m_cancelled) target.Settle();
   m_shown = m_shown == kNone ? 0 : m_shown;
@@ -121,6 +128,7 @@ void Transfer::Copy(std::size_t index, Target& target) try {
   const auto source = m_order.open(item.place);
   const FileInfo& info = source->Info();
   m_current = index;
+  m_passed += m_offset;
   m_offset = 0;
   m_size = info.size;
   auto sink = target.Begin(item.name, info);
@@ -145,6 +153,7 @@ void Transfer::Copy(std::size_t index, Target& target) try {
 // Answers false where the transfer is to end.
 bool Transfer::PieceDone(const Step& step) {
   m_offset = step.done;
+  m_moved += step.moved;
   HandleFor(m_throttle.Delay(step.moved));
   if (!m_cancelled && !m_paused && Clock::now() - m_refreshed >= kRefreshInterval) Refresh();
   return !m_cancelled;
@@ -156,8 +165,9 @@ void Transfer::Arrived(std::size_t index, std::uint64_t size, const std::string&
     Failed(index, why);
     return;
   }
-  ++m_arrived;
   const std::string& name = m_order.items[index].name;
+  const std::string folder = name.substr(0, name.size() - BaseName(name).size());
+  m_arrivals.push_back({m_order.items[index].place, m_order.target.PlaceOf(folder + given), size});
   std::string line = Printable(name) + ": " + std::to_string(size) + " bytes";
   if (given != BaseName(name)) line += ", kept as " + Printable(given);
   m_console.Say(line);
@@ -171,8 +181,11 @@ void Transfer::Failed(std::size_t index, const std::string& why) {
 // Whoever looks at the screen is told there as well, unless it was they who ended the transfer.
 ExitStatus Transfer::Sum() {
   const std::size_t count = m_order.items.size();
-  if (m_arrived == count) return kExitDone;
-  const std::string sum = std::to_string(m_arrived) + " of " + std::to_string(count) +
+  if (m_order.options.format != PathFormat::kLines) {
+    PrintArrivals(m_arrivals, m_order.options.format);
+  }
+  if (m_arrivals.size() == count) return kExitDone;
+  const std::string sum = std::to_string(m_arrivals.size()) + " of " + std::to_string(count) +
                           (count == 1 ? " file" : " files") + " arrived";
   m_console.Complain((m_cancelled ? "cancelled; " : "") + sum);
   if (m_cancelled || m_windowGone) return kExitIncomplete;
@@ -194,8 +207,22 @@ void Transfer::Refresh() {
   const bool isNew = m_shown != m_current;
   m_shown = m_current;
   Report(isNew ? YRAFT_PROGRESS_CREATE : YRAFT_PROGRESS_REFRESH);
-  m_console.ShowProgress({m_current + 1, m_order.items.size(), m_order.items[m_current].name,
-                          m_offset, m_size, m_paused});
+  ShowLine();
+}
+
+void Transfer::ShowLine() {
+  const std::chrono::duration<double> elapsed = Clock::now() - m_started;
+  const double rate = static_cast<double>(m_moved) / std::max(elapsed.count(), 0.001);
+  const auto rest =
+      static_cast<double>(m_total > m_passed + m_offset ? m_total - m_passed - m_offset : 0);
+  m_console.ShowProgress({.number = m_current + 1,
+                          .count = m_order.items.size(),
+                          .name = m_order.items[m_current].name,
+                          .offset = m_offset,
+                          .size = m_size,
+                          .paused = m_paused,
+                          .rate = rate,
+                          .left = m_total > 0 && rate > 0 ? rest / rate : -1});
 }
 
 void Transfer::Report(int evtType) {
@@ -250,14 +277,21 @@ void Transfer::HandleFor(milliseconds time) {
 void Transfer::WaitWhilePaused(Target& target) {
   if (!m_paused || m_cancelled) return;
   target.Settle();
-  m_console.ShowProgress(
-      {m_current + 1, m_order.items.size(), m_order.items[m_current].name, m_offset, m_size, true});
+  ShowLine();
+  const auto since = Clock::now();
   while (m_paused && !m_cancelled) {
     if (const auto event = m_session.Next(Session::kForever)) Handle(*event);
   }
+  m_started += Clock::now() - since;
 }
 
 }  // namespace
+
+std::uint64_t SizeOf(const std::string& path) {
+  std::error_code unreadable;
+  const std::uint64_t size = std::filesystem::file_size(path, unreadable);
+  return unreadable ? 0 : size;
+}
 
 ExitStatus RunTransfer(Session& session, Console& console, const TransferOrder& order) {
   return Transfer(session, console, order).Run();

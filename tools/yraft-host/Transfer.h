@@ -13,9 +13,13 @@
 #include "Endpoints.h"
 #include "Session.h"
 
+// The size of a file of this machine; 0 for everything else.
+std::uint64_t SizeOf(const std::string& path);
+
 struct TransferItem {
-  std::string place;  // of the source
-  std::string name;   // that it gets in the target
+  std::string place;                    // of the source
+  std::string name;                     // that it gets in the target
+  std::uint64_t bytes = SizeOf(place);  // 0 where that is not known
 };
 
 struct TransferOrder {

@@ -65,11 +65,7 @@ bool AnyReadable(const std::vector<TransferItem>& items, Console& console) {
 // The request names the first file and carries the size of all, which comes back with the choice.
 Allocated<YRAFT_FILEINFO_ITEM> RequestFor(const std::vector<TransferItem>& items) {
   std::uint64_t size = 0;
-  for (const TransferItem& item : items) {
-    std::error_code unreadable;
-    const std::uint64_t bytes = std::filesystem::file_size(item.place, unreadable);
-    if (!unreadable) size += bytes;
-  }
+  for (const TransferItem& item : items) size += item.bytes;
   const std::string name = BaseName(items.front().name).substr(0, NAME_MAX);
   Allocated<YRAFT_FILEINFO_ITEM> item(Yraft_FileInfoItemAllocate(
       name.empty() ? nullptr : name.data(), static_cast<int>(name.size()), 0, size));
@@ -85,7 +81,7 @@ ExitStatus Upload(const std::vector<std::string>& places, const std::string& fol
     throw WrongUsage("a FILE has no name");
   }
   const auto items = ItemsOf(places);
-  Console console;
+  Console console(options.Speaks());
   if (!AnyReadable(items, console)) return kExitIncomplete;
   Session session;
   Places ends(session, options);
@@ -95,7 +91,7 @@ ExitStatus Upload(const std::vector<std::string>& places, const std::string& fol
   } else {
     FolderChoice choice = ChooseFolder(session, console, [&items] { return RequestFor(items); });
     if (choice.status != kExitDone) return choice.status;
-    ends.TakeTarget(std::move(choice.folder));
+    ends.TakeTarget(std::move(choice.folder), choice.path);
   }
   return RunTransfer(session, console, ends.Order(items, YRAFT_OPERATION_UPLOAD));
 }

@@ -55,16 +55,34 @@ CLI::App* Add(CLI::App& app, Given& given, const char* name, const char* what, R
   return command;
 }
 
+// "10", or "10K", "1M", "2G" where it counts bytes.
 void AddNumber(CLI::App* command, const std::string& name, std::uint64_t& number,
-               std::uint64_t most, const char* what) {
-  const auto read = [name, &number, most](const std::string& text) {
+               std::uint64_t most, const char* what, bool countsBytes) {
+  const auto read = [name, &number, most, countsBytes](const std::string& text) {
+    constexpr std::string_view kSuffixes = "KMGT";
     const char* end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || rest != end || number == 0 || number > most) {
-      throw WrongUsage(name + " takes a number from 1 to " + std::to_string(most));
+    const std::size_t suffix = rest + 1 == end && countsBytes ? kSuffixes.find(*rest) : 0;
+    const std::uint64_t unit = rest + 1 == end ? std::uint64_t{1024} << (10 * (suffix & 7)) : 1;
+    const bool read = error == std::errc() && (rest == end || (rest + 1 == end && countsBytes)) &&
+                      suffix != kSuffixes.npos && number > 0 && number <= most / unit;
+    if (!read) {
+      throw WrongUsage(name + " takes a number from 1 to " + std::to_string(most) +
+                       (countsBytes ? ", such as 500K or 1M" : ""));
     }
+    number *= unit;
   };
   command->add_option_function<std::string>(name, read, what)->type_name("N");
+}
+
+void AddFormats(CLI::App* command, PathFormat& format, const char* json) {
+  const auto add = [command, &format](const char* name, PathFormat chosen, const char* what) {
+    return command->add_flag_callback(
+        name, [&format, chosen] { format = chosen; }, what);
+  };
+  CLI::Option* nul =
+      add("-0,--null", PathFormat::kNul, "end each path with a NUL, not a line feed");
+  add("--json", PathFormat::kJson, json)->excludes(nul);
 }
 
 void AddTransfers(CLI::App& app, Given& given) {
@@ -74,7 +92,7 @@ void AddTransfers(CLI::App& app, Given& given) {
       "\n"
       "Exit status: 0 every file arrived whole; 1 nothing was chosen, the transfer was cancelled\n"
       "or a file did not arrive; 2 wrong usage, a DIR that takes no files, or no display.";
-  constexpr char kRate[] = "copy at most N bytes a second, to have time to\nwatch";
+  constexpr char kRate[] = "copy at most N bytes a second, such as 500K or 1M";
 
   CLI::App* download =
       Add(app, given, "download", "copy files that you choose into a folder",
@@ -84,7 +102,7 @@ void AddTransfers(CLI::App& app, Given& given) {
                    "an existing folder, or one of another machine:\nsftp://... or https://...")
       ->type_name("DIR")
       ->required();
-  AddNumber(download, "--rate", given.options.rate, UINT64_MAX, kRate);
+  AddNumber(download, "--rate", given.options.rate, UINT64_MAX, kRate, true);
   download->footer(kFooter);
 
   CLI::App* upload = Add(app, given, "upload", "copy files into a folder that you choose",
@@ -98,35 +116,30 @@ void AddTransfers(CLI::App& app, Given& given) {
       ->allow_extra_args()
       ->type_name("")
       ->required();
-  AddNumber(upload, "--rate", given.options.rate, UINT64_MAX, kRate);
+  AddNumber(upload, "--rate", given.options.rate, UINT64_MAX, kRate, true);
   for (CLI::App* command : {download, upload}) {
     command->add_flag("--as-it-is", given.options.asItIs,
                       "take a file that is written meanwhile, up to the\nsize that it begins with");
+    command->add_flag("-q,--quiet", given.options.quiet, "say only what goes wrong");
+    AddFormats(command, given.options.format,
+               "print an array of objects with the \"source\", the\n\"path\" and the \"bytes\" of "
+               "what arrived");
   }
   upload->footer(kFooter);
 }
 
-void AddFormats(CLI::App* command, PathFormat& format) {
-  const auto add = [command, &format](const char* name, PathFormat chosen, const char* what) {
-    return command->add_flag_callback(
-        name, [&format, chosen] { format = chosen; }, what);
-  };
-  CLI::Option* nul =
-      add("-0,--null", PathFormat::kNul, "end each path with a NUL, not a line feed");
-  add("--json", PathFormat::kJson,
-      "print an array of objects, each with a \"path\",\n"
-      "or for a path that is not UTF-8 a \"path_hex\"")
-      ->excludes(nul);
-}
-
 void AddChoosers(CLI::App& app, Given& given) {
+  constexpr char kJson[] =
+      "print an array of objects, each with a \"path\",\nor for a path that is not UTF-8 a "
+      "\"path_hex\"";
   CLI::App* files =
       Add(app, given, "pick-files", "choose files and print their paths, one a line",
           [&given](const CLI::App&) { return PickFiles(given.limits, given.format); });
-  AddNumber(files, "--max-files", given.limits.files, UINT16_MAX, "at most N files, 1 to 65535");
+  AddNumber(files, "--max-files", given.limits.files, UINT16_MAX, "at most N files, 1 to 65535",
+            false);
   AddNumber(files, "--max-bytes", given.limits.bytes, UINT32_MAX,
-            "at most N bytes together, 1 to 4294967295");
-  AddFormats(files, given.format);
+            "at most N bytes together, 1 to 4294967295", true);
+  AddFormats(files, given.format, kJson);
   files->footer(
       "A choice over a limit is refused with an error box.\n"
       "\n"
@@ -134,7 +147,7 @@ void AddChoosers(CLI::App& app, Given& given) {
 
   CLI::App* directory = Add(app, given, "pick-directory", "choose a folder and print its path",
                             [&given](const CLI::App&) { return PickDirectory(given.format); });
-  AddFormats(directory, given.format);
+  AddFormats(directory, given.format, kJson);
   directory->footer("Exit status: 0 a folder was chosen; 1 none; 2 wrong usage or no display.");
 }
 
