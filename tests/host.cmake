@@ -1,7 +1,7 @@
-# yraft-host, the program: on a real screen.
-find_package(nlohmann_json REQUIRED)
-
-yra_test(host_test SCREEN TIMEOUT 300 SOURCES host_test.cpp
-  LIBRARIES ui_support log_support nlohmann_json::nlohmann_json)
-target_compile_definitions(host_test PRIVATE YRAFT_HOST="$<TARGET_FILE:yraft-host>")
-add_dependencies(host_test yraft-host catalogs)
+# yraft-host, the program: on a real screen, on a medium that can little, with servers of its own.
+add_library(poor_disk MODULE programs/poor_disk.c)
+set_target_properties(poor_disk PROPERTIES PREFIX "" C_VISIBILITY_PRESET default)
+target_link_libraries(poor_disk PRIVATE ${CMAKE_DL_LIBS})
+yra_program_test(host_transfer 300)
+yra_program_test(host_dialogs 300)
+yra_program_test(host_remote 120)

@@ -14,8 +14,8 @@ check() { # WHAT EXPECTED FOUND
   n=$((n + 1))
 }
 
-# The long options of a text, but for --help, which every command has.
-options() { { grep -oE -- '--[a-z]+(-[a-z]+)*' || true; } | sed '/^--help$/d' | sort -u; }
+# The long options of a text, but for --help, which every command has, and the program's --version.
+options() { { grep -oE -- '--[a-z]+(-[a-z]+)*' || true; } | sed '/^--\(help\|version\)$/d' | sort -u; }
 
 # Asks bash's completion for the words that may follow.
 completed() { # PROGRAM WORD...

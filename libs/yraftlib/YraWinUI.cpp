@@ -179,6 +179,8 @@ YraWinUI::~YraWinUI() {
     YraMainWinDestory();
     if (shown) gdk_flush();
   }
+  while (g_source_remove_by_user_data(this)) {
+  }
   YraRWDestory();
   m_pInside->pErrors->EndAll(GTK_RESPONSE_NONE);
   std::free(m_pErrorMessageInfo.exchange(nullptr));

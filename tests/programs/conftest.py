@@ -70,7 +70,7 @@ class Program:
             os.close(terminal)
 
     def _read(self, file):
-        return os.pread(file.fileno(), os.fstat(file.fileno()).st_size, 0).decode(errors="replace")
+        return os.pread(file.fileno(), os.fstat(file.fileno()).st_size, 0).decode(errors="surrogateescape")
 
     @property
     def out(self):

@@ -11,6 +11,12 @@
 
 constexpr int kWrongUsage = 2;  // an exit status
 
+// Answers 0; throws where standard output takes no more.
+inline int Print(const std::string& text) {
+  if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return 0;
+  throw std::runtime_error("standard output takes no more");
+}
+
 // Runs the command that the command line names. Answers 0, or says what is wrong on standard error
 // and answers kWrongUsage or, for a command that threw, `failed`.
 //
@@ -26,6 +32,7 @@ int RunProgram(const char* program, const char* about, int argc, char** argv, in
   try {
     CLI::App app(about, program);
     app.set_help_flag("-h,--help", "show this text");
+    app.set_version_flag("--version", std::string(program) + " " + YRA_VERSION, "show the version");
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
     app.get_formatter()->label("SUBCOMMAND", "COMMAND");
     app.get_formatter()->label("REQUIRED", "");
@@ -42,11 +49,9 @@ int RunProgram(const char* program, const char* about, int argc, char** argv, in
     try {
       command->parse(words);
     } catch (const CLI::CallForHelp&) {
-      std::fputs(command->help(command != &app ? program : "").c_str(), stdout);
-      return 0;
-    } catch (const CLI::CallForVersion& version) {
-      std::puts(version.what());
-      return 0;
+      return Print(command->help(command != &app ? program : ""));
+    } catch (const CLI::CallForVersion&) {
+      return Print(app.version() + "\n");
     }
     return command != &app ? 0 : misused("a command is missing");
   } catch (const CLI::ParseError& error) {

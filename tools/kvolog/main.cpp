@@ -175,7 +175,6 @@ int main(int argc, char** argv) {
       "kvolog", "Shows and changes what the processes of the agent log; writes and reads the log.",
       argc, argv, kRefused, [&given](CLI::App& app) {
         AddLevels(app, given);
-        app.set_version_flag("--version", "kvolog " KVOLOG_VERSION);
         AddSettings(app, given);
         AddSaved(app, given);
         AddLog(app, given);

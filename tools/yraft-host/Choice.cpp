@@ -1,64 +1,95 @@
 #include "Choice.h"
 
+#include <cstring>
 #include <utility>
 
 #include "ChosenFiles.h"
+#include "ErrorBox.h"
+#include "LocalFolder.h"
+#include "Request.h"
 
 namespace {
+
+constexpr char kTitle[] = "File Transfer Error";
+
+// No limit is this program's own; the whole of every field is allowed.
+Allocated<YRAFT_THRESHOLD_INFO> NoLimits() {
+  auto limits = NewRecord<YRAFT_THRESHOLD_INFO>();
+  if (limits) std::memset(limits.get(), 0xFF, sizeof(*limits));
+  return limits;
+}
+
+std::optional<Event> Ask(Session& session, Console& console, int signalType,
+                         Allocated<void> request, ExitStatus& status) {
+  const unsigned int answer = signalType == YRAFT_UI_SIGNAL_SELECT_DIR
+                                  ? YRAFT_NOTIFY_CHOOSE_DIRECTORY
+                                  : YRAFT_NOTIFY_CHOOSE_FILES;
+  status = Request(session, console, signalType, std::move(request));
+  if (status != kExitDone) return std::nullopt;
+  status = kExitIncomplete;
+  return Await(session, console, [answer](const Event& event) {
+    return event.kind == Event::Kind::kNotification && event.code == answer;
+  });
+}
 
 Choice ReadChoice(const Event& event, Console& console) {
   if (event.status == YRAFT_OPT_STATUS_CANCELLED) {
     console.Complain("nothing was chosen");
     return {};
   }
-  if (event.status != YRAFT_OPT_STATUS_SUCCESS) {
-    console.Complain("the choice failed: nothing in it, or more than one choice can hold");
-    return {};
-  }
   auto paths = ChosenPaths(event.block.get(), event.value);
-  if (!paths || paths->empty()) {
-    console.Complain("the choice cannot be read");
+  if (event.status != YRAFT_OPT_STATUS_SUCCESS || !paths || paths->empty()) {
+    console.Complain("the choice failed");
     return {};
   }
   return {kExitDone, std::move(*paths)};
 }
 
-}  // namespace
-
-ExitStatus SendFirst(Session& session, Console& console, int signalType, Allocated<void> request) {
-  switch (session.SendFirst(signalType, std::move(request))) {
-    case Session::Start::kReady:
-      return kExitDone;
-    case Session::Start::kUiEnded:
-      console.Complain(kNoDisplay);
-      return kExitNoStart;
-    case Session::Start::kTimedOut:
-      console.Complain("the display does not answer");
-      return kExitNoStart;
-    case Session::Start::kInterrupted:
-      break;
-  }
-  console.Complain("interrupted");
-  return kExitIncomplete;
+// The chooser was shown and accepted, and no block came of it.
+bool IsTooLarge(const Event& event) {
+  return event.status == YRAFT_OPT_STATUS_FAILED && event.subCode == 15;
 }
 
-Choice Choose(Session& session, Console& console, int signalType, Allocated<void> request) {
-  const unsigned int answer = signalType == YRAFT_UI_SIGNAL_SELECT_DIR
-                                  ? YRAFT_NOTIFY_CHOOSE_DIRECTORY
-                                  : YRAFT_NOTIFY_CHOOSE_FILES;
-  const ExitStatus sent = SendFirst(session, console, signalType, std::move(request));
-  if (sent != kExitDone) return {sent, {}};
+}  // namespace
+
+std::string TooManyFiles() {
+  constexpr int kLength = 100;
+  constexpr int kFit = (YRAFT_BLOCK_MAX - 12) / (kLength + YRAFT_FILE_IN_BLOCK);
+  return "One choice holds " + std::to_string(kFit) + " files whose paths have " +
+         std::to_string(kLength) +
+         " bytes, more of shorter ones. Choose fewer files, and the others "
+         "after these have been copied.";
+}
+
+Choice ChooseFiles(Session& session, Console& console) {
   while (true) {
-    const auto event = session.Next(Session::kForever);
-    if (!event) continue;
-    if (event->kind == Event::Kind::kInterrupted) {
-      console.Complain("interrupted");
-      return {};
-    }
-    if (event->kind == Event::Kind::kUiEnded) {
-      console.Complain("the dialogs have ended");
-      return {};
-    }
-    if (event->code == answer) return ReadChoice(*event, console);
+    Choice none;
+    const auto event = Ask(session, console, YRAFT_UI_SIGNAL_SELECT_FLIES, NoLimits(), none.status);
+    if (!event) return none;
+    if (!IsTooLarge(*event)) return ReadChoice(*event, console);
+    none.status = ShowErrorBox(session, console, kTitle, "These are too many files for one choice.",
+                               TooManyFiles());
+    if (none.status != kExitDone) return none;
+  }
+}
+
+FolderChoice ChooseFolder(Session& session, Console& console,
+                          const std::function<Allocated<YRAFT_FILEINFO_ITEM>()>& request) {
+  while (true) {
+    FolderChoice choice;
+    const auto event = Ask(session, console, YRAFT_UI_SIGNAL_SELECT_DIR, request(), choice.status);
+    if (!event) return choice;
+    const Choice chosen = ReadChoice(*event, console);
+    choice.status = chosen.status;
+    if (choice.status != kExitDone) return choice;
+    choice.path = chosen.paths.front();
+    std::string why;
+    choice.folder = OpenFolder(choice.path, why);
+    if (choice.folder) return choice;
+    why.insert(0, Printable(choice.path) + ": ");
+    console.Complain(why);
+    choice.status =
+        ShowErrorBox(session, console, kTitle, "No file can be put into this folder.", why);
+    if (choice.status != kExitDone) return choice;
   }
 }

@@ -13,9 +13,19 @@ enum ExitStatus {
   kExitNoStart = 2      // wrong usage, no such folder, no display
 };
 
-// `rate` is in bytes a second; 0 for as fast as it goes.
-ExitStatus Download(const std::string& folder, std::uint64_t rate);
-ExitStatus Upload(const std::vector<std::string>& files, std::uint64_t rate);
+struct TransferOptions {
+  std::uint64_t rate = 0;                  // bytes a second at most; 0 for as fast as it goes
+  bool asItIs = false;                     // take files that others write meanwhile
+  bool quiet = false;                      // say only what goes wrong
+  PathFormat format = PathFormat::kLines;  // of what arrived where
+
+  bool Speaks() const { return !quiet && format == PathFormat::kLines; }
+};
+// `folder` is a path or a URL.
+ExitStatus Download(const std::string& folder, const TransferOptions& options);
+// `folder` is a path or a URL; empty asks the user.
+ExitStatus Upload(const std::vector<std::string>& places, const std::string& folder,
+                  const TransferOptions& options);
 
 struct Limits {
   std::uint64_t files = UINT16_MAX;

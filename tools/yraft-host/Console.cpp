@@ -11,6 +11,8 @@
 #include <cwchar>
 #include <system_error>
 
+#include "Terminal.h"
+
 namespace {
 
 constexpr char kToLineStart[] = "\r\033[K";  // and erase the line
@@ -22,16 +24,45 @@ bool IsTerminal() {
   return isatty(STDOUT_FILENO) == 1 && term != nullptr && std::strcmp(term, "dumb") != 0;
 }
 
+// A number of bytes in the unit that suits `size`.
+struct Scale {
+  const char* unit;
+  double bytes;
+  int decimals;
+};
+
+Scale ScaleFor(double size) {
+  constexpr const char* kUnits[] = {"bytes", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+  double bytes = 1;
+  std::size_t i = 0;
+  for (; size / bytes >= 1024; ++i) bytes *= 1024;
+  return {kUnits[i], bytes, i > 0};
+}
+
+std::string Fixed(double value, int decimals) {
+  char text[64];
+  std::snprintf(text, sizeof(text), "%.*f", decimals, value);
+  return text;
+}
+
 // "6.0 of 40.0 MiB"
 std::string Amount(std::uint64_t offset, std::uint64_t size) {
-  constexpr const char* kUnits[] = {"bytes", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
-  double unit = 1;
-  std::size_t i = 0;
-  for (; static_cast<double>(size) / unit >= 1024; ++i) unit *= 1024;
-  char text[64];
-  std::snprintf(text, sizeof(text), "%.*f of %.*f %s", i > 0, static_cast<double>(offset) / unit,
-                i > 0, static_cast<double>(size) / unit, kUnits[i]);
-  return text;
+  const Scale scale = ScaleFor(static_cast<double>(size));
+  return Fixed(static_cast<double>(offset) / scale.bytes, scale.decimals) + " of " +
+         Fixed(static_cast<double>(size) / scale.bytes, scale.decimals) + " " + scale.unit;
+}
+
+// "12.5 MiB/s  0:07 left  "
+std::string Pace(const ProgressFigures& figures) {
+  if (figures.paused) return "paused, Ctrl+C cancels  ";
+  if (figures.rate <= 0) return {};
+  const Scale scale = ScaleFor(figures.rate);
+  std::string text = Fixed(figures.rate / scale.bytes, scale.decimals) + " " + scale.unit + "/s  ";
+  if (figures.left < 0) return text;
+  char left[64];
+  const auto seconds = static_cast<long>(figures.left + 0.5);
+  std::snprintf(left, sizeof(left), "%ld:%02ld left  ", seconds / 60, seconds % 60);
+  return text + left;
 }
 
 int TerminalWidth() {
@@ -63,7 +94,7 @@ std::string Fitting(const std::string& text, int width) {
 
 }  // namespace
 
-Console::Console() : m_terminal(IsTerminal()) {}
+Console::Console(bool speaks) : m_speaks(speaks), m_terminal(speaks && IsTerminal()) {}
 
 // A line that wrapped could not be taken back, so the name gets the room that is left.
 void Console::ShowProgress(const ProgressFigures& figures) {
@@ -74,7 +105,7 @@ void Console::ShowProgress(const ProgressFigures& figures) {
   char head[128];
   std::snprintf(head, sizeof(head), "%zu/%zu  %3d %%  %s  %s", figures.number, figures.count,
                 static_cast<int>(percent), Amount(figures.offset, figures.size).c_str(),
-                figures.paused ? "paused, Ctrl+C cancels  " : "");
+                Pace(figures).c_str());
   const std::string line = head + figures.name;
   std::printf("%s%s", kToLineStart, Fitting(line, TerminalWidth() - kRoomForCtrlC).c_str());
   std::fflush(stdout);
@@ -82,6 +113,7 @@ void Console::ShowProgress(const ProgressFigures& figures) {
 }
 
 void Console::Say(const std::string& line) {
+  if (!m_speaks) return;
   EraseProgress();
   std::printf("%s\n", line.c_str());
   std::fflush(stdout);
@@ -100,10 +132,12 @@ void Console::EraseProgress() {
 }
 
 std::string Printable(const std::string& name) {
-  std::string shown = name;
-  std::replace_if(
-      shown.begin(), shown.end(),
-      [](char byte) { return static_cast<unsigned char>(byte) < 0x20 || byte == 0x7F; }, '?');
+  std::string shown;
+  for (std::size_t at = 0; at < name.size();) {
+    const std::size_t length = ControlLength(&name[at]);
+    shown += length > 0 ? '?' : name[at];
+    at += std::max<std::size_t>(length, 1);
+  }
   return shown;
 }
 

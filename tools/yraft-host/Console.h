@@ -16,11 +16,14 @@ struct ProgressFigures {
   std::uint64_t offset;  // bytes
   std::uint64_t size;
   bool paused;
+  double rate;  // bytes a second, of all files; 0 where it is not known
+  double left;  // seconds; below 0 where it is not known
 };
 
 class Console {
  public:
-  Console();
+  // speaks  say what goes well, too
+  explicit Console(bool speaks = true);
 
   // Rewrites the progress line; does nothing where standard output is no terminal.
   void ShowProgress(const ProgressFigures& figures);
@@ -32,6 +35,7 @@ class Console {
  private:
   void EraseProgress();
 
+  const bool m_speaks;
   const bool m_terminal;  // one that understands more than line feeds
   bool m_progressShown = false;
 };

@@ -1,36 +1,24 @@
 // The download: the user chooses files, each is copied into a folder, the progress window follows.
-#include <cstring>
 #include <string>
+#include <vector>
 
 #include "Choice.h"
 #include "Commands.h"
 #include "Console.h"
-#include "FileCopy.h"
+#include "FileNames.h"
+#include "Places.h"
 #include "Session.h"
 #include "Transfer.h"
 
-namespace {
-
-// No limit is this program's own; the whole of every field is allowed.
-Allocated<YRAFT_THRESHOLD_INFO> NoLimits() {
-  auto limits = NewRecord<YRAFT_THRESHOLD_INFO>();
-  if (limits) std::memset(limits.get(), 0xFF, sizeof(*limits));
-  return limits;
-}
-
-}  // namespace
-
-ExitStatus Download(const std::string& folder, std::uint64_t rate) {
-  Console console;
-  std::string why;
-  const UniqueFd opened = OpenFolder(folder, why);
-  if (!opened) {
-    console.Complain(Printable(folder) + ": " + why);
-    return kExitNoStart;
-  }
+ExitStatus Download(const std::string& folder, const TransferOptions& options) {
+  Console console(options.Speaks());
   Session session;
-  const Choice choice = Choose(session, console, YRAFT_UI_SIGNAL_SELECT_FLIES, NoLimits());
+  Places ends(session, options);
+  const ExitStatus opened = ends.OpenTarget(folder, console);
+  if (opened != kExitDone) return opened;
+  const Choice choice = ChooseFiles(session, console);
   if (choice.status != kExitDone) return choice.status;
-  return RunTransfer(session, console,
-                     {choice.paths, opened.get(), YRAFT_OPERATION_DOWNLOAD, rate});
+  std::vector<TransferItem> items;
+  for (const std::string& path : choice.paths) items.push_back({path, BaseName(path)});
+  return RunTransfer(session, console, ends.Order(items, YRAFT_OPERATION_DOWNLOAD));
 }

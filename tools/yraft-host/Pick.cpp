@@ -7,11 +7,13 @@
 #include <string>
 #include <vector>
 
+#include "Choice.h"
 #include "ChosenFiles.h"
 #include "Commands.h"
 #include "Console.h"
 #include "PrintPaths.h"
 #include "Session.h"
+#include "YraWinUI.h"
 
 namespace {
 
@@ -29,6 +31,14 @@ struct ProgramName {
   char name[11] = "yraft-host";
   char* argv[2] = {name, nullptr};
 };
+
+// A box, in this thread as well.
+void Tell(const char* text, const std::string& more) {
+  const Allocated<YRAFT_ERROR_MESSAGE_INFO> record(
+      Yraft_ErrorMessageAllocate("File Transfer Error", text, more.c_str()));
+  ProgramName program;
+  if (record) const YraWinUI box(4, 1, program.argv, record.get());
+}
 
 Answer AskForFiles(const Limits& limits) {
   YRAFT_THRESHOLD_INFO record;
@@ -74,9 +84,6 @@ ExitStatus Complain(const char* why, ExitStatus status = kExitIncomplete) {
 
 // Prints what was chosen, or complains that nothing was.
 ExitStatus Report(const Answer& answer, PathFormat format, std::uint64_t maxBytes) {
-  if (answer.result == YRAFT_STATUS_BUFFER_TOO_SMALL) {
-    return Complain("the choice is more than one answer can hold");
-  }
   if (answer.result != YRAFT_STATUS_SUCCESS) return Complain("the choice failed");
   if (answer.status == YRAFT_OPT_STATUS_LIMIT_EXCEEDED) return Complain(kOverLimit);
   if (answer.status != YRAFT_OPT_STATUS_SUCCESS) return Complain(kNoDisplay, kExitNoStart);
@@ -93,7 +100,12 @@ ExitStatus Report(const Answer& answer, PathFormat format, std::uint64_t maxByte
 }  // namespace
 
 ExitStatus PickFiles(const Limits& limits, PathFormat format) {
-  return Report(AskForFiles(limits), format, limits.bytes);
+  Answer answer = AskForFiles(limits);
+  while (answer.result == YRAFT_STATUS_BUFFER_TOO_SMALL) {
+    Tell("These are too many files for one choice.", TooManyFiles());
+    answer = AskForFiles(limits);
+  }
+  return Report(answer, format, limits.bytes);
 }
 
 ExitStatus PickDirectory(PathFormat format) {

@@ -1,6 +1,7 @@
 // Chosen paths on standard output.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -11,3 +12,13 @@ enum class PathFormat { kLines, kNul, kJson };
 // is not UTF-8, which JSON cannot hold, "path_hex": its bytes. Answers false when they could not be
 // written.
 bool PrintPaths(const std::vector<std::string>& paths, PathFormat format);
+
+// A file that arrived.
+struct Arrival {
+  std::string source, path;
+  std::uint64_t bytes;
+};
+
+// Prints where files arrived: as PrintPaths; the objects of kJson have "source", "path" and
+// "bytes".
+bool PrintArrivals(const std::vector<Arrival>& arrivals, PathFormat format);

@@ -1,14 +1,13 @@
 #include "Session.h"
 
-#include <gtk/gtk.h>
 #include <poll.h>
-#include <pthread.h>
 #include <signal.h>
 #include <sys/eventfd.h>
-#include <sys/signalfd.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <deque>
 #include <iterator>
 #include <mutex>
@@ -16,7 +15,9 @@
 #include <thread>
 #include <utility>
 
+#include "Question.h"
 #include "UniqueFd.h"
+#include "WindowWatch.h"
 
 namespace {
 
@@ -30,11 +31,16 @@ UniqueFd Checked(int fd, const char* what) {
   return UniqueFd(fd);
 }
 
-sigset_t EndingSignals() {
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&set, number);
-  return set;
+constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
+std::atomic<int> g_interrupts{-1};
+
+// The first is an event; a second one ends the program at once, whatever it waits for.
+void OnEndingSignal(int) {
+  const int error = errno;
+  for (const int number : kEndingSignals) signal(number, SIG_DFL);
+  const std::uint64_t one = 1;
+  static_cast<void>(!write(g_interrupts, &one, sizeof(one)));
+  errno = error;
 }
 
 // Events from the UI thread to the channel thread. A descriptor that is readable while events wait
@@ -93,21 +99,11 @@ unsigned int Notified(unsigned int code, unsigned int subCode, unsigned int stat
   return YRAFT_STATUS_SUCCESS;
 }
 
-void Push(Event::Kind kind) {
+void Push(Event::Kind kind, unsigned int status = 0) {
   Event event;
   event.kind = kind;
+  event.status = status;
   if (EventQueue* queue = g_queue.load()) queue->Push(std::move(event));
-}
-
-gboolean OnHide(GSignalInvocationHint*, guint, const GValue* arguments, gpointer) {
-  if (GTK_IS_MESSAGE_DIALOG(g_value_get_object(arguments))) Push(Event::Kind::kBoxClosed);
-  return TRUE;  // go on watching
-}
-
-// Runs in the UI thread, in front of the first request.
-int WatchHide(void*) {
-  g_signal_add_emission_hook(g_signal_lookup("hide", GTK_TYPE_WIDGET), 0, OnHide, nullptr, nullptr);
-  return FALSE;
 }
 
 }  // namespace
@@ -117,40 +113,49 @@ struct Session::Ui {
   YraWinUI* object = nullptr;   // written by the UI thread, read after the join
   EventQueue events;
   std::atomic<bool> ended{false};
-  sigset_t callersMask{};
   UniqueFd interrupts;
+  struct sigaction callers[std::size(kEndingSignals)];
   std::thread thread;
 
+  void TakeSignals();
+  void RestoreSignals();
   void Run();
-  void RestoreSignals() { pthread_sigmask(SIG_SETMASK, &callersMask, nullptr); }
-  std::optional<Event> Interrupted();
 };
 
 void Session::Ui::Run() {
   char name[] = "yraft-host";
   char* argv[] = {name, nullptr};
+  FollowChooser();
   YraMainWinUICreate(1, argv, &signals, &object);
   ended = true;
   Push(Event::Kind::kUiEnded);
 }
 
-// A second Ctrl+C ends the program the usual way, should ending it properly take too long.
-std::optional<Event> Session::Ui::Interrupted() {
-  signalfd_siginfo info;
-  if (read(interrupts.get(), &info, sizeof(info)) != sizeof(info)) return std::nullopt;
-  RestoreSignals();
-  std::optional<Event> event(std::in_place);
-  event->kind = Event::Kind::kInterrupted;
-  return event;
+// Whoever started the program may want it to ignore one, as nohup does.
+void Session::Ui::TakeSignals() {
+  interrupts = Checked(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd");
+  g_interrupts = interrupts.get();
+  struct sigaction action {};
+  action.sa_handler = OnEndingSignal;
+  action.sa_flags = SA_RESTART;
+  for (std::size_t i = 0; i < std::size(kEndingSignals); ++i) {
+    sigaction(kEndingSignals[i], nullptr, &callers[i]);
+    if (callers[i].sa_handler != SIG_IGN) sigaction(kEndingSignals[i], &action, nullptr);
+  }
 }
 
-// The signals are blocked before the UI thread starts, so that it inherits the mask.
+void Session::Ui::RestoreSignals() {
+  for (std::size_t i = 0; i < std::size(kEndingSignals); ++i) {
+    sigaction(kEndingSignals[i], &callers[i], nullptr);
+  }
+}
+
 Session::Session() : m_ui(std::make_unique<Ui>()) {
-  const sigset_t ending = EndingSignals();
-  pthread_sigmask(SIG_BLOCK, &ending, &m_ui->callersMask);
-  m_ui->interrupts = Checked(signalfd(-1, &ending, SFD_CLOEXEC | SFD_NONBLOCK), "signalfd");
+  m_ui->TakeSignals();
   g_queue = &m_ui->events;
   YraSetYraNotifyCallback(Notified);
+  WatchWindows({.boxClosed = [] { Push(Event::Kind::kBoxClosed); },
+                .windowClosed = [] { Push(Event::Kind::kWindowClosed); }});
   m_ui->thread = std::thread(&Ui::Run, m_ui.get());
 }
 
@@ -176,9 +181,9 @@ Session::~Session() {
   m_ui->RestoreSignals();
 }
 
-// The library reports no error box that was closed. It is a message dialog of GTK's in this
-// process, though, and GTK tells everyone who asks what its widgets do.
-void Session::WatchBoxes() { g_idle_add(WatchHide, nullptr); }
+void Session::Ask(const std::string& title, const std::string& text) {
+  AskInBox(title, text, [](bool yes) { Push(Event::Kind::kAnswered, yes ? 1 : 0); });
+}
 
 Session::Start Session::SendFirst(int signalType, Allocated<void> input) {
   const auto limit = Clock::now() + kStartLimit;
@@ -203,8 +208,11 @@ std::optional<Event> Session::Next(std::chrono::milliseconds timeout) {
   if (poll(sources, std::size(sources), static_cast<int>(timeout.count())) <= 0) {
     return std::nullopt;
   }
-  if (sources[1].revents != 0) {
-    if (auto event = m_ui->Interrupted()) return event;
+  eventfd_t count;
+  if (sources[1].revents != 0 && eventfd_read(m_ui->interrupts.get(), &count) == 0) {
+    std::optional<Event> event(std::in_place);
+    event->kind = Event::Kind::kInterrupted;
+    return event;
   }
   return m_ui->events.Pop();
 }

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <memory>
 #include <optional>
+#include <string>
 
 #include "yrafiletransfer.h"
 
@@ -25,7 +26,9 @@ Allocated<Record> NewRecord() {
 struct Event {
   enum class Kind {
     kNotification,  // of the library; the fields below tell
-    kBoxClosed,     // the user has closed an error box, see WatchBoxes
+    kBoxClosed,     // the user has closed an error box
+    kWindowClosed,  // the window manager has closed the progress window
+    kAnswered,      // the user has answered a question with `status`, 1 for yes
     kInterrupted,   // the program was asked to end: SIGINT, SIGTERM or SIGHUP
     kUiEnded        // the UI thread has returned
   };
@@ -49,12 +52,12 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
-  // From now on an error box that leaves the screen is an event. Call it before the first request.
-  void WatchBoxes();
+  // Asks the user yes or no in a box; the answer is an event.
+  void Ask(const std::string& title, const std::string& text);
 
   enum class Start { kReady, kUiEnded, kInterrupted, kTimedOut };
 
-  // Sends the first request as soon as the UI accepts signals.
+  // Sends a request, the first as soon as the UI accepts signals.
   Start SendFirst(int signalType, Allocated<void> input);
 
   // Sends a request; false when the UI is gone.

@@ -3,18 +3,22 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <optional>
+#include <filesystem>
+#include <memory>
 #include <utility>
 
-#include "FileCopy.h"
+#include "ErrorBox.h"
+#include "FileNames.h"
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr std::size_t kBlockSize = 256UL * 1024;
-constexpr auto kRefreshInterval = milliseconds(50);
+constexpr std::size_t kBlockSize = 1UL << 20;
+constexpr auto kRefreshInterval = milliseconds(100);  // what is over sooner is not shown at all
+constexpr std::size_t kNone = SIZE_MAX;
+constexpr std::size_t kListed = 10;             // files in the box at the end
 constexpr std::uint64_t kBlocksPerSecond = 20;  // of a limited rate, so that the bar moves evenly
 
 // The records number files with 16 bits.
@@ -63,124 +67,191 @@ class Throttle {
   Clock::time_point m_due = Clock::now();
 };
 
-// Lives in the channel thread; what the user presses is looked at between two blocks.
+// Lives in the channel thread; what the user presses is looked at between two pieces.
 class Transfer {
  public:
   Transfer(Session& session, Console& console, const TransferOrder& order)
-      : m_session(session), m_console(console), m_order(order), m_throttle(order.rate) {}
+      : m_session(session), m_console(console), m_order(order), m_throttle(order.options.rate) {}
 
   ExitStatus Run();
 
  private:
-  bool Copy(std::size_t index);
-  bool BlockDone(std::uint64_t offset, std::size_t moved);
-  void Begin(std::size_t index, std::uint64_t size);
+  void Copy(std::size_t index, Target& target);
+  bool PieceDone(const Step& step);
+  void Arrived(std::size_t index, std::uint64_t size, const std::string& given,
+               const std::string& why);
+  void Failed(std::size_t index, const std::string& why);
+  ExitStatus Sum();
   void Refresh();
+  void ShowLine();
   void Report(int evtType);
   void Handle(const Event& event);
   void HandleFor(milliseconds time);
-  void WaitWhilePaused();
+  void WaitWhilePaused(Target& target);
 
   Session& m_session;
   Console& m_console;
   const TransferOrder& m_order;
   Throttle m_throttle;
-
+  std::size_t m_current = 0;    // the file under way
+  std::size_t m_shown = kNone;  // the file that the window shows
+  std::uint64_t m_offset = 0;
+  std::uint64_t m_size = 0;
+  std::vector<Arrival> m_arrivals;
+  std::vector<std::string> m_failures;
+  std::uint64_t m_total = 0;                   // bytes of all files, 0 where it is not known
+  std::uint64_t m_passed = 0;                  // of them, of files that are done with
+  std::uint64_t m_moved = 0;                   // bytes, by the transfer itself
+  Clock::time_point m_started = Clock::now();  // as if there had been no pause
+  Clock::time_point m_refreshed = Clock::now();
   bool m_paused = false;
   bool m_cancelled = false;
   bool m_windowGone = false;
-
-  std::size_t m_shown = 0;  // number of the file that the window shows; name and figures are its
-  std::string m_name;
-  std::uint64_t m_offset = 0;
-  std::uint64_t m_size = 0;
-  Clock::time_point m_refreshed;
 };
 
 ExitStatus Transfer::Run() {
-  const std::size_t count = m_order.paths.size();
-  std::size_t arrived = 0;
-  for (std::size_t i = 0; i < count && !m_cancelled; ++i) {
-    if (Copy(i)) ++arrived;
-  }
+  Target& target = m_order.target;
+  m_order.permission.goOn = [this] {
+    HandleFor(milliseconds(0));
+    return !m_cancelled;
+  };
+  for (const TransferItem& item : m_order.items) m_total += item.bytes;
+  for (std::size_t i = 0; i < m_order.items.size() && !m_cancelled; ++i) Copy(i, target);
+  if (!m_cancelled) target.Settle();
+  m_shown = m_shown == kNone ? 0 : m_shown;
   Report(YRAFT_PROGRESS_CLOSE);
-  if (arrived == count) return kExitDone;
-  m_console.Complain((m_cancelled ? "cancelled; " : "") + std::to_string(arrived) + " of " +
-                     std::to_string(count) + (count == 1 ? " file" : " files") + " arrived");
-  return kExitIncomplete;
+  return Sum();
 }
 
-bool Transfer::Copy(std::size_t index) {
-  const std::string& path = m_order.paths[index];
-  std::string why;
-  const std::optional<Source> source = OpenSource(path, why);
-  if (!source) {
-    m_console.Complain(Printable(path) + ": " + why);
-    return false;
-  }
-  // A pause pressed while the file before was being finished holds as any other.
-  HandleFor(milliseconds(0));
-  WaitWhilePaused();
-  if (m_cancelled) return false;
-
-  Begin(index, source->size);
-  const CopyResult result = CopyInto(
-      m_order.folder, m_name, *source, m_throttle.BlockSize(),
-      [this](std::uint64_t offset, std::size_t moved) { return BlockDone(offset, moved); });
-  if (result.outcome == CopyResult::Outcome::kFailed) {
-    m_console.Complain(Printable(path) + ": " + result.detail);
-  }
-  if (result.outcome != CopyResult::Outcome::kWhole) return false;
-  std::string line = Printable(m_name) + ": " + std::to_string(source->size) + " bytes";
-  if (result.detail != m_name) line += ", kept as " + Printable(result.detail);
-  m_console.Say(line);
-  return true;
+void Transfer::Copy(std::size_t index, Target& target) try {
+  const TransferItem& item = m_order.items[index];
+  const auto source = m_order.open(item.place);
+  const FileInfo& info = source->Info();
+  m_current = index;
+  m_passed += m_offset;
+  m_offset = 0;
+  m_size = info.size;
+  auto sink = target.Begin(item.name, info);
+  Step step;
+  do {
+    // A pause pressed while the file before was being finished holds as any other.
+    if (!PieceDone(step)) return;
+    WaitWhilePaused(target);
+    if (m_cancelled) return;
+    step = sink->Take(*source, m_throttle.BlockSize());
+  } while (!step.end);
+  if (!PieceDone(step)) return;
+  source->ExpectUnchanged();
+  target.Finish(std::move(sink),
+                [this, index, size = step.done](const std::string& given, const std::string& why) {
+                  Arrived(index, size, given, why);
+                });
+} catch (const FileFailed& failed) {
+  if (!m_cancelled) Failed(index, failed.what());
 }
 
-bool Transfer::BlockDone(std::uint64_t offset, std::size_t moved) {
-  m_offset = offset;
-  HandleFor(m_throttle.Delay(moved));
-  WaitWhilePaused();
-  if (!m_cancelled && Clock::now() - m_refreshed >= kRefreshInterval) Refresh();
+// Answers false where the transfer is to end.
+bool Transfer::PieceDone(const Step& step) {
+  m_offset = step.done;
+  m_moved += step.moved;
+  HandleFor(m_throttle.Delay(step.moved));
+  if (!m_cancelled && !m_paused && Clock::now() - m_refreshed >= kRefreshInterval) Refresh();
   return !m_cancelled;
 }
 
-void Transfer::Begin(std::size_t index, std::uint64_t size) {
-  m_shown = index;
-  m_name = BaseName(m_order.paths[index]);
-  m_offset = 0;
-  m_size = size;
-  m_refreshed = Clock::now();
-  Report(YRAFT_PROGRESS_CREATE);
+void Transfer::Arrived(std::size_t index, std::uint64_t size, const std::string& given,
+                       const std::string& why) {
+  if (!why.empty()) {
+    Failed(index, why);
+    return;
+  }
+  const std::string& name = m_order.items[index].name;
+  const std::string folder = name.substr(0, name.size() - BaseName(name).size());
+  m_arrivals.push_back({m_order.items[index].place, m_order.target.PlaceOf(folder + given), size});
+  std::string line = Printable(name) + ": " + std::to_string(size) + " bytes";
+  if (given != BaseName(name)) line += ", kept as " + Printable(given);
+  m_console.Say(line);
 }
 
+void Transfer::Failed(std::size_t index, const std::string& why) {
+  m_failures.push_back(Printable(m_order.items[index].place) + ": " + why);
+  m_console.Complain(m_failures.back());
+}
+
+// Whoever looks at the screen is told there as well, unless it was they who ended the transfer.
+ExitStatus Transfer::Sum() {
+  const std::size_t count = m_order.items.size();
+  if (m_order.options.format != PathFormat::kLines) {
+    PrintArrivals(m_arrivals, m_order.options.format);
+  }
+  if (m_arrivals.size() == count) return kExitDone;
+  const std::string sum = std::to_string(m_arrivals.size()) + " of " + std::to_string(count) +
+                          (count == 1 ? " file" : " files") + " arrived";
+  m_console.Complain((m_cancelled ? "cancelled; " : "") + sum);
+  if (m_cancelled || m_windowGone) return kExitIncomplete;
+  std::string list;
+  for (std::size_t i = 0; i < std::min(m_failures.size(), kListed); ++i) {
+    list += (i > 0 ? "\n" : "") + m_failures[i];
+  }
+  if (m_failures.size() > kListed) {
+    list += "\nand " + std::to_string(m_failures.size() - kListed) + " more";
+  }
+  ShowErrorBox(m_session, m_console, "File Transfer Error", sum + ".", list);
+  return kExitIncomplete;
+}
+
+// The window shows a file from the first time on that finds it under way, so that small files do
+// not flicker past.
 void Transfer::Refresh() {
   m_refreshed = Clock::now();
-  Report(YRAFT_PROGRESS_REFRESH);
-  m_console.ShowProgress({m_shown + 1, m_order.paths.size(), m_name, m_offset, m_size, m_paused});
+  const bool isNew = m_shown != m_current;
+  m_shown = m_current;
+  Report(isNew ? YRAFT_PROGRESS_CREATE : YRAFT_PROGRESS_REFRESH);
+  ShowLine();
+}
+
+void Transfer::ShowLine() {
+  const std::chrono::duration<double> elapsed = Clock::now() - m_started;
+  const double rate = static_cast<double>(m_moved) / std::max(elapsed.count(), 0.001);
+  const auto rest =
+      static_cast<double>(m_total > m_passed + m_offset ? m_total - m_passed - m_offset : 0);
+  m_console.ShowProgress({.number = m_current + 1,
+                          .count = m_order.items.size(),
+                          .name = m_order.items[m_current].name,
+                          .offset = m_offset,
+                          .size = m_size,
+                          .paused = m_paused,
+                          .rate = rate,
+                          .left = m_total > 0 && rate > 0 ? rest / rate : -1});
 }
 
 void Transfer::Report(int evtType) {
   auto record = NewRecord<YRAFT_PROGRESS_BAR_INFO>();
   if (!record || m_windowGone) return;  // the files matter, the picture of them does not
   const Figures figures = Scaled(m_offset, m_size);
+  const std::string name = BaseName(m_order.items[m_shown].name);
   record->evtType = static_cast<std::uint32_t>(evtType);
   record->fileContext = Number(m_shown);
-  record->filesNum = Number(m_order.paths.size());
+  record->filesNum = Number(m_order.items.size());
   record->fileOffset = figures.offset;
   record->fileSize = figures.size;
   record->fileTransferOperation = m_order.operation;
-  std::memcpy(record->name, m_name.c_str(), std::min(m_name.size(), sizeof(record->name) - 1));
+  std::memcpy(record->name, name.c_str(), std::min(name.size(), sizeof(record->name) - 1));
   m_session.Send(YRAFT_UI_SIGNAL_PROGRESS_BAR, evtType, std::move(record));
 }
 
 // Beginning a file resets the window's Pause button, so a press that still named the file before
-// was undone on the screen and counts no more.
+// was undone on the screen and counts no more. A window that the window manager closed comes back,
+// since nothing else controls the transfer; like any that comes up, it is not paused.
 void Transfer::Handle(const Event& event) {
   if (event.kind == Event::Kind::kInterrupted) m_cancelled = true;
   if (event.kind == Event::Kind::kUiEnded) {
     m_console.Complain("the dialogs have ended; the transfer goes on without them");
     m_windowGone = true;
+    m_paused = false;
+  }
+  if (event.kind == Event::Kind::kWindowClosed) {
+    m_shown = kNone;
     m_paused = false;
   }
   if (event.kind != Event::Kind::kNotification) return;
@@ -201,15 +272,26 @@ void Transfer::HandleFor(milliseconds time) {
   } while (!m_cancelled && !m_paused);
 }
 
-void Transfer::WaitWhilePaused() {
+// What is finished arrives before the wait, however long that is. The window shows the file that it
+// was paused at.
+void Transfer::WaitWhilePaused(Target& target) {
   if (!m_paused || m_cancelled) return;
-  Refresh();
+  target.Settle();
+  ShowLine();
+  const auto since = Clock::now();
   while (m_paused && !m_cancelled) {
     if (const auto event = m_session.Next(Session::kForever)) Handle(*event);
   }
+  m_started += Clock::now() - since;
 }
 
 }  // namespace
+
+std::uint64_t SizeOf(const std::string& path) {
+  std::error_code unreadable;
+  const std::uint64_t size = std::filesystem::file_size(path, unreadable);
+  return unreadable ? 0 : size;
+}
 
 ExitStatus RunTransfer(Session& session, Console& console, const TransferOrder& order) {
   return Transfer(session, console, order).Run();

@@ -1,11 +1,7 @@
 // The upload: the user chooses a folder, the files of the command line are copied into it, the
 // progress window follows.
-#include <pwd.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <climits>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <utility>
@@ -14,71 +10,88 @@
 #include "Choice.h"
 #include "Commands.h"
 #include "Console.h"
-#include "FileCopy.h"
+#include "Failure.h"
+#include "FileNames.h"
+#include "LocalSource.h"
+#include "Places.h"
 #include "Session.h"
 #include "Transfer.h"
+#include "Url.h"
 
 namespace {
 
-std::vector<std::string> Absolute(const std::vector<std::string>& paths) {
-  std::vector<std::string> absolute;
-  absolute.reserve(paths.size());
-  for (const std::string& path : paths) absolute.push_back(std::filesystem::absolute(path));
-  return absolute;
+// The files that are meant: those below a folder go into a folder of its name.
+std::vector<TransferItem> ItemsOf(const std::vector<std::string>& places) {
+  namespace fs = std::filesystem;
+  std::vector<TransferItem> items;
+  for (const std::string& place : places) {
+    if (IsUrl(place)) {
+      items.push_back({place, Url(place).Name()});
+      continue;
+    }
+    std::error_code error;
+    if (!fs::is_directory(place, error)) {
+      items.push_back({place, BaseName(place)});
+      continue;
+    }
+    const fs::path folder = fs::canonical(place, error).filename();
+    fs::recursive_directory_iterator end;
+    for (fs::recursive_directory_iterator at(place, error); !error && at != end;
+         at.increment(error)) {
+      if (at->is_directory(error)) continue;
+      items.push_back({at->path(), folder / at->path().lexically_relative(place)});
+    }
+    if (error) items.push_back({place, folder});  // it will say itself why it cannot be opened
+  }
+  return items;
 }
 
 // Whether it is worth asking for a folder. Where no file can be read, says why.
-bool AnyReadable(const std::vector<std::string>& paths, Console& console) {
+bool AnyReadable(const std::vector<TransferItem>& items, Console& console) {
   std::vector<std::string> complaints;
-  for (const std::string& path : paths) {
-    std::string why;
-    if (OpenSource(path, why)) return true;
-    complaints.push_back(Printable(path) + ": " + why);
+  for (const TransferItem& item : items) {
+    if (IsUrl(item.place)) return true;
+    try {
+      const LocalSource readable(item.place, false);
+      return true;
+    } catch (const FileFailed& failed) {
+      complaints.push_back(Printable(item.place) + ": " + failed.what());
+    }
   }
   for (const std::string& complaint : complaints) console.Complain(complaint);
   return false;
 }
 
 // The request names the first file and carries the size of all, which comes back with the choice.
-Allocated<YRAFT_FILEINFO_ITEM> RequestFor(const std::vector<std::string>& paths) {
+Allocated<YRAFT_FILEINFO_ITEM> RequestFor(const std::vector<TransferItem>& items) {
   std::uint64_t size = 0;
-  for (const std::string& path : paths) {
-    std::error_code unreadable;
-    const std::uint64_t bytes = std::filesystem::file_size(path, unreadable);
-    if (!unreadable) size += bytes;
-  }
-  const std::string name = BaseName(paths.front()).substr(0, NAME_MAX);
+  for (const TransferItem& item : items) size += item.bytes;
+  const std::string name = BaseName(items.front().name).substr(0, NAME_MAX);
   Allocated<YRAFT_FILEINFO_ITEM> item(Yraft_FileInfoItemAllocate(
       name.empty() ? nullptr : name.data(), static_cast<int>(name.size()), 0, size));
   if (item) item->fileTransferOperation = YRAFT_OPERATION_UPLOAD;
   return item;
 }
 
-// The folder chooser hides what this process cannot write, and looks for each name it lists in the
-// working directory. It opens in the home directory, so that is where the process has to be.
-void EnterHome() {
-  const char* home = std::getenv("HOME");
-  const passwd* user = home == nullptr ? getpwuid(getuid()) : nullptr;
-  if (user != nullptr) home = user->pw_dir;
-  if (home == nullptr || chdir(home) != 0)
-    return;  // it then lists fewer folders; a path still goes
-}
-
 }  // namespace
 
-ExitStatus Upload(const std::vector<std::string>& files, std::uint64_t rate) {
-  const std::vector<std::string> paths = Absolute(files);
-  Console console;
-  if (!AnyReadable(paths, console)) return kExitIncomplete;
-  EnterHome();
-  Session session;
-  const Choice choice = Choose(session, console, YRAFT_UI_SIGNAL_SELECT_DIR, RequestFor(paths));
-  if (choice.status != kExitDone) return choice.status;
-  std::string why;
-  const UniqueFd folder = OpenFolder(choice.paths.front(), why);
-  if (!folder) {
-    console.Complain(Printable(choice.paths.front()) + ": " + why);
-    return kExitIncomplete;
+ExitStatus Upload(const std::vector<std::string>& places, const std::string& folder,
+                  const TransferOptions& options) {
+  if (std::find(places.begin(), places.end(), "") != places.end()) {
+    throw WrongUsage("a FILE has no name");
   }
-  return RunTransfer(session, console, {paths, folder.get(), YRAFT_OPERATION_UPLOAD, rate});
+  const auto items = ItemsOf(places);
+  Console console(options.Speaks());
+  if (!AnyReadable(items, console)) return kExitIncomplete;
+  Session session;
+  Places ends(session, options);
+  if (!folder.empty()) {
+    const ExitStatus opened = ends.OpenTarget(folder, console);
+    if (opened != kExitDone) return opened;
+  } else {
+    FolderChoice choice = ChooseFolder(session, console, [&items] { return RequestFor(items); });
+    if (choice.status != kExitDone) return choice.status;
+    ends.TakeTarget(std::move(choice.folder), choice.path);
+  }
+  return RunTransfer(session, console, ends.Order(items, YRAFT_OPERATION_UPLOAD));
 }

@@ -1,6 +1,8 @@
 // yraft-host: a file-transfer host to run by hand. Its commands show the dialogs of a transfer and
 // do with real files what a host does behind its virtual channel.
+#include <fcntl.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include <charconv>
 #include <clocale>
@@ -37,7 +39,7 @@ class Library {
 // What the user wrote behind the command's name, and what came of it.
 struct Given {
   std::string folder, title, text, more;
-  std::uint64_t rate = 0;
+  TransferOptions options;
   Limits limits;
   PathFormat format = PathFormat::kLines;
   ExitStatus status = kExitDone;
@@ -53,16 +55,34 @@ CLI::App* Add(CLI::App& app, Given& given, const char* name, const char* what, R
   return command;
 }
 
+// "10", or "10K", "1M", "2G" where it counts bytes.
 void AddNumber(CLI::App* command, const std::string& name, std::uint64_t& number,
-               std::uint64_t most, const char* what) {
-  const auto read = [name, &number, most](const std::string& text) {
+               std::uint64_t most, const char* what, bool countsBytes) {
+  const auto read = [name, &number, most, countsBytes](const std::string& text) {
+    constexpr std::string_view kSuffixes = "KMGT";
     const char* end = text.data() + text.size();
     const auto [rest, error] = std::from_chars(text.data(), end, number);
-    if (error != std::errc() || rest != end || number == 0 || number > most) {
-      throw WrongUsage(name + " takes a number from 1 to " + std::to_string(most));
+    const std::size_t suffix = rest + 1 == end && countsBytes ? kSuffixes.find(*rest) : 0;
+    const std::uint64_t unit = rest + 1 == end ? std::uint64_t{1024} << (10 * (suffix & 7)) : 1;
+    const bool read = error == std::errc() && (rest == end || (rest + 1 == end && countsBytes)) &&
+                      suffix != kSuffixes.npos && number > 0 && number <= most / unit;
+    if (!read) {
+      throw WrongUsage(name + " takes a number from 1 to " + std::to_string(most) +
+                       (countsBytes ? ", such as 500K or 1M" : ""));
     }
+    number *= unit;
   };
   command->add_option_function<std::string>(name, read, what)->type_name("N");
+}
+
+void AddFormats(CLI::App* command, PathFormat& format, const char* json) {
+  const auto add = [command, &format](const char* name, PathFormat chosen, const char* what) {
+    return command->add_flag_callback(
+        name, [&format, chosen] { format = chosen; }, what);
+  };
+  CLI::Option* nul =
+      add("-0,--null", PathFormat::kNul, "end each path with a NUL, not a line feed");
+  add("--json", PathFormat::kJson, json)->excludes(nul);
 }
 
 void AddTransfers(CLI::App& app, Given& given) {
@@ -72,48 +92,54 @@ void AddTransfers(CLI::App& app, Given& given) {
       "\n"
       "Exit status: 0 every file arrived whole; 1 nothing was chosen, the transfer was cancelled\n"
       "or a file did not arrive; 2 wrong usage, a DIR that takes no files, or no display.";
-  constexpr char kRate[] = "copy at most N bytes a second, to have time to\nwatch";
+  constexpr char kRate[] = "copy at most N bytes a second, such as 500K or 1M";
 
   CLI::App* download =
       Add(app, given, "download", "copy files that you choose into a folder",
-          [&given](const CLI::App&) { return Download(given.folder, given.rate); });
-  download->add_option("--to", given.folder, "an existing folder")->type_name("DIR")->required();
-  AddNumber(download, "--rate", given.rate, UINT64_MAX, kRate);
+          [&given](const CLI::App&) { return Download(given.folder, given.options); });
+  download
+      ->add_option("--to", given.folder,
+                   "an existing folder, or one of another machine:\nsftp://... or https://...")
+      ->type_name("DIR")
+      ->required();
+  AddNumber(download, "--rate", given.options.rate, UINT64_MAX, kRate, true);
   download->footer(kFooter);
 
-  CLI::App* upload = Add(
-      app, given, "upload", "copy files into a folder that you choose",
-      [&given](const CLI::App& command) { return Upload(command["FILE"]->results(), given.rate); });
-  upload->add_option("FILE", "files to copy")
+  CLI::App* upload = Add(app, given, "upload", "copy files into a folder that you choose",
+                         [&given](const CLI::App& command) {
+                           return Upload(command["FILE"]->results(), given.folder, given.options);
+                         });
+  upload->add_option("--to", given.folder, "the folder, as for download; without this you choose")
+      ->type_name("DIR");
+  upload->add_option("FILE", "files to copy, folders with what is in them, or URLs")
       ->expected(1, -1)
       ->allow_extra_args()
       ->type_name("")
       ->required();
-  AddNumber(upload, "--rate", given.rate, UINT64_MAX, kRate);
+  AddNumber(upload, "--rate", given.options.rate, UINT64_MAX, kRate, true);
+  for (CLI::App* command : {download, upload}) {
+    command->add_flag("--as-it-is", given.options.asItIs,
+                      "take a file that is written meanwhile, up to the\nsize that it begins with");
+    command->add_flag("-q,--quiet", given.options.quiet, "say only what goes wrong");
+    AddFormats(command, given.options.format,
+               "print an array of objects with the \"source\", the\n\"path\" and the \"bytes\" of "
+               "what arrived");
+  }
   upload->footer(kFooter);
 }
 
-void AddFormats(CLI::App* command, PathFormat& format) {
-  const auto add = [command, &format](const char* name, PathFormat chosen, const char* what) {
-    return command->add_flag_callback(
-        name, [&format, chosen] { format = chosen; }, what);
-  };
-  CLI::Option* nul =
-      add("-0,--null", PathFormat::kNul, "end each path with a NUL, not a line feed");
-  add("--json", PathFormat::kJson,
-      "print an array of objects, each with a \"path\",\n"
-      "or for a path that is not UTF-8 a \"path_hex\"")
-      ->excludes(nul);
-}
-
 void AddChoosers(CLI::App& app, Given& given) {
+  constexpr char kJson[] =
+      "print an array of objects, each with a \"path\",\nor for a path that is not UTF-8 a "
+      "\"path_hex\"";
   CLI::App* files =
       Add(app, given, "pick-files", "choose files and print their paths, one a line",
           [&given](const CLI::App&) { return PickFiles(given.limits, given.format); });
-  AddNumber(files, "--max-files", given.limits.files, UINT16_MAX, "at most N files, 1 to 65535");
+  AddNumber(files, "--max-files", given.limits.files, UINT16_MAX, "at most N files, 1 to 65535",
+            false);
   AddNumber(files, "--max-bytes", given.limits.bytes, UINT32_MAX,
-            "at most N bytes together, 1 to 4294967295");
-  AddFormats(files, given.format);
+            "at most N bytes together, 1 to 4294967295", true);
+  AddFormats(files, given.format, kJson);
   files->footer(
       "A choice over a limit is refused with an error box.\n"
       "\n"
@@ -121,7 +147,7 @@ void AddChoosers(CLI::App& app, Given& given) {
 
   CLI::App* directory = Add(app, given, "pick-directory", "choose a folder and print its path",
                             [&given](const CLI::App&) { return PickDirectory(given.format); });
-  AddFormats(directory, given.format);
+  AddFormats(directory, given.format, kJson);
   directory->footer("Exit status: 0 a folder was chosen; 1 none; 2 wrong usage or no display.");
 }
 
@@ -140,11 +166,23 @@ void AddMessage(CLI::App& app, Given& given) {
       "Exit status: 0 the box was closed; 1 interrupted; 2 wrong usage or no display.");
 }
 
+// A descriptor that whoever started the program closed would become some file's, and that file
+// would get our lines.
+void FillStandardFiles() {
+  int fd;
+  do {
+    fd = open("/dev/null", O_RDWR);
+  } while (fd >= 0 && fd <= STDERR_FILENO);
+  if (fd >= 0) close(fd);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+  FillStandardFiles();
   setlocale(LC_CTYPE, "");
   signal(SIGPIPE, SIG_IGN);  // whoever stops reading our lines stops no transfer
+  signal(SIGXFSZ, SIG_IGN);  // a file that grows too large is a failed write
   // In a list of operands "[a,b]" would be two of them.
   std::deque<std::string> names;
   const bool lists = argc > 1 && std::string_view(argv[1]) == "upload";

@@ -1,10 +1,11 @@
 #include "pack.h"
 
-#include <ctype.h>
 #include <inttypes.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+
+#include "Terminal.h"
 
 static unsigned int Told(const char* function, unsigned int result) {
   if (result != YRAFT_STATUS_SUCCESS) {
@@ -24,7 +25,11 @@ void PackerClose(Packer* packer) { YraftRWDestory(&packer->store); }
 
 /* A name must not break the line that shows it, nor steer the terminal. */
 static void PrintName(const char* name) {
-  for (; *name != '\0'; ++name) putchar(iscntrl((unsigned char)*name) ? '?' : *name);
+  while (*name != '\0') {
+    const size_t control = ControlLength(name);
+    putchar(control > 0 ? '?' : *name);
+    name += control > 0 ? control : 1;
+  }
   putchar('\n');
 }
 

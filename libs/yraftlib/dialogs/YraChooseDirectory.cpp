@@ -54,7 +54,7 @@ GtkWidget* ShowOnce(WinTrace trace, YraWinUI* pWinUI) {
 void TakeOnce(WinTrace trace, YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
   if (response == GTK_RESPONSE_ACCEPT) {
     const uint64_t size = YraWinUI::Inside::Of(pWinUI).FileItem().fileSize;
-    const YraChosen chosen = YraQueueChosen(trace, pDialog, pWinUI->YraRWGet(),
+    const YraChosen chosen = YraQueueChosen(trace, pDialog, YraWinUI::Inside::Of(pWinUI).Store(),
                                             {.numbered = true, .sizeOfPath = false, .size = size});
     TRACE_VERBOSE(trace, "Choosed %d directory", chosen.paths);
   } else if (!YraIsDeclined(response)) {
@@ -160,7 +160,7 @@ class ChooseDirectory : public YraChooser {
   void ReadRecord() override { WinUI()->YraGetFileItemInfo(); }
   YraChosen Queue(GtkWidget* pDialog, const YraRequest& request) override {
     const YraChosen chosen =
-        YraQueueChosen(Trace(), pDialog, WinUI()->YraRWGet(),
+        YraQueueChosen(Trace(), pDialog, YraWinUI::Inside::Of(WinUI()).Store(),
                        {.numbered = false, .sizeOfPath = false, .size = request.fileSize});
     TRACE_VERBOSE(Trace(), "Choosed %d files. (%d)", chosen.pushed, chosen.paths);
     return chosen;

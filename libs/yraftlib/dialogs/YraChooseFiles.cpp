@@ -31,7 +31,7 @@ GtkWidget* ShowOnce(WinTrace trace, YraWinUI* pWinUI) {
 
 void TakeOnce(WinTrace trace, YraWinUI* pWinUI, GtkWidget* pDialog, int response) {
   if (response == GTK_RESPONSE_ACCEPT) {
-    const YraChosen chosen = YraQueueChosen(trace, pDialog, pWinUI->YraRWGet(),
+    const YraChosen chosen = YraQueueChosen(trace, pDialog, YraWinUI::Inside::Of(pWinUI).Store(),
                                             {.numbered = true, .sizeOfPath = true, .size = 0});
     TRACE_VERBOSE(trace, "Choosed %d files", chosen.paths);
   } else if (!YraIsDeclined(response)) {
@@ -139,7 +139,7 @@ class ChooseFiles : public YraChooser {
     return true;
   }
   YraChosen Queue(GtkWidget* pDialog, const YraRequest&) override {
-    const YraChosen chosen = YraQueueChosen(Trace(), pDialog, WinUI()->YraRWGet(),
+    const YraChosen chosen = YraQueueChosen(Trace(), pDialog, YraWinUI::Inside::Of(WinUI()).Store(),
                                             {.numbered = false, .sizeOfPath = true, .size = 0});
     TRACE_VERBOSE(Trace(), "Choosed %d files. (%d - %u)", chosen.pushed, chosen.paths,
                   static_cast<unsigned int>(chosen.totalSize));

@@ -163,7 +163,7 @@ unsigned int YraChooser::Take(GtkWidget* pDialog, const YraRequest& request,
     ret = Trace().Called("Yraft_TlvBlocksGetSize", Yraft_TlvBlocksGetSize(*ppBlock, pBlockLen));
   }
   if (ret != YRAFT_STATUS_SUCCESS) {
-    WinUI()->YraRWGet()->YraRW_QueueClear(YRAFT_QUEUE_FILEINFO);
+    YraWinUI::Inside::Of(WinUI()).Store()->YraRW_QueueClear(YRAFT_QUEUE_FILEINFO);
     return YRAFT_OPT_STATUS_FAILED;
   }
   Finish(*ppBlock, chosen);

@@ -340,6 +340,10 @@ class ErrorMessage : public YraDialog {
   GtkWidget* Widget() const override { return WinUI()->YraGetErrorMessageDiag(); }
   void Hold(GtkWidget* pWidget) override { WinUI()->YraSetErrorMessageDiag(pWidget); }
   unsigned int Build() override { return WinUI()->YraErrorMessageDiagCreate(); }
+  void FindNothing() override {
+    TRACE_VERBOSE(Trace(), "pErrorDiag=0x%x.", TraceAddress(Widget()));
+    TRACE_ERROR(Trace(), "pErrorMessageInfo is null.");
+  }
   // A message is not lost because its box could not be built.
   bool Patient() const override { return true; }
 

@@ -30,13 +30,16 @@ void YraPogressBarDiagButtonPauseCallback(GtkWidget* widget, void* data) {
     trace.Out();
     return;
   }
+  // In this order, which their own lines show.
+  const void* pWin = pWinUI->YraGetWinUIWidget();
+  const void* pBar = pWinUI->YraGetProgressBarDiag();
+  const void* pPause = pWinUI->YraGetProgressBarPauseButton();
+  const void* pCancel = pWinUI->YraGetProgressBarCancelButton();
   TRACE_VERBOSE(trace,
                 "widget=0x%x, Win=0x%x, ProgressBar=0x%x, ProgressBarPauseButton=0x%x, "
                 "ProgressBarCancelButton=0x%x.",
-                TraceAddress(widget), TraceAddress(pWinUI->YraGetWinUIWidget()),
-                TraceAddress(pWinUI->YraGetProgressBarDiag()),
-                TraceAddress(pWinUI->YraGetProgressBarPauseButton()),
-                TraceAddress(pWinUI->YraGetProgressBarCancelButton()));
+                TraceAddress(widget), TraceAddress(pWin), TraceAddress(pBar), TraceAddress(pPause),
+                TraceAddress(pCancel));
   const unsigned int fileContext = YraWinUI::Inside::Of(pWinUI).Progress().fileContext;
   const bool paused = pWinUI->YraGetProgressBarPauseStatus();
   TRACE_VERBOSE(trace, "Will notify VC, current bIsPause=%s, statusCode=%u, fileContext=%u.",
@@ -110,13 +113,12 @@ unsigned int YraWinUI::YraProgressBarDiagCreate() {
   }
   ClearFlags(this);
   const unsigned int ret = trace.Try([&] {
-    const std::string title = YraProgressTitle(trace, 0);
-    const std::string label = YraProgressFirstLabel(trace);
-    GtkWidget* pWindow = YraBuildProgressWindow(title);
+    GtkWidget* pWindow = YraBuildProgressWindow();
+    YraSetChildWinDiag(pWindow);
+    YraShowTitle(pWindow, YraProgressTitle(trace, 0));
     g_signal_connect(pWindow, "destroy", G_CALLBACK(YraPogressBarDiagDestoryCallback), this);
     g_signal_connect(pWindow, "delete-event", G_CALLBACK(YraPogressBarDiagDelEventCallback), this);
-    GtkWidget* pLabel = YraBuildProgressLabel(label);
-    YraSetChildWinDiag(pWindow);
+    GtkWidget* pLabel = YraBuildProgressLabel(YraProgressFirstLabel(trace));
     YraSetProgressBarLabel(pLabel);
     FillWindow(this, pWindow, pLabel, 0.0);
     gtk_widget_hide(pWindow);
@@ -356,7 +358,8 @@ unsigned int YraWinUI::YraProgressBarDiagCreate(int argc, char** argv,
   unsigned int ret = trace.Try([&] {
     const GdkLock lock;
     const YraProgress progress = YraProgressOf(trace, *pInfo);
-    YraSetWinUIWidget(YraBuildProgressWindow(YraProgressTitle(trace, progress.percent)));
+    YraSetWinUIWidget(YraBuildProgressWindow());
+    YraShowTitle(m_pWin, YraProgressTitle(trace, progress.percent));
     g_signal_connect(m_pWin, "destroy", G_CALLBACK(gtk_widget_destroyed), &m_pWin);
     FillWindow(this, m_pWin, YraBuildProgressLabel(YraProgressCallLabel(*pInfo)),
                progress.fraction);

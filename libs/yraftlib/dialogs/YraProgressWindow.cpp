@@ -43,10 +43,9 @@ void YraShowFraction(GtkWidget* pBar, double fraction) {
 
 // ---- Building ----------------------------------------------------------------------------------
 
-GtkWidget* YraBuildProgressWindow(const std::string& title) {
+GtkWidget* YraBuildProgressWindow() {
   GtkWidget* pWindow = gtk_window_new(GTK_WINDOW_TOPLEVEL);
   GtkWindow* pGtkWindow = GTK_WINDOW(pWindow);
-  gtk_window_set_title(pGtkWindow, title.c_str());
   gtk_container_set_border_width(GTK_CONTAINER(pWindow), 10);
   gtk_window_set_deletable(pGtkWindow, FALSE);
   gtk_window_set_resizable(pGtkWindow, FALSE);

@@ -11,7 +11,7 @@ struct YraProgressWidgets {
   GtkWidget* pCancel;
 };
 
-GtkWidget* YraBuildProgressWindow(const std::string& title);
+GtkWidget* YraBuildProgressWindow();
 GtkWidget* YraBuildProgressLabel(const std::string& text);
 // Puts label, bar and buttons below each other into the window. May throw std::bad_alloc; what is
 // made by then goes with the window.

@@ -40,13 +40,14 @@ std::unique_ptr<YraRequest> YraDialog::TakeNext() {
 void YraDialog::Serve() {
   if (m_pCurrent != nullptr) return;
   Collect();
-  if (m_pLine == nullptr) return;
   const GdkLock lock;
-  if (Widget() == nullptr) {
+  if (m_pLine == nullptr) return FindNothing();
+  GtkWidget* pDialog = Widget();
+  if (pDialog == nullptr) {
     TRACE_WARNING(m_trace, "%s", m_texts.pNotCreated);
     m_trace.Called(m_texts.pBuild, Build());
+    pDialog = Widget();
   }
-  GtkWidget* pDialog = Widget();
   if (pDialog == nullptr && Patient()) return;
   m_pCurrent = TakeNext();
   bool open = false;
@@ -82,9 +83,9 @@ void YraDialog::Watch(GtkWidget* pDialog, GCallback onDestroy, GCallback onDelet
     return gtk_widget_hide_on_delete(pWidget);
   };
   // The toolkit's own handler would answer before the log has heard of the event.
-  g_signal_handlers_disconnect_matched(pDialog, G_SIGNAL_MATCH_ID,
-                                       g_signal_lookup("delete-event", GTK_TYPE_WIDGET), 0, nullptr,
-                                       nullptr, nullptr);
+  g_signal_handlers_disconnect_matched(
+      pDialog, static_cast<GSignalMatchType>(G_SIGNAL_MATCH_ID | G_SIGNAL_MATCH_DATA),
+      g_signal_lookup("delete-event", GTK_TYPE_WIDGET), 0, nullptr, nullptr, nullptr);
   g_signal_connect(pDialog, "destroy", onDestroy, m_pWinUI);
   g_signal_connect(pDialog, "delete-event", onDelete, m_pWinUI);
   g_signal_connect(pDialog, "delete-event", G_CALLBACK(onClosed), this);

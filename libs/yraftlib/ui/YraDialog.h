@@ -64,6 +64,8 @@ class YraDialog {
   virtual bool Open(GtkWidget* pDialog, const YraRequest& request) = 0;
   // Answers a request and hides the dialog, which is null where none could be opened.
   virtual void Answer(GtkWidget* pDialog, int response, const YraRequest& request) = 0;
+  // Reports that there is no request.
+  virtual void FindNothing() {}
   // Whether a request waits where no dialog can be built, instead of being answered without one.
   virtual bool Patient() const { return false; }
 

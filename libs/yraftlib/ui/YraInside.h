@@ -61,6 +61,7 @@ struct YraWinUI::Inside {
   void Quit();
 
   // Without a line.
+  YraRW* Store() const { return m_pWinUI->m_pRW; }
   GtkWidget* ProgressWindow() const { return m_pWinUI->m_pChildWin; }
   // Forgets the widgets of a progress window that is being destroyed.
   void ForgetProgressWindow();

@@ -156,12 +156,12 @@ int YraProgressBarSelfSignalCallback(void* pSignalObj, unsigned int evtType, uns
 
 int YraErrorMessageSelfSignalCallback(void* pSignalObj, unsigned int evtType, unsigned int key,
                                       void* pInput, void* pWinObj) {
-  const UiTrace trace;
+  const UiTrace trace(KVO_LOG_INFO);
   TraceArguments(trace, KVO_LOG_INFO, pSignalObj, evtType, key, pInput, pWinObj);
   trace.Called("YraErrorMessageDiagCreate",
                static_cast<YraWinUI*>(pWinObj)->YraErrorMessageDiagCreate(
                    static_cast<YRAFT_ERROR_MESSAGE_INFO*>(pInput)));
-  trace.Out();
+  TRACE_VERBOSE(trace, "[%s] Out.", kLayerUi.tag);
   return 0;
 }
 

@@ -1,0 +1,166 @@
+"""yraft-host and another machine: an OpenSSH server and a WebDAV server of the test's own, on loopback."""
+
+import os
+import pathlib
+import signal
+import socket
+import subprocess
+import time
+
+import pytest
+
+from conftest import wait_until
+from host_transfer import some
+from screen import *
+
+
+def run(*words):
+    return subprocess.run([str(word) for word in words], check=True, capture_output=True, text=True).stdout
+
+
+def free_port():
+    with socket.socket() as one:
+        one.bind(("127.0.0.1", 0))
+        return one.getsockname()[1]
+
+
+def serve(start, port, *command):
+    server = start(*command)
+    wait_until(lambda: not server.running() or socket.socket().connect_ex(("127.0.0.1", port)) == 0)
+    assert server.running(), server.err + server.out
+    return server
+
+
+def serve_ssh(desk, start, tmp_path):
+    """The URL of the folder `files`, for a user whose key the server knows; the server's key is at `key`."""
+    os.makedirs("/run/sshd", exist_ok=True)
+    folder, port = desk.home / ".ssh", free_port()
+    folder.mkdir(mode=0o700)
+    for key in (tmp_path / "host", folder / "id_ed25519"):
+        run("ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", key)
+    config = tmp_path / "sshd_config"
+    config.write_text(f"""Port {port}
+ListenAddress 127.0.0.1
+HostKey {tmp_path}/host
+AuthorizedKeysFile {folder}/id_ed25519.pub
+StrictModes no
+UsePAM no
+PidFile none
+PermitRootLogin yes
+Subsystem sftp internal-sftp
+""")
+    desk.known = folder / "known_hosts"
+    desk.server_key = f"[127.0.0.1]:{port} " + (tmp_path / "host.pub").read_text()
+    desk.sshd = serve(start, port, "/usr/sbin/sshd", "-D", "-e", "-f", config)
+    return f"sftp://127.0.0.1:{port}{desk.files}"
+
+
+@pytest.fixture
+def ssh(desk, start, tmp_path):
+    return serve_ssh(desk, start, tmp_path)
+
+
+@pytest.fixture
+def dav(desk, start, tmp_path):
+    """The URL of the same folder through a server that asks for a password, which stands in ~/.netrc."""
+    port, pem = free_port(), tmp_path / "server.pem"
+    run("openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-days", 1, "-subj", "/CN=localhost",
+        "-addext", "subjectAltName=IP:127.0.0.1", "-keyout", pem, "-out", tmp_path / "cert")
+    pem.write_text(pem.read_text() + (tmp_path / "cert").read_text())
+    (tmp_path / "users").write_text("user:secret\n")
+    (desk.home / ".netrc").write_text("machine 127.0.0.1 login user password secret\n")
+    config = tmp_path / "lighttpd.conf"
+    config.write_text(f"""server.document-root = "{desk.files}"
+server.bind = "127.0.0.1"
+server.port = {port}
+server.modules = ("mod_auth", "mod_authn_file", "mod_webdav", "mod_openssl")
+server.upload-dirs = ("{tmp_path}")
+ssl.engine = "enable"
+ssl.pemfile = "{pem}"
+webdav.activate = "enable"
+auth.backend = "plain"
+auth.backend.plain.userfile = "{tmp_path}/users"
+auth.require = ("/" => ("method" => "basic", "realm" => "files", "require" => "valid-user"))
+""")
+    serve(start, port, "/usr/sbin/lighttpd", "-D", "-f", config)
+    return f"https://127.0.0.1:{port}", {"SSL_CERT_FILE": str(tmp_path / "cert")}
+
+
+def test_files_go_to_an_ssh_server_and_come_back(desk, ssh):
+    names = ["a b.txt", "ü \"quoted\".bin", "empty"]
+    for name in names:
+        (desk.home / name).write_bytes(b"" if name == "empty" else some(3000000))
+        os.utime(desk.home / name, (1e9, 1e9))
+    (desk.files / "a b.txt").write_text("old")
+    program = desk.start("upload", "--to", ssh, *names, cwd=desk.home)
+    question = face("File Transfer$")  # a server that was never met
+    time.sleep(0.3)
+    key("alt+y")
+    ends(program, 0, 'a b.txt: 3000000 bytes, kept as a b (2).txt\nü "quoted".bin: 3000000 bytes\nempty: 0 bytes\n')
+    assert question and desk.server_key.split()[2] in desk.known.read_text()
+    assert (desk.files / "a b.txt").read_text() == "old"
+    assert (desk.files / "a b (2).txt").read_bytes() == (desk.files / names[1]).read_bytes() == some(3000000)
+    assert (desk.files / "a b (2).txt").stat().st_mtime == 1e9
+    assert desk.names() == sorted(["a b.txt", "a b (2).txt", *names[1:]])
+
+    back = desk.home / "back"
+    back.mkdir()
+    program = desk.start("upload", "--to", back, ssh + "/a%20b%20(2).txt", ssh + "/empty", ssh + "/nowhere")
+    close_box()
+    assert program.wait() == 1 and "nowhere: no such folder or file on the server" in program.err
+    assert sorted(os.listdir(back)) == ["a b (2).txt", "empty"]
+    assert (back / "a b (2).txt").read_bytes() == some(3000000)
+
+
+def test_a_server_that_is_not_itself_gets_nothing(desk, ssh):
+    (desk.home / "1").write_text("1")
+    other = pathlib.Path(desk.home / ".ssh/id_ed25519.pub").read_text()
+    desk.known.write_text(desk.server_key.split()[0] + " " + other)
+    ends(desk.start("upload", "--to", ssh, desk.home / "1"), 2, "",
+         f"{ssh}: the key of 127.0.0.1 is not the one in ~/.ssh/known_hosts")
+    desk.known.unlink()
+    program = desk.start("upload", "--to", ssh, desk.home / "1")
+    face("File Transfer$")
+    key("Escape")
+    assert program.wait() == 2 and desk.names() == []
+
+
+def test_a_transfer_to_a_server_is_obeyed_and_outlives_its_connection(desk, ssh):
+    desk.known.write_text(desk.server_key)
+    (desk.home / "1").write_bytes(some(4000000))
+    program = desk.start("upload", "--to", ssh, "--rate", 2000000, desk.home / "1")
+    wait_until(lambda: windows(PROGRESS + "[1-9]"))
+    face(PROGRESS)
+    key("Tab", "space")  # a pause, and the connection ends in it
+    time.sleep(0.5)
+    run("pkill", "-KILL", "-P", desk.sshd.pid)
+    face(PROGRESS)
+    key("space")
+    ends(program, 0, "1: 4000000 bytes\n")
+    assert (desk.files / "1").read_bytes() == some(4000000)
+    assert desk.sshd.err.count("Accepted publickey") == 2
+
+    program = desk.start("upload", "--to", ssh, "--rate", 500000, desk.home / "1")
+    wait_until(lambda: windows(PROGRESS + "[1-9]"))
+    assert len(desk.names()) == 2
+    program.signal(signal.SIGINT)
+    ends(program, 1, "", "cancelled; 0 of 1 file arrived")
+    assert desk.names() == ["1"]
+
+
+def test_files_go_to_a_webdav_server_and_come_back(desk, dav):
+    url, environment = dav
+    (desk.home / "a b").write_bytes(some(3000000))
+    (desk.files / "a b").write_text("old")
+    ends(desk.start("upload", "--to", url, desk.home / "a b", env=environment), 0,
+         "a b: 3000000 bytes, kept as a b (2)\n")
+    assert (desk.files / "a b (2)").read_bytes() == some(3000000) and desk.names() == ["a b", "a b (2)"]
+    back = desk.home / "back"
+    back.mkdir()
+    ends(desk.start("upload", "--to", back, url + "/a%20b%20(2)", env=environment), 0, "a b (2): 3000000 bytes\n")
+    assert (back / "a b (2)").read_bytes() == some(3000000)
+    program = desk.start("upload", "--to", url, desk.home / "a b")  # its certificate is not known
+    assert program.wait() == 2 and "127.0.0.1 is not trusted" in program.err
+    (desk.home / ".netrc").unlink()
+    ends(desk.start("upload", "--to", url, desk.home / "a b", env=environment), 2, "",
+         f"{url}: permission denied by the server")

@@ -1,0 +1,134 @@
+"""A virtual screen with a window manager, and the user in front of it. `import screen` the fixtures."""
+
+import os
+import subprocess
+import time
+
+import pytest
+
+from conftest import BUILD, Program, wait_until
+
+HOST = BUILD / "tools/yraft-host/yraft-host"
+OPEN, PICK, FOLDER, BOX = "Select Files to Download", "Open:", "Select Upload Folder", "File Transfer Error"
+PROGRESS = "File transfer: "
+
+
+def xdotool(*words):
+    return subprocess.run(["xdotool", *words], capture_output=True, text=True, timeout=30).stdout.split()
+
+
+def key(*keys):
+    xdotool("key", *keys)
+
+
+def windows(title):
+    return xdotool("search", "--onlyvisible", "--name", title)
+
+
+def title(window):
+    return " ".join(xdotool("getwindowname", window))
+
+
+def face(title):
+    """Waits for a window and makes it the active one; it takes no key that was meant for another."""
+
+    def is_active():
+        found = windows(title)
+        if not found:
+            return None
+        xdotool("windowactivate", found[-1])
+        return found[-1] if xdotool("getactivewindow") == found[-1:] else None
+
+    found = wait_until(is_active)
+    time.sleep(0.6)
+    return found
+
+
+def accept(title, *keys):
+    """Presses keys until the chooser is gone: before its list is there they choose nothing, and what
+    comes up behind it takes no notice of them."""
+    face(title)
+
+    def is_gone():
+        if not windows(title):
+            return True
+        key(*keys)
+        return wait_briefly(lambda: not windows(title))
+
+    wait_until(is_gone)
+
+
+def wait_briefly(condition):
+    try:
+        return wait_until(condition, patience=0.2)
+    except AssertionError:
+        return False
+
+
+def accept_all(title=OPEN):
+    accept(title, "ctrl+a", "alt+o")
+
+
+def accept_folder(title=FOLDER):
+    accept(title, "alt+s")
+
+
+def close_box():
+    """The box that tells what did not go well."""
+    face(BOX)
+    key("Escape")
+
+
+def screen_for(home):
+    """Puts a screen into the environment until it is asked to go on."""
+    os.environ.update(LANG="en_US.UTF-8", LC_ALL="C.UTF-8", NO_AT_BRIDGE="1", TERM="xterm",
+                      XDG_CONFIG_HOME=str(home))
+    read, write = os.pipe()
+    xvfb = Program("Xvfb", "-displayfd", write, "-screen", 0, "1024x768x24", "-nolisten", "tcp",
+                   "-noreset", pass_fds=(write,))
+    os.close(write)
+    with open(read) as number:
+        os.environ["DISPLAY"] = ":" + number.readline().strip()
+    manager = Program("openbox")
+    wait_until(lambda: "window id" in subprocess.run(
+        ["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"], capture_output=True, text=True).stdout)
+    yield
+    manager.close()
+    xvfb.close()
+    os.environ.pop("DISPLAY", None)
+
+
+@pytest.fixture(scope="session")
+def screen(tmp_path_factory):
+    yield from screen_for(tmp_path_factory.mktemp("screen"))
+
+
+class Desk:
+    """A user's home, a folder beside it, and yraft-host started in them."""
+
+    def __init__(self, root, start):
+        self.home, self.files = root / "home", root / "files"
+        self._start = start
+        for folder in (self.home, self.files, self.home / ".local/share"):
+            folder.mkdir(parents=True)
+
+    def start(self, *words, env=None, **how):
+        environment = {"HOME": str(self.home), "XDG_DATA_HOME": str(self.home / ".local/share")}
+        return self._start(HOST, *words, env={**environment, **(env or {})}, **how)
+
+    def download(self, *words, **how):
+        return self.start("download", "--to", self.files, *words, **how)
+
+    def names(self):
+        return sorted(os.listdir(self.files))
+
+
+@pytest.fixture
+def desk(screen, tmp_path, start):
+    return Desk(tmp_path, start)
+
+
+def ends(program, status, out=None, err=""):
+    """Expects an end and what was said until then."""
+    assert (program.wait(), program.err) == (status, f"yraft-host: {err}\n" if err else "")
+    assert out is None or program.out == out

@@ -1,0 +1,162 @@
+#include "PartialFile.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include "Console.h"
+#include "FileNames.h"
+
+namespace {
+
+constexpr char kHead[] = ".yraft-";
+constexpr char kTail[] = ".part";
+constexpr int kAttempts = 1000;
+
+std::string OwnHead() { return kHead + std::to_string(getpid()) + '-'; }
+
+// It holds the name that the file is to get, so that a folder that cannot hold that says so now.
+std::string TemporaryName(const std::string& name) {
+  static unsigned int number = 0;
+  const std::string head = OwnHead() + std::to_string(number++) + '-';
+  return head + CutName(name, NAME_MAX - head.size() - (sizeof(kTail) - 1)) + kTail;
+}
+
+bool IsPartial(std::string_view name, std::string_view head) {
+  return name.substr(0, head.size()) == head && name.size() >= sizeof(kTail) &&
+         name.substr(name.size() - (sizeof(kTail) - 1)) == kTail;
+}
+
+// Calls `remove` for each entry of a folder whose name is that of a partial file.
+template <typename Remove>
+void ForEachPartial(int folder, const std::string& head, const Remove& remove) {
+  DIR* entries = fdopendir(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (entries == nullptr) return;
+  while (const dirent* entry = readdir(entries)) {
+    if (IsPartial(entry->d_name, head)) remove(entry->d_name);
+  }
+  closedir(entries);
+}
+
+// A toolkit that loses its display ends the process by exit(), from another thread, past every
+// destructor. Then what has a name goes by that.
+std::atomic<int> g_folder{-1};
+
+void RemoveOwn() {
+  const int folder = g_folder;
+  if (folder < 0) return;
+  ForEachPartial(folder, OwnHead(), [folder](const char* name) { unlinkat(folder, name, 0); });
+}
+
+void RemoveOwnAtExit(int folder) {
+  static const int registered = std::atexit(RemoveOwn);
+  static_cast<void>(registered);
+  if (g_folder != folder) g_folder = folder;
+}
+
+bool TakesName(int folder, const std::string& name) {
+  const std::string temporary = TemporaryName(name);
+  const UniqueFd probe(openat(folder, temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600));
+  if (probe) unlinkat(folder, temporary.c_str(), 0);
+  return static_cast<bool>(probe);
+}
+
+// Why the folder did not take the name. Where it takes another, one of the characters is to blame.
+std::string WhyNot(int folder, const std::string& name, int error) {
+  if (TakesName(folder, "x")) {
+    for (std::size_t at = 0; at < name.size();) {
+      std::size_t length = 1;
+      while ((static_cast<unsigned char>(name[at + length]) & 0xC0) == 0x80) ++length;
+      const std::string character = name.substr(at, length);
+      if (!TakesName(folder, character)) return "the folder takes no '" + character + "' in a name";
+      at += length;
+    }
+  }
+  return "cannot be created: " + ErrorText(error);
+}
+
+}  // namespace
+
+PartialFile::PartialFile(int folder, const std::string& name, mode_t mode) : m_folder(folder) {
+  const long most = fpathconf(folder, _PC_NAME_MAX);
+  if (most > 0 && name.size() > static_cast<std::size_t>(most)) {
+    throw FileFailed("the folder takes no name of more than " + std::to_string(most) + " bytes");
+  }
+  m_fd = UniqueFd(openat(folder, ".", O_WRONLY | O_TMPFILE | O_CLOEXEC, mode));
+  if (m_fd && faccessat(AT_FDCWD, "/proc/self/fd", X_OK, 0) == 0) return;
+  for (int i = 0; i < kAttempts; ++i) {
+    if (Create(TemporaryName(name), mode)) return;
+    if (errno != EEXIST) throw FileFailed(WhyNot(folder, name, errno));
+  }
+  throw FileFailed("cannot be created: " + ErrorText(EEXIST));
+}
+
+// Whoever removes leftovers may have been faster than the lock; then it is as if it were taken.
+bool PartialFile::Create(const std::string& temporary, mode_t mode) {
+  constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+  RemoveOwnAtExit(m_folder);
+  m_fd = UniqueFd(openat(m_folder, temporary.c_str(), kFlags, mode));
+  if (!m_fd) return false;
+  struct stat status {};
+  if (flock(m_fd.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+    errno = EEXIST;
+    return false;
+  }
+  if (fstat(m_fd.get(), &status) != 0 || status.st_nlink == 0) {
+    errno = EEXIST;
+    return false;
+  }
+  m_temporary = temporary;
+  return true;
+}
+
+PartialFile::~PartialFile() {
+  if (!m_temporary.empty()) unlinkat(m_folder, m_temporary.c_str(), 0);
+}
+
+std::string PartialFile::Publish(const std::string& name) {
+  int error = 0;
+  std::string given = FirstFreeName(name, [this, &error](const std::string& one) {
+    error = GiveName(one);
+    return error != EEXIST;
+  });
+  if (error != 0) throw FileFailed("cannot be named: " + ErrorText(error));
+  m_temporary.clear();
+  return given;
+}
+
+// Answers 0 or a system error number; EEXIST, and changes nothing, where the name is taken.
+int PartialFile::GiveName(const std::string& name) {
+  if (m_temporary.empty()) {
+    const std::string self = "/proc/self/fd/" + std::to_string(m_fd.get());
+    return linkat(AT_FDCWD, self.c_str(), m_folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0 ? 0
+                                                                                          : errno;
+  }
+  const char* old = m_temporary.c_str();
+  if (renameat2(m_folder, old, m_folder, name.c_str(), RENAME_NOREPLACE) == 0) return 0;
+  if (errno != EINVAL && errno != ENOSYS) return errno;
+  // Some file systems know only the rename that replaces. An empty file claims the name first, so
+  // what is replaced is ours.
+  const UniqueFd claim(
+      openat(m_folder, name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
+  if (!claim) return errno;
+  if (renameat(m_folder, old, m_folder, name.c_str()) == 0) return 0;
+  const int error = errno;
+  unlinkat(m_folder, name.c_str(), 0);
+  return error;
+}
+
+void RemoveLeftovers(int folder) {
+  ForEachPartial(folder, kHead, [folder](const char* name) {
+    const UniqueFd left(openat(folder, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    if (left && flock(left.get(), LOCK_EX | LOCK_NB) == 0) unlinkat(folder, name, 0);
+  });
+}

@@ -1,0 +1,30 @@
+#include "Question.h"
+
+#include <gtk/gtk.h>
+
+#include <memory>
+
+namespace {
+
+struct Question {
+  std::string title, text;
+  void (*answered)(bool yes);
+};
+
+gboolean Show(gpointer data) {
+  const std::unique_ptr<Question> question(static_cast<Question*>(data));
+  GtkWidget* box = gtk_message_dialog_new(nullptr, GTK_DIALOG_MODAL, GTK_MESSAGE_QUESTION,
+                                          GTK_BUTTONS_YES_NO, "%s", question->text.c_str());
+  gtk_window_set_title(GTK_WINDOW(box), question->title.c_str());
+  gtk_dialog_set_default_response(GTK_DIALOG(box), GTK_RESPONSE_NO);
+  const bool yes = gtk_dialog_run(GTK_DIALOG(box)) == GTK_RESPONSE_YES;
+  gtk_widget_destroy(box);
+  question->answered(yes);
+  return FALSE;
+}
+
+}  // namespace
+
+void AskInBox(const std::string& title, const std::string& text, void (*answered)(bool yes)) {
+  g_idle_add(Show, new Question{title, text, answered});
+}
