@@ -14,6 +14,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <thread>
 
 #include "Complain.h"
 #include "Failure.h"
@@ -22,6 +23,8 @@ namespace {
 
 constexpr std::chrono::milliseconds kTick{250};
 constexpr std::chrono::milliseconds kWriterPatience{100};
+constexpr std::chrono::milliseconds kRow{1};
+constexpr std::chrono::microseconds kGathering{200};
 constexpr std::chrono::seconds kRegistrationPatience{5};
 constexpr std::size_t kTurn = std::size_t{64} << 10;         // bytes that a client's turn reads
 constexpr std::size_t kBatch = std::size_t{1} << 20;         // bytes that are written at once
@@ -126,8 +129,17 @@ std::uint64_t Service::Run() {
     Wait();
     Turns();
     Settle();
+    Gather();
   }
   return m_lost + Drain();
+}
+
+// Where one round follows the other, lets some more come: to wake up costs more than to read a
+// line.
+void Service::Gather() {
+  if (!std::exchange(m_any, false)) return;
+  const auto last = std::exchange(m_round, Clock::now());
+  if (m_round - last < kRow) std::this_thread::sleep_for(kGathering);
 }
 
 void Service::Wait() {
@@ -213,7 +225,8 @@ void Service::AcceptSome() {
 
 Service::Client* Service::NewClient(UniqueFd fd) {
   const int number = fd.get();
-  if (!Watch(number, EPOLLIN | EPOLLRDHUP | EPOLLET)) return nullptr;
+  // What stays in a socket is told once.
+  if (!Watch(number, EPOLLIN | EPOLLRDHUP | (m_keeps ? EPOLLET : 0U))) return nullptr;
   Client& client = m_clients[number];
   client.fd = std::move(fd);
   client.since = Clock::now();
@@ -228,7 +241,7 @@ Service::Client* Service::NewClient(UniqueFd fd) {
 void Service::Admit(UniqueFd fd) {
   Client* client = NewClient(std::move(fd));
   if (client == nullptr) return Note("a client was turned away: " + Error());
-  SetPeeked(client->fd.get(), 0);
+  if (m_keeps) SetPeeked(client->fd.get(), 0);
   User& user = m_users[client->peer.uid];
   if (client->peer.uid == 0 || user.connections <= m_options.connections) return;
   user.turnedAway = true;
@@ -292,19 +305,24 @@ void Service::Turns() {
   }
 }
 
-// Looks at what was sent since the last turn, and leaves it where it is.
+// Looks at what was sent since the last turn, and leaves it where it is if that is of use.
 void Service::Read(Client& client) {
   client.ready = false;
   if (client.ended) return;
-  const ssize_t n =
-      recv(client.fd.get(), m_received.data(), m_received.size(), MSG_PEEK | MSG_DONTWAIT);
+  const ssize_t n = recv(client.fd.get(), m_received.data(), m_received.size(),
+                         MSG_DONTWAIT | (m_keeps ? MSG_PEEK : 0));
   if (n < 0 && errno == EAGAIN) {
     // A record that comes in pieces: there may be no room for the others.
     if (client.whole == 0) Discard(client.fd.get(), std::exchange(client.read, 0));
     return;
   }
-  client.ready = true;
-  if (n > 0) return TakeIn(client, {m_received.data(), static_cast<std::size_t>(n)});
+  client.ready = n == static_cast<ssize_t>(m_received.size());
+  m_any = m_any || n > 0;
+  if (n > 0) {
+    TakeIn(client, {m_received.data(), static_cast<std::size_t>(n)});
+    client.ready = client.ready || (m_keeps && client.reader.Partial() > 0);
+    return;
+  }
   if (client.reader.Partial() > 0) Note(client, "ended within a record");
   End(client);
 }
@@ -318,14 +336,19 @@ void Service::TakeIn(Client& client, std::string_view bytes) {
   reader.Feed(bytes);
   for (LogRecord record{}; reader.Next(&record);) AddLine(client, record);
   client.bytes += bytes.size();
-  client.again -= std::min(client.again, bytes.size());
-  client.read += bytes.size();
-  client.whole = client.read - std::min(client.read, reader.Partial());
-  if (reader.Registered() && !client.stored) Store(client);
-  if (client.whole > 0 && !std::exchange(client.pinned, true)) m_pinned.push_back(client.fd.get());
+  if (m_keeps) Keep(client, bytes.size());
   if (reader.error().empty()) return;
   Note(client, "sent " + reader.error() + " and was dropped");
   End(client);
+}
+
+// Takes down that so many bytes more are left in the client's socket.
+void Service::Keep(Client& client, std::size_t bytes) {
+  client.again -= std::min(client.again, bytes);
+  client.read += bytes;
+  client.whole = client.read - std::min(client.read, client.reader.Partial());
+  if (client.reader.Registered() && !client.stored) Store(client);
+  if (client.whole > 0 && !std::exchange(client.pinned, true)) m_pinned.push_back(client.fd.get());
 }
 
 void Service::AddLine(Client& client, const LogRecord& record) {
@@ -422,8 +445,8 @@ std::uint64_t Service::Drain() {
     more = !m_socket.Outlives() && !m_clients.empty();
     for (auto& [fd, client] : m_clients) {
       if (!m_socket.Outlives()) shutdown(fd, SHUT_RD);
-      client.ready = true;
-      for (int turn = 0; client.ready && turn < kTurnsAtTheEnd; ++turn) Read(client);
+      m_any = true;
+      for (int n = 0; std::exchange(m_any, false) && n < kTurnsAtTheEnd; ++n) Read(client);
     }
     if (!m_socket.Outlives()) {
       m_clients.clear();
@@ -433,6 +456,10 @@ std::uint64_t Service::Drain() {
   const std::uint64_t lost = m_writer.Finish(m_lines) + m_dropped;
   if (lost == 0) {
     for (auto& [fd, client] : m_clients) Consume(client, client.whole);
+    while (!m_clients.empty()) {
+      const auto client = m_clients.begin();
+      client->second.ended ? Forget(client->first) : static_cast<void>(m_clients.erase(client));
+    }
     return 0;
   }
   Complain(kError, std::to_string(lost) + " lines could not be written and are lost");

@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <deque>
 #include <map>
 #include <string>
@@ -79,6 +80,7 @@ class Service {
   };
 
   bool Watch(int fd, std::uint32_t events);
+  void Gather();
   void Wait();
   void Tick();
   void HandleSignal();
@@ -91,6 +93,7 @@ class Service {
   void TakeIn(Client& client, std::string_view bytes);
   void AddLine(Client& client, const LogRecord& record);
   bool MayAdd(const ucred& peer, std::size_t bytes);
+  void Keep(Client& client, std::size_t bytes);
   void Store(Client& client);
   void Settle();
   void Consume(Client& client, std::size_t size);
@@ -104,6 +107,7 @@ class Service {
   void Note(const std::string& what);
 
   const ServeOptions m_options;
+  const bool m_keeps = std::getenv("NOTIFY_SOCKET") != nullptr;  // a manager, for our successor
   UniqueFd m_signals;
   UniqueFd m_epoll;
   ServiceSocket m_socket;
@@ -124,6 +128,8 @@ class Service {
   std::vector<int> m_pinned;
   std::vector<char> m_received;
   Clock::time_point m_nextTick;
-  bool m_accepting = true;  // false while no descriptor is free
+  Clock::time_point m_round;  // when the last one ended in which something came
+  bool m_any = false;         // has come in this round
+  bool m_accepting = true;    // false while no descriptor is free
   bool m_running = true;
 };
