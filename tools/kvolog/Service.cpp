@@ -28,6 +28,8 @@ constexpr std::chrono::microseconds kGathering{200};
 constexpr std::chrono::seconds kRegistrationPatience{5};
 constexpr std::size_t kTurn = std::size_t{64} << 10;         // bytes that a client's turn reads
 constexpr std::size_t kBatch = std::size_t{1} << 20;         // bytes that are written at once
+constexpr std::size_t kWrite = std::size_t{256} << 10;       // bytes, or
+constexpr std::chrono::milliseconds kDelay{5};               // since the last write
 constexpr std::size_t kMostWaiting = std::size_t{32} << 20;  // bytes, while the writer stalls
 constexpr int kMostAccepted = 64;                            // between two rounds of turns
 constexpr double kBurstSeconds = 60;  // in which a user may use up the bytes of as many
@@ -145,7 +147,7 @@ void Service::Gather() {
 void Service::Wait() {
   std::array<epoll_event, 256> events{};
   const bool turns = !m_ready.empty() && (m_lines.size() < kBatch || m_stalled);
-  const auto patience = m_pinned.empty() ? kTick : kWriterPatience;
+  const auto patience = !m_lines.empty() ? kDelay : m_pinned.empty() ? kTick : kWriterPatience;
   const int n = epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()),
                            turns ? 0 : static_cast<int>(patience.count()));
   for (int i = 0; i < n; ++i) {
@@ -411,9 +413,11 @@ void Service::Settle() {
     Note(std::to_string(m_dropped) + " lines are missing here: the file could not be written");
     m_lost += std::exchange(m_dropped, 0);
   }
-  if (m_lines.empty()) return;
+  // Under load few large writes; what is kept in the sockets makes room there as soon as it can.
+  const auto now = Clock::now();
+  if (m_lines.empty() || (!m_keeps && m_lines.size() < kWrite && now - m_handed < kDelay)) return;
   m_writer.Write(&m_lines);
-  m_handed = Clock::now();
+  m_handed = now;
 }
 
 void Service::Consume(Client& client, std::size_t size) {
