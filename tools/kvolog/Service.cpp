@@ -405,8 +405,9 @@ void Service::Settle() {
     Client& client = m_clients.at(fd);
     Consume(client, m_stalled ? client.whole : client.handed);
     client.handed = idle ? client.whole : 0;
-    if (!client.pinned && client.ended) Forget(fd);
-    return !client.pinned;
+    const bool settled = !client.pinned;
+    if (settled && client.ended) Forget(fd);
+    return settled;
   });
   if (!idle) return;
   if (m_dropped != 0) {
