@@ -291,10 +291,10 @@ std::vector<bench::Row> Loaded() {
 
 const bench::Registration registration([] {
   bench::RegisterFigure("log service: a record of 80 bytes", "ns of CPU per record", Records);
-  bench::RegisterFigure("kvolog tail: the last 10 lines of 1 GiB", "ms", Last);
-  bench::RegisterFigure("kvolog tail: a filter over 1 GiB", "ms of CPU", Filtered);
-  bench::RegisterFigure("kvolog tail -f: from a line's sending to its showing", "ms", Idle);
-  bench::RegisterFigure("kvolog tail -f: the same under load", "ms", Loaded);
+  bench::RegisterFigure("log reader: the last 10 lines of 1 GiB", "ms", Last);
+  bench::RegisterFigure("log reader: a filter over 1 GiB", "ms of CPU", Filtered);
+  bench::RegisterFigure("log reader: from a line's sending to its showing", "ms", Idle);
+  bench::RegisterFigure("log reader: the same under load", "ms", Loaded);
 });
 
 }  // namespace
