@@ -87,8 +87,9 @@ int Listen(const char* path) {
   const sockaddr_un address = Address(path);
   unlink(path);
   const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address));
-  listen(fd, 1);
+  if (bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0 ||
+      listen(fd, 1) != 0)
+    throw std::runtime_error("cannot listen");
   return fd;
 }
 
@@ -260,7 +261,8 @@ double Delay(bool load) {
   const pid_t tail = Start(KVOLOG_TOOL " tail -f -i brelka-probe", pipes[1]);
   const pid_t crowd = Child([&] {
     const int other = Registered("brelka-crowd");
-    for (; load; std::this_thread::sleep_for(std::chrono::milliseconds(5))) {
+    while (load) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
       for (int i = 0; i < 250; ++i) SendLine(other, kText);  // 50,000 a second
     }
   });

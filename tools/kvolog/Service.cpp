@@ -6,6 +6,8 @@
 #include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <sys/time.h>
+#include <sys/un.h>
+#include <syslog.h>
 #include <systemd/sd-daemon.h>
 
 #include <algorithm>
@@ -106,6 +108,7 @@ Service::Service(const ServeOptions& options, Inheritance inheritance)
     : m_options(options),
       m_signals(OpenSignals()),
       m_epoll(epoll_create1(EPOLL_CLOEXEC)),
+      m_syslog(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)),
       m_socket(std::move(inheritance.listener)),
       m_target(m_configuration.Now()),
       m_written(WrittenBefore(inheritance, m_target.path)),
@@ -356,12 +359,13 @@ void Service::Keep(Client& client, std::size_t bytes) {
 void Service::AddLine(Client& client, const LogRecord& record) {
   const std::size_t before = m_lines.size();
   const std::string number = record.classId < KVO_LOG_CLASSES ? "" : std::to_string(record.classId);
+  const std::string_view className =
+      number.empty() ? m_names.classes[record.classId] : std::string_view(number);
   // Nobody else is called what the service calls itself.
   const std::string_view identity = client.reader.identity();
   const bool cut = record.text.size() == KVO_LOG_TEXT_SIZE - 1;
   m_line.Append(
-      {record.seconds, record.microseconds, m_names.levels[record.level],
-       number.empty() ? m_names.classes[record.classId] : std::string_view(number),
+      {record.seconds, record.microseconds, m_names.levels[record.level], className,
        identity == kServiceName ? "(kvologd)" : identity,
        static_cast<unsigned int>(client.peer.pid), client.peer.uid, client.reader.session(),
        record.thread, cut ? WholeCharacters(record.text) : record.text},
@@ -374,6 +378,24 @@ void Service::AddLine(Client& client, const LogRecord& record) {
     m_lines.resize(before);
   } else {
     ++client.lines;
+    // A line without a class was handed over by its process.
+    if (m_options.syslog && record.classId != KVO_CLASS_ALL) Forward(client, record, className);
+  }
+}
+
+// Never waits: a line for which there is no room is left out there.
+void Service::Forward(const Client& client, const LogRecord& record, std::string_view className) {
+  constexpr std::array kPriorities = {LOG_INFO, LOG_NOTICE, LOG_WARNING, LOG_ERR, LOG_ALERT};
+  std::string text = "<" + std::to_string(LOG_USER | kPriorities.at(record.level - 1)) + ">";
+  AppendEscaped(client.reader.identity(), &text);
+  text.append("[" + std::to_string(client.peer.pid) + "]: ").append(className).append(" ");
+  AppendEscaped(record.text, &text);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::string_view(_PATH_LOG).copy(address.sun_path, sizeof address.sun_path - 1);
+  if (sendto(m_syslog.get(), text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
+             reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
+    ++m_notForwarded;
   }
 }
 
@@ -504,6 +526,7 @@ Json Service::Status() const {
           {"waiting", std::ranges::count(m_lines, '\n')},
           {"stalled", m_stalled},
           {"lost", m_lost + m_dropped},
+          {"notForwarded", m_notForwarded},
           {"limits",
            {{"descriptors", descriptors.rlim_cur},
             {"userConnections", m_options.connections},

@@ -92,6 +92,7 @@ class Service {
   void Read(Client& client);
   void TakeIn(Client& client, std::string_view bytes);
   void AddLine(Client& client, const LogRecord& record);
+  void Forward(const Client& client, const LogRecord& record, std::string_view className);
   bool MayAdd(const ucred& peer, std::size_t bytes);
   void Keep(Client& client, std::size_t bytes);
   void Store(Client& client);
@@ -110,6 +111,7 @@ class Service {
   const bool m_keeps = std::getenv("NOTIFY_SOCKET") != nullptr;  // a manager, for our successor
   UniqueFd m_signals;
   UniqueFd m_epoll;
+  UniqueFd m_syslog;
   ServiceSocket m_socket;
   const Names m_names;
   ConfigurationWatch m_configuration;
@@ -119,9 +121,10 @@ class Service {
   LogLineWriter m_line;
   std::string m_lines;  // not handed to the writer yet
   Clock::time_point m_handed;
-  bool m_stalled = false;       // the writer takes too long: nothing stays in the sockets
-  std::uint64_t m_dropped = 0;  // lines, since they were last told
-  std::uint64_t m_lost = 0;     // lines, since the start
+  bool m_stalled = false;            // the writer takes too long: nothing stays in the sockets
+  std::uint64_t m_dropped = 0;       // lines, since they were last told
+  std::uint64_t m_lost = 0;          // lines, since the start
+  std::uint64_t m_notForwarded = 0;  // lines, since the start
   std::map<int, Client> m_clients;
   std::map<uid_t, User> m_users;
   std::deque<int> m_ready;
