@@ -97,12 +97,13 @@ void KvoLogShutdown(void);
  *
  * Any thread. Never fails visibly: a line that cannot be written is dropped. Allocates nothing,
  * raises no SIGPIPE. A log service that stops reading costs one second, once: then the connection
- * is given up. */
+ * is given up, and syslog is told. */
 void __KvoTrace(unsigned int classId, int level, const char* file, const char* function,
                 unsigned int line, const char* format, ...) KVOLOG_PRINTF(6, 7);
 
 /* Writes one line without a class, unfiltered: to syslog, and to the log service while connected.
- * Arguments as for __KvoTrace. Any thread. */
+ * Arguments as for __KvoTrace. Any thread. Waits in syslog(3) as long as a syslog service that
+ * hangs reads nothing; the log service costs it no more than a line of the trace. */
 void __KvoLog(int level, const char* file, const char* function, unsigned int line,
               const char* format, ...) KVOLOG_PRINTF(5, 6);
 

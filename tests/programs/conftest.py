@@ -7,6 +7,7 @@ import fcntl
 import os
 import pathlib
 import pty
+import re
 import resource
 import signal
 import subprocess
@@ -18,6 +19,7 @@ import pytest
 
 BUILD = pathlib.Path(os.environ["YRA_BUILD"])
 ROOT = pathlib.Path(__file__).parents[2]
+SANITIZED = re.search(r"YRAFT_SANITIZE:\w+=\w", (BUILD / "CMakeCache.txt").read_text()) is not None
 PATIENCE = 30  # seconds
 LIBC = ctypes.CDLL(None, use_errno=True)
 PR_SET_PDEATHSIG = 1

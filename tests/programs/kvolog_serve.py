@@ -273,6 +273,19 @@ def test_its_status_names_who_logs(kvolog, serve):
     wait_until(lambda: kvolog.shown("status")["clients"] == [])
 
 
+def test_lines_are_forwarded_to_a_syslog_that_reads(kvolog, serve):
+    with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as syslog:
+        syslog.bind("/dev/log")
+        serve("--syslog")
+        sender = Sender("brelka-vcagent").line("its process has sent it", cls=ALL).line("a\nb", FATAL)
+        assert syslog.recv(1000).decode() == rf"<9>brelka-vcagent[{os.getpid()}]: YRAFT_RW a\nb"
+        for n in range(1000):  # nobody reads
+            sender.line(str(n))
+        await_text(" 999\n")
+        assert kvolog.shown("status")["notForwarded"] > 500
+    os.unlink("/dev/log")
+
+
 @needs_other_users
 def test_its_status_is_not_for_everybody(kvolog, serve):
     serve()

@@ -3,6 +3,8 @@
 import gzip
 import signal
 
+import pytest
+from conftest import SANITIZED
 from logservice import *
 
 
@@ -97,6 +99,7 @@ def test_it_says_where_lines_are_missing(kvolog, start):
     assert tail.err == "kvolog tail: lines may be missing here\n"
 
 
+@pytest.mark.skipif(SANITIZED, reason="a sanitizer takes memory of its own")
 def test_a_long_log_takes_little_memory(kvolog, start, tmp_path):
     LOG.parent.mkdir(exist_ok=True)
     text = "2026-11-24T20:08:10.000000+01:00 INFO YRAFT brelka-old 17 4711 " + 40 * "x" + "\n"

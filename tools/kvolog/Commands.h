@@ -31,6 +31,7 @@ void Restore(const std::string& path, bool dry);
 // Serve.cpp
 struct ServeOptions {
   unsigned int connections = 500;       // of a user other than root
+  bool syslog = false;                  // gets the lines, too
   double bytesPerSecond = 1024 * 1024;  // of such a user; 0 for no limit
 };
 void Serve(const ServeOptions& options);

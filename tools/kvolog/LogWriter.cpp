@@ -79,7 +79,8 @@ void LogWriter::Run() {
     const LogTarget target = m_target;
     const bool reopen = std::exchange(m_reopen, false);
     stop = m_stop;
-    std::size_t written = m_written;
+    const bool busy = m_written < m_batch.size();  // else the batch is the caller's to replace
+    const std::size_t from = m_written;
     lock.unlock();
     m_file.Use(target);
     if (reopen) m_file.Reopen();
@@ -87,12 +88,10 @@ void LogWriter::Run() {
       next = now + kTick;
       m_file.Check();
     }
-    written += m_file.Append(std::string_view(m_batch).substr(written));
+    const std::size_t done = busy ? m_file.Append(std::string_view(m_batch).substr(from)) : 0;
     lock.lock();
-    if (written == m_batch.size() && m_written < written) {
-      eventfd_write(m_event.get(), 1);
-    }
-    m_written = written;
+    m_written += done;
+    if (busy && m_written == m_batch.size()) eventfd_write(m_event.get(), 1);
   }
 }
 

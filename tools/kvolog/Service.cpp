@@ -6,6 +6,8 @@
 #include <sys/signalfd.h>
 #include <sys/stat.h>
 #include <sys/time.h>
+#include <sys/un.h>
+#include <syslog.h>
 #include <systemd/sd-daemon.h>
 
 #include <algorithm>
@@ -14,6 +16,7 @@
 #include <charconv>
 #include <cstdio>
 #include <cstring>
+#include <thread>
 
 #include "Complain.h"
 #include "Failure.h"
@@ -22,9 +25,13 @@ namespace {
 
 constexpr std::chrono::milliseconds kTick{250};
 constexpr std::chrono::milliseconds kWriterPatience{100};
+constexpr std::chrono::milliseconds kRow{1};
+constexpr std::chrono::microseconds kGathering{200};
 constexpr std::chrono::seconds kRegistrationPatience{5};
 constexpr std::size_t kTurn = std::size_t{64} << 10;         // bytes that a client's turn reads
 constexpr std::size_t kBatch = std::size_t{1} << 20;         // bytes that are written at once
+constexpr std::size_t kWrite = std::size_t{256} << 10;       // bytes, or
+constexpr std::chrono::milliseconds kDelay{5};               // since the last write
 constexpr std::size_t kMostWaiting = std::size_t{32} << 20;  // bytes, while the writer stalls
 constexpr int kMostAccepted = 64;                            // between two rounds of turns
 constexpr double kBurstSeconds = 60;  // in which a user may use up the bytes of as many
@@ -101,6 +108,7 @@ Service::Service(const ServeOptions& options, Inheritance inheritance)
     : m_options(options),
       m_signals(OpenSignals()),
       m_epoll(epoll_create1(EPOLL_CLOEXEC)),
+      m_syslog(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)),
       m_socket(std::move(inheritance.listener)),
       m_target(m_configuration.Now()),
       m_written(WrittenBefore(inheritance, m_target.path)),
@@ -126,14 +134,23 @@ std::uint64_t Service::Run() {
     Wait();
     Turns();
     Settle();
+    Gather();
   }
   return m_lost + Drain();
+}
+
+// Where one round follows the other, lets some more come: to wake up costs more than to read a
+// line.
+void Service::Gather() {
+  if (!std::exchange(m_any, false)) return;
+  const auto last = std::exchange(m_round, Clock::now());
+  if (m_round - last < kRow) std::this_thread::sleep_for(kGathering);
 }
 
 void Service::Wait() {
   std::array<epoll_event, 256> events{};
   const bool turns = !m_ready.empty() && (m_lines.size() < kBatch || m_stalled);
-  const auto patience = m_pinned.empty() ? kTick : kWriterPatience;
+  const auto patience = !m_lines.empty() ? kDelay : m_pinned.empty() ? kTick : kWriterPatience;
   const int n = epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()),
                            turns ? 0 : static_cast<int>(patience.count()));
   for (int i = 0; i < n; ++i) {
@@ -213,7 +230,8 @@ void Service::AcceptSome() {
 
 Service::Client* Service::NewClient(UniqueFd fd) {
   const int number = fd.get();
-  if (!Watch(number, EPOLLIN | EPOLLRDHUP | EPOLLET)) return nullptr;
+  // What stays in a socket is told once.
+  if (!Watch(number, EPOLLIN | EPOLLRDHUP | (m_keeps ? EPOLLET : 0U))) return nullptr;
   Client& client = m_clients[number];
   client.fd = std::move(fd);
   client.since = Clock::now();
@@ -228,7 +246,7 @@ Service::Client* Service::NewClient(UniqueFd fd) {
 void Service::Admit(UniqueFd fd) {
   Client* client = NewClient(std::move(fd));
   if (client == nullptr) return Note("a client was turned away: " + Error());
-  SetPeeked(client->fd.get(), 0);
+  if (m_keeps) SetPeeked(client->fd.get(), 0);
   User& user = m_users[client->peer.uid];
   if (client->peer.uid == 0 || user.connections <= m_options.connections) return;
   user.turnedAway = true;
@@ -292,19 +310,24 @@ void Service::Turns() {
   }
 }
 
-// Looks at what was sent since the last turn, and leaves it where it is.
+// Looks at what was sent since the last turn, and leaves it where it is if that is of use.
 void Service::Read(Client& client) {
   client.ready = false;
   if (client.ended) return;
-  const ssize_t n =
-      recv(client.fd.get(), m_received.data(), m_received.size(), MSG_PEEK | MSG_DONTWAIT);
+  const ssize_t n = recv(client.fd.get(), m_received.data(), m_received.size(),
+                         MSG_DONTWAIT | (m_keeps ? MSG_PEEK : 0));
   if (n < 0 && errno == EAGAIN) {
     // A record that comes in pieces: there may be no room for the others.
     if (client.whole == 0) Discard(client.fd.get(), std::exchange(client.read, 0));
     return;
   }
-  client.ready = true;
-  if (n > 0) return TakeIn(client, {m_received.data(), static_cast<std::size_t>(n)});
+  client.ready = n == static_cast<ssize_t>(m_received.size());
+  m_any = m_any || n > 0;
+  if (n > 0) {
+    TakeIn(client, {m_received.data(), static_cast<std::size_t>(n)});
+    client.ready = client.ready || (m_keeps && client.reader.Partial() > 0);
+    return;
+  }
   if (client.reader.Partial() > 0) Note(client, "ended within a record");
   End(client);
 }
@@ -318,25 +341,31 @@ void Service::TakeIn(Client& client, std::string_view bytes) {
   reader.Feed(bytes);
   for (LogRecord record{}; reader.Next(&record);) AddLine(client, record);
   client.bytes += bytes.size();
-  client.again -= std::min(client.again, bytes.size());
-  client.read += bytes.size();
-  client.whole = client.read - std::min(client.read, reader.Partial());
-  if (reader.Registered() && !client.stored) Store(client);
-  if (client.whole > 0 && !std::exchange(client.pinned, true)) m_pinned.push_back(client.fd.get());
+  if (m_keeps) Keep(client, bytes.size());
   if (reader.error().empty()) return;
   Note(client, "sent " + reader.error() + " and was dropped");
   End(client);
 }
 
+// Takes down that so many bytes more are left in the client's socket.
+void Service::Keep(Client& client, std::size_t bytes) {
+  client.again -= std::min(client.again, bytes);
+  client.read += bytes;
+  client.whole = client.read - std::min(client.read, client.reader.Partial());
+  if (client.reader.Registered() && !client.stored) Store(client);
+  if (client.whole > 0 && !std::exchange(client.pinned, true)) m_pinned.push_back(client.fd.get());
+}
+
 void Service::AddLine(Client& client, const LogRecord& record) {
   const std::size_t before = m_lines.size();
   const std::string number = record.classId < KVO_LOG_CLASSES ? "" : std::to_string(record.classId);
+  const std::string_view className =
+      number.empty() ? m_names.classes[record.classId] : std::string_view(number);
   // Nobody else is called what the service calls itself.
   const std::string_view identity = client.reader.identity();
   const bool cut = record.text.size() == KVO_LOG_TEXT_SIZE - 1;
   m_line.Append(
-      {record.seconds, record.microseconds, m_names.levels[record.level],
-       number.empty() ? m_names.classes[record.classId] : std::string_view(number),
+      {record.seconds, record.microseconds, m_names.levels[record.level], className,
        identity == kServiceName ? "(kvologd)" : identity,
        static_cast<unsigned int>(client.peer.pid), client.peer.uid, client.reader.session(),
        record.thread, cut ? WholeCharacters(record.text) : record.text},
@@ -349,6 +378,24 @@ void Service::AddLine(Client& client, const LogRecord& record) {
     m_lines.resize(before);
   } else {
     ++client.lines;
+    // A line without a class was handed over by its process.
+    if (m_options.syslog && record.classId != KVO_CLASS_ALL) Forward(client, record, className);
+  }
+}
+
+// Never waits: a line for which there is no room is left out there.
+void Service::Forward(const Client& client, const LogRecord& record, std::string_view className) {
+  constexpr std::array kPriorities = {LOG_INFO, LOG_NOTICE, LOG_WARNING, LOG_ERR, LOG_ALERT};
+  std::string text = "<" + std::to_string(LOG_USER | kPriorities.at(record.level - 1)) + ">";
+  AppendEscaped(client.reader.identity(), &text);
+  text.append("[" + std::to_string(client.peer.pid) + "]: ").append(className).append(" ");
+  AppendEscaped(record.text, &text);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  std::string_view(_PATH_LOG).copy(address.sun_path, sizeof address.sun_path - 1);
+  if (sendto(m_syslog.get(), text.data(), text.size(), MSG_DONTWAIT | MSG_NOSIGNAL,
+             reinterpret_cast<const sockaddr*>(&address), sizeof address) < 0) {
+    ++m_notForwarded;
   }
 }
 
@@ -380,17 +427,20 @@ void Service::Settle() {
     Client& client = m_clients.at(fd);
     Consume(client, m_stalled ? client.whole : client.handed);
     client.handed = idle ? client.whole : 0;
-    if (!client.pinned && client.ended) Forget(fd);
-    return !client.pinned;
+    const bool settled = !client.pinned;
+    if (settled && client.ended) Forget(fd);
+    return settled;
   });
   if (!idle) return;
   if (m_dropped != 0) {
     Note(std::to_string(m_dropped) + " lines are missing here: the file could not be written");
     m_lost += std::exchange(m_dropped, 0);
   }
-  if (m_lines.empty()) return;
+  // Under load few large writes; what is kept in the sockets makes room there as soon as it can.
+  const auto now = Clock::now();
+  if (m_lines.empty() || (!m_keeps && m_lines.size() < kWrite && now - m_handed < kDelay)) return;
   m_writer.Write(&m_lines);
-  m_handed = Clock::now();
+  m_handed = now;
 }
 
 void Service::Consume(Client& client, std::size_t size) {
@@ -422,8 +472,8 @@ std::uint64_t Service::Drain() {
     more = !m_socket.Outlives() && !m_clients.empty();
     for (auto& [fd, client] : m_clients) {
       if (!m_socket.Outlives()) shutdown(fd, SHUT_RD);
-      client.ready = true;
-      for (int turn = 0; client.ready && turn < kTurnsAtTheEnd; ++turn) Read(client);
+      m_any = true;
+      for (int n = 0; std::exchange(m_any, false) && n < kTurnsAtTheEnd; ++n) Read(client);
     }
     if (!m_socket.Outlives()) {
       m_clients.clear();
@@ -433,6 +483,10 @@ std::uint64_t Service::Drain() {
   const std::uint64_t lost = m_writer.Finish(m_lines) + m_dropped;
   if (lost == 0) {
     for (auto& [fd, client] : m_clients) Consume(client, client.whole);
+    while (!m_clients.empty()) {
+      const auto client = m_clients.begin();
+      client->second.ended ? Forget(client->first) : static_cast<void>(m_clients.erase(client));
+    }
     return 0;
   }
   Complain(kError, std::to_string(lost) + " lines could not be written and are lost");
@@ -472,6 +526,7 @@ Json Service::Status() const {
           {"waiting", std::ranges::count(m_lines, '\n')},
           {"stalled", m_stalled},
           {"lost", m_lost + m_dropped},
+          {"notForwarded", m_notForwarded},
           {"limits",
            {{"descriptors", descriptors.rlim_cur},
             {"userConnections", m_options.connections},

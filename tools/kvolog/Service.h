@@ -12,6 +12,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <cstdlib>
 #include <deque>
 #include <map>
 #include <string>
@@ -79,6 +80,7 @@ class Service {
   };
 
   bool Watch(int fd, std::uint32_t events);
+  void Gather();
   void Wait();
   void Tick();
   void HandleSignal();
@@ -90,7 +92,9 @@ class Service {
   void Read(Client& client);
   void TakeIn(Client& client, std::string_view bytes);
   void AddLine(Client& client, const LogRecord& record);
+  void Forward(const Client& client, const LogRecord& record, std::string_view className);
   bool MayAdd(const ucred& peer, std::size_t bytes);
+  void Keep(Client& client, std::size_t bytes);
   void Store(Client& client);
   void Settle();
   void Consume(Client& client, std::size_t size);
@@ -104,8 +108,10 @@ class Service {
   void Note(const std::string& what);
 
   const ServeOptions m_options;
+  const bool m_keeps = std::getenv("NOTIFY_SOCKET") != nullptr;  // a manager, for our successor
   UniqueFd m_signals;
   UniqueFd m_epoll;
+  UniqueFd m_syslog;
   ServiceSocket m_socket;
   const Names m_names;
   ConfigurationWatch m_configuration;
@@ -115,15 +121,18 @@ class Service {
   LogLineWriter m_line;
   std::string m_lines;  // not handed to the writer yet
   Clock::time_point m_handed;
-  bool m_stalled = false;       // the writer takes too long: nothing stays in the sockets
-  std::uint64_t m_dropped = 0;  // lines, since they were last told
-  std::uint64_t m_lost = 0;     // lines, since the start
+  bool m_stalled = false;            // the writer takes too long: nothing stays in the sockets
+  std::uint64_t m_dropped = 0;       // lines, since they were last told
+  std::uint64_t m_lost = 0;          // lines, since the start
+  std::uint64_t m_notForwarded = 0;  // lines, since the start
   std::map<int, Client> m_clients;
   std::map<uid_t, User> m_users;
   std::deque<int> m_ready;
   std::vector<int> m_pinned;
   std::vector<char> m_received;
   Clock::time_point m_nextTick;
-  bool m_accepting = true;  // false while no descriptor is free
+  Clock::time_point m_round;  // when the last one ended in which something came
+  bool m_any = false;         // has come in this round
+  bool m_accepting = true;    // false while no descriptor is free
   bool m_running = true;
 };

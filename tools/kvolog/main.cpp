@@ -156,6 +156,7 @@ void AddLog(CLI::App& app, Given& given) {
           "so many KiB a second for such a user, and what\nit saved in a minute at once; 0 "
           "for no limit")
       ->type_name("KIB");
+  serve->add_flag("--syslog", given.serve.syslog, "hand the lines of all classes to syslog, too");
   serve->callback([&given] {
     given.serve.bytesPerSecond = 1024.0 * given.rate;
     Serve(given.serve);
