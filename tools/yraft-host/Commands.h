@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "ChooserLook.h"
 #include "PrintPaths.h"
 
 enum ExitStatus {
@@ -31,7 +32,7 @@ struct Limits {
   std::uint64_t files = UINT16_MAX;
   std::uint64_t bytes = UINT64_MAX;
 };
-ExitStatus PickFiles(const Limits& limits, PathFormat format);
+ExitStatus PickFiles(const Limits& limits, const ChooserLook& look, PathFormat format);
 ExitStatus PickDirectory(PathFormat format);
 
 // Throws WrongUsage for texts that are too long.

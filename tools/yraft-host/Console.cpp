@@ -5,6 +5,7 @@
 #include <wchar.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -60,7 +61,7 @@ std::string Pace(const ProgressFigures& figures) {
   std::string text = Fixed(figures.rate / scale.bytes, scale.decimals) + " " + scale.unit + "/s  ";
   if (figures.left < 0) return text;
   char left[64];
-  const auto seconds = static_cast<long>(figures.left + 0.5);
+  const auto seconds = std::lround(figures.left);
   std::snprintf(left, sizeof(left), "%ld:%02ld left  ", seconds / 60, seconds % 60);
   return text + left;
 }

@@ -32,6 +32,12 @@ struct FileInfo {
   std::uint64_t most = UINT64_MAX;  // bytes to take at most, of a file that may grow for ever
 };
 
+// Room for what the file seems to have behind an offset, and a byte to see its end; a little where
+// that is nothing. A megabyte for a small file would cost more than the file.
+inline std::size_t RoomFor(const FileInfo& info, std::uint64_t offset) {
+  return info.size > offset ? info.size - offset + 1 : std::size_t{64} << 10;
+}
+
 class Source {
  public:
   virtual ~Source() = default;

@@ -13,10 +13,12 @@
 
 namespace {
 
-constexpr std::uint64_t kSmall = std::uint64_t{1} << 20;      // waits for others
-constexpr std::uint64_t kTogether = std::uint64_t{16} << 20;  // bytes that wait at most
+constexpr std::uint64_t kLeastTogether = std::uint64_t{1} << 20;  // bytes
+constexpr std::uint64_t kMostTogether = std::uint64_t{64} << 20;
 constexpr long kMostFiles = 256;
-constexpr auto kLongestWait = std::chrono::seconds(1);
+constexpr auto kLongestWait = std::chrono::seconds(1);  // for others
+constexpr auto kLong = std::chrono::milliseconds(200);  // for the disk; what a user notices
+constexpr auto kShort = std::chrono::milliseconds(100);
 
 // The folder below `folder` that a name's file goes into, made where it is not there.
 UniqueFd FolderOf(int folder, const std::string& name) {
@@ -74,7 +76,9 @@ std::string LocalFolder::PlaceOf(const std::string& name) const {
 }
 
 std::unique_ptr<Sink> LocalFolder::Begin(const std::string& name, const FileInfo& info) {
-  if (info.size > kSmall || Clock::now() - m_finishedSince > kLongestWait) Settle();
+  if (m_finishedBytes + info.size > m_together || Clock::now() - m_finishedSince > kLongestWait) {
+    Settle();
+  }
   return std::make_unique<LocalSink>(FolderOf(m_folder.get(), name), BaseName(name), info,
                                      m_shares);
 }
@@ -84,7 +88,7 @@ void LocalFolder::Finish(std::unique_ptr<Sink> sink, const Arrived& arrived) {
   std::unique_ptr<LocalSink> mine(static_cast<LocalSink*>(sink.release()));  // this target's own
   m_finishedBytes += mine->Size();
   m_finished.push_back({std::move(mine), arrived, {}});
-  if (m_finished.size() >= m_mostFinished || m_finishedBytes >= kTogether) Settle();
+  if (m_finished.size() >= m_mostFinished || m_finishedBytes >= m_together) Settle();
 }
 
 // All start for the disk as they are finished, so that waiting for the first is most of the wait;

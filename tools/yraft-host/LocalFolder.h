@@ -41,5 +41,6 @@ class LocalFolder : public Target {
   const std::size_t m_mostFinished;
   std::vector<Finished> m_finished;
   std::uint64_t m_finishedBytes = 0;
+  std::uint64_t m_together = std::uint64_t{16} << 20;  // bytes that wait for each other at most
   Clock::time_point m_finishedSince;
 };

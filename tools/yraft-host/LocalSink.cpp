@@ -84,7 +84,7 @@ std::size_t LocalSink::Move(Source& source, std::size_t length) {
     if (moved > 0) return static_cast<std::size_t>(moved);
     m_kernelCopies = moved == 0;
   }
-  if (m_info.size > m_offset) length = std::min(length, m_info.size - m_offset + 1);
+  length = std::min(length, RoomFor(m_info, m_offset));
   m_block.resize(length);
   ssize_t got;
   do {

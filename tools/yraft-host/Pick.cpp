@@ -11,6 +11,7 @@
 #include "ChosenFiles.h"
 #include "Commands.h"
 #include "Console.h"
+#include "Failure.h"
 #include "PrintPaths.h"
 #include "Session.h"
 #include "YraWinUI.h"
@@ -99,9 +100,14 @@ ExitStatus Report(const Answer& answer, PathFormat format, std::uint64_t maxByte
 
 }  // namespace
 
-ExitStatus PickFiles(const Limits& limits, PathFormat format) {
+ExitStatus PickFiles(const Limits& limits, const ChooserLook& look, PathFormat format) {
+  if (!look.folder.empty() && !std::filesystem::is_directory(look.folder)) {
+    throw WrongUsage("--folder takes a folder");
+  }
+  ShapeNextChooser(look);
   Answer answer = AskForFiles(limits);
   while (answer.result == YRAFT_STATUS_BUFFER_TOO_SMALL) {
+    ShapeNextChooser(look);
     Tell("These are too many files for one choice.", TooManyFiles());
     answer = AskForFiles(limits);
   }

@@ -46,13 +46,20 @@ ExitStatus Places::OpenTarget(const std::string& place, Console& console) {
     UniqueFd folder = OpenFolder(place, why);
     if (folder) TakeTarget(std::move(folder), place);
   } else {
+    bool shown = true;
+    m_permission.goOn = [this, &shown] {
+      const auto event = m_session.Next(std::chrono::milliseconds(0));
+      shown = shown && !(event && event->kind == Event::Kind::kUiEnded);
+      return shown && !(event && event->kind == Event::Kind::kInterrupted);
+    };
     auto target = std::make_unique<RemoteFolder>(m_to, Url(place));
     try {
       target->Visit();
       m_target = std::move(target);
     } catch (const FileFailed& failed) {
-      why = failed.what();
+      why = shown ? failed.what() : kNoDisplay;
     }
+    m_permission.goOn = [] { return true; };
   }
   if (m_target) return kExitDone;
   console.Complain(Printable(place) + ": " + why);

@@ -66,6 +66,7 @@ bool PrintPaths(const std::vector<std::string>& paths, PathFormat format) {
 bool PrintArrivals(const std::vector<Arrival>& arrivals, PathFormat format) {
   if (format != PathFormat::kJson) {
     std::vector<std::string> paths;
+    paths.reserve(arrivals.size());
     for (const Arrival& one : arrivals) paths.push_back(one.path);
     return PrintPaths(paths, format);
   }

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <ctime>
 #include <thread>
 
 #include "FileNames.h"
@@ -35,14 +34,6 @@ std::string Quoted(const std::string& path) {
 std::size_t Collect(char* bytes, std::size_t size, std::size_t count, void* text) {
   static_cast<std::string*>(text)->append(bytes, size * count);
   return size * count;
-}
-
-std::string TimeText(const timespec& time) {
-  char text[32];
-  tm utc{};
-  gmtime_r(&time.tv_sec, &utc);
-  std::strftime(text, sizeof(text), "%Y%m%d %H:%M:%S GMT", &utc);
-  return text;
 }
 
 }  // namespace
@@ -111,9 +102,8 @@ Step RemoteSink::Take(Source& source, std::size_t length) {
   return {m_before + m_piece.size(), moved, m_end};
 }
 
-// No room is made for more than the file seems to have, and a byte to see its end.
 void RemoteSink::Load(Source& source, std::size_t length) {
-  if (m_info.size > m_before) length = std::min(length, m_info.size - m_before + 1);
+  length = std::min(length, RoomFor(m_info, m_before));
   m_piece.resize(length);
   m_piece.resize(source.Read(m_piece.data(), length));
   m_at = 0;
@@ -174,10 +164,8 @@ CURLcode RemoteSink::Command(const std::vector<std::string>& words, bool obeys) 
 bool RemoteSink::GiveName(const std::string& name) {
   const bool sftp = m_folder.IsSftp();
   const CURLcode result =
-      sftp ? Command({"*mtime \"" + TimeText(m_info.modified) + "\" " +
-                          Quoted(m_folder.PathOf(m_temporary)),
-                      "rename " + Quoted(m_folder.PathOf(m_temporary)) + " " +
-                          Quoted(m_folder.PathOf(name))},
+      sftp ? Command({"rename " + Quoted(m_folder.PathOf(m_temporary)) + " " +
+                      Quoted(m_folder.PathOf(name))},
                      true)
            : Command({"MOVE", "Destination: " + m_folder.Of(name), "Overwrite: F"}, true);
   if (result == CURLE_OK) return true;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <thread>
 
 namespace {
@@ -69,7 +68,7 @@ std::size_t RemoteSource::Read(unsigned char* bytes, std::size_t length) {
     Await();
   }
   length = std::min(length, m_buffer.size() - m_at);
-  std::memcpy(bytes, m_buffer.data() + m_at, length);
+  std::copy_n(m_buffer.begin() + static_cast<std::ptrdiff_t>(m_at), length, bytes);
   m_at += length;
   return length;
 }

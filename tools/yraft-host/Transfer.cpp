@@ -17,6 +17,7 @@ using std::chrono::milliseconds;
 
 constexpr std::size_t kBlockSize = 1UL << 20;
 constexpr auto kRefreshInterval = milliseconds(100);  // what is over sooner is not shown at all
+constexpr auto kLong = std::chrono::seconds(1);
 constexpr std::size_t kNone = SIZE_MAX;
 constexpr std::size_t kListed = 10;             // files in the box at the end
 constexpr std::uint64_t kBlocksPerSecond = 20;  // of a limited rate, so that the bar moves evenly
@@ -111,13 +112,11 @@ class Transfer {
 
 ExitStatus Transfer::Run() {
   Target& target = m_order.target;
-  m_order.permission.goOn = [this] {
-    HandleFor(milliseconds(0));
-    return !m_cancelled;
-  };
+  m_order.permission.goOn = [this] { return PieceDone({.done = m_offset}); };
   for (const TransferItem& item : m_order.items) m_total += item.bytes;
   for (std::size_t i = 0; i < m_order.items.size() && !m_cancelled; ++i) Copy(i, target);
   if (!m_cancelled) target.Settle();
+  m_order.permission.goOn = [] { return true; };
   m_shown = m_shown == kNone ? 0 : m_shown;
   Report(YRAFT_PROGRESS_CLOSE);
   return Sum();
@@ -125,13 +124,15 @@ ExitStatus Transfer::Run() {
 
 void Transfer::Copy(std::size_t index, Target& target) try {
   const TransferItem& item = m_order.items[index];
-  const auto source = m_order.open(item.place);
-  const FileInfo& info = source->Info();
   m_current = index;
   m_passed += m_offset;
   m_offset = 0;
+  m_size = item.bytes;
+  const auto source = m_order.open(item.place);
+  const FileInfo& info = source->Info();
   m_size = info.size;
   auto sink = target.Begin(item.name, info);
+  const auto begun = Clock::now();
   Step step;
   do {
     // A pause pressed while the file before was being finished holds as any other.
@@ -139,6 +140,7 @@ void Transfer::Copy(std::size_t index, Target& target) try {
     WaitWhilePaused(target);
     if (m_cancelled) return;
     step = sink->Take(*source, m_throttle.BlockSize());
+    if (Clock::now() - begun >= kLong) target.Settle();  // small ones do not wait for a large one
   } while (!step.end);
   if (!PieceDone(step)) return;
   source->ExpectUnchanged();

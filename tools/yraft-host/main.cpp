@@ -41,6 +41,7 @@ struct Given {
   std::string folder, title, text, more;
   TransferOptions options;
   Limits limits;
+  ChooserLook look;
   PathFormat format = PathFormat::kLines;
   ExitStatus status = kExitDone;
 };
@@ -134,11 +135,17 @@ void AddChoosers(CLI::App& app, Given& given) {
       "\"path_hex\"";
   CLI::App* files =
       Add(app, given, "pick-files", "choose files and print their paths, one a line",
-          [&given](const CLI::App&) { return PickFiles(given.limits, given.format); });
+          [&given](const CLI::App&) { return PickFiles(given.limits, given.look, given.format); });
   AddNumber(files, "--max-files", given.limits.files, UINT16_MAX, "at most N files, 1 to 65535",
             false);
   AddNumber(files, "--max-bytes", given.limits.bytes, UINT32_MAX,
             "at most N bytes together, 1 to 4294967295", true);
+  files->add_option("--title", given.look.title, "of the chooser")->type_name("TEXT");
+  files->add_option("--folder", given.look.folder, "in which it opens")->type_name("DIR");
+  files
+      ->add_option("--filter", given.look.filter, "show what is called so, such as \"*.png;*.jpg\"")
+      ->type_name("GLOB");
+  files->add_flag("--single", given.look.single, "one file can be chosen");
   AddFormats(files, given.format, kJson);
   files->footer(
       "A choice over a limit is refused with an error box.\n"
