@@ -1,5 +1,5 @@
 # What several kinds of tests use.
-add_library(log_support STATIC support/log_service.cpp support/program.cpp)
+add_library(log_support STATIC support/log_service.cpp)
 target_link_libraries(log_support PUBLIC yra_common util)
 target_include_directories(log_support PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 

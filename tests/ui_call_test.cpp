@@ -91,30 +91,21 @@ TEST_F(Call, HandsOverWhatTheUserChose) {
   pending = ChooseDirectory((3ULL << 32) + 1);
   ChooseIn(directory, folder);
   ExpectItems(pending, {{folder, (3ULL << 32) + 1}});
+  // Declined, by a key, the window's control and the button.
+  const std::function<void()> ways[] = {
+      [&] { user.Key("Escape"); },
+      [&] { user.Close(user.WaitWindow(files)); },
+      [&] { Click("gtk-cancel"); },
+  };
+  for (const auto& decline : ways) {
+    pending = ChooseFiles();
+    ASSERT_TRUE(Face(files));
+    decline();
+    ExpectItems(pending, {});
+  }
   EXPECT_TRUE(user.WaitNoWindow(files));
   EXPECT_TRUE(user.WaitNoWindow(directory));
   EXPECT_EQ(notes.Pending(), 0U);
-}
-
-TEST_F(Call, HandsOverAnEmptyBlockWhenTheUserDeclines) {
-  for (const std::string& title : {files, directory}) {
-    const std::function<void()> ways[] = {
-        [&] { user.Key("Escape"); },
-        [&] { user.Close(user.WaitWindow(title)); },
-        [&] { Click("gtk-cancel"); },
-    };
-    for (const auto& decline : ways) {
-      Pending pending = title == files ? ChooseFiles() : ChooseDirectory(1);
-      ASSERT_TRUE(Face(title));
-      decline();
-      ExpectItems(pending, {});
-    }
-  }
-  // No file to upload, no dialog.
-  Pending pending = Start([](unsigned int* status, YRAFT_TLV_BLOCKS** block) {
-    return YraGetChooseDirectory(0, nullptr, nullptr, status, block);
-  });
-  ExpectItems(pending, {});
 }
 
 TEST_F(Call, HoldsAChoiceAgainstItsLimits) {
@@ -167,38 +158,22 @@ TEST_F(Call, KeepsTheProgressWindowUntilItIsClosed) {
   info.fileOffset = 25;
   info.fileSize = 100;
   strcpy(info.name, "dir/name.txt");
-  for (const unsigned int hostAnswer : {0U, 5U}) {
-    notes.SetAnswer(hostAnswer);
-    std::future<int> type = Show(3, &info);
-    const auto note = notes.Next();
-    ASSERT_TRUE(note.has_value());
-    EXPECT_EQ(note->event, 7U);
-    EXPECT_EQ(note->subCode, 7U);
-    EXPECT_EQ(note->status, 0U);
-    EXPECT_EQ(note->value, 0U);
-    ASSERT_NE(note->pData, nullptr);
-    auto* object = static_cast<YraWinUI*>(note->pData);
-    ASSERT_NE(user.WaitWindow(TitleAt(25)), None);
-    EXPECT_EQ(LabelText(TitleAt(25)), Text("YRAFT_ENG_TRANSFER_DOWNLOAD") + "3 of 5\nname.txt");
-    Click(Text("YRAFT_ENG_BUTTON_PAUSE"));
-    ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 2);
-    InUI([] {});
-    EXPECT_TRUE(object->YraGetProgressBarPauseStatus());
-    Click(Text("YRAFT_ENG_BUTTON_RESUME"));
-    ExpectNote(9, 7, YRAFT_OPT_STATUS_RESUMED, 2);
-    Click(Text("YRAFT_ENG_BUTTON_PAUSE"));
-    ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 2);
-    // Cancelling is the host's business; the window stays.
-    Click(Text("YRAFT_ENG_BUTTON_CANCEL"));
-    ExpectNote(10, 7, YRAFT_OPT_STATUS_CANCELLED, 2);
-    InUI([] {});
-    EXPECT_FALSE(object->YraGetProgressBarPauseStatus());
-    EXPECT_FALSE(object->YraGetProgressBarCancelStatus());
-    user.Close(user.WaitWindow(TitleAt(25)));
-    EXPECT_EQ(Await(type), hostAnswer == 0 ? 3 : 0);
-    EXPECT_TRUE(user.WaitNoWindow("%"));
-  }
-  EXPECT_EQ(notes.Pending(), 0U);
+  std::future<int> type = Show(3, &info);
+  const auto note = notes.Next();
+  ASSERT_TRUE(note.has_value());
+  auto* object = static_cast<YraWinUI*>(note->pData);
+  ASSERT_NE(user.WaitWindow(TitleAt(25)), None);
+  EXPECT_EQ(LabelText(TitleAt(25)), Text("YRAFT_ENG_TRANSFER_DOWNLOAD") + "3 of 5\nname.txt");
+  Click(Text("YRAFT_ENG_BUTTON_PAUSE"));
+  ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 2);
+  // Cancelling is the host's business; the window stays.
+  Click(Text("YRAFT_ENG_BUTTON_CANCEL"));
+  ExpectNote(10, 7, YRAFT_OPT_STATUS_CANCELLED, 2);
+  InUI([] {});
+  EXPECT_FALSE(object->YraGetProgressBarPauseStatus());
+  user.Close(user.WaitWindow(TitleAt(25)));
+  EXPECT_EQ(Await(type), 3);
+  EXPECT_TRUE(user.WaitNoWindow("%"));
 }
 
 unsigned int DestroyAtOnce(unsigned int, unsigned int, unsigned int, unsigned int, void* data) {
@@ -236,19 +211,6 @@ TEST_F(Call, ShowsTheTextsOfARecordAsTheyAre) {
   EXPECT_EQ(Await(type), 0);
 }
 
-TEST_F(Call, ShowsABoxWithoutMore) {
-  YraWinUI object;
-  EXPECT_EQ(object.YraErrorMessageDiagCreate(0, nullptr, nullptr, "main", "more"), 70U);
-  EXPECT_EQ(object.YraErrorMessageDiagCreate(0, nullptr, "Oops", nullptr, "more"), 70U);
-  auto answer = std::async(std::launch::async, [&object] {
-    return object.YraErrorMessageDiagCreate(0, nullptr, "Oops", "main", nullptr);
-  });
-  ASSERT_TRUE(Face("Oops"));
-  EXPECT_EQ(LabelText("Oops", 0), "main");
-  user.Key("Escape");
-  EXPECT_EQ(Await(answer), 0U);
-}
-
 // ---- Beside the other mode ---------------------------------------------------------------------
 
 TEST_F(Call, FollowsAPersistentUIAndPrecedesOne) {
@@ -263,25 +225,6 @@ TEST_F(Call, FollowsAPersistentUIAndPrecedesOne) {
     ChooseIn(files, "first.txt");
     ExpectItems(pending, {{first, 1024}});
   }
-}
-
-TEST_F(Call, IsRefusedByAnObjectThatHoldsTheDialogAlready) {
-  YRAFT_THRESHOLD_INFO limits = {};
-  YRAFT_FILEINFO_ITEM item = {};
-  YRAFT_PROGRESS_BAR_INFO progress = {};
-  Host host;
-  YraWinUI* object = host.Return();
-  EXPECT_EQ(object->YraErrorMessageDiagCreate(0, nullptr, "Oops", "main", nullptr), 1U);
-  EXPECT_EQ(object->YraChooseFilesDiagCreate(0, nullptr, &limits), 27U);
-  EXPECT_EQ(object->YraChooseDirectoryDiagCreate(0, nullptr, &item), 27U);
-  EXPECT_EQ(object->YraProgressBarDiagCreate(0, nullptr, &progress), 27U);
-  EXPECT_EQ(object->YraErrorMessageDiagCreate(), 1U);
-  EXPECT_EQ(object->YraChooseFilesDiagCreate(), 27U);
-  EXPECT_EQ(object->YraChooseDirectoryDiagCreate(), 27U);
-  EXPECT_EQ(object->YraProgressBarDiagCreate(), 27U);
-  EXPECT_EQ(object->YraMainWinCreate(), 1U);
-  YraMainWinUIDestory(object);
-  EXPECT_TRUE(user.Windows().empty());
 }
 
 }  // namespace
