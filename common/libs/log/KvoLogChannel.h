@@ -2,7 +2,8 @@
 //
 // Any number of threads write at the same time, and nothing counts them. A failed write gives the
 // connection up for good: it is shut down at once and closed by CloseChannel only, which no line
-// overlaps, so that no record can go into a file that got the descriptor's number. Syslog is told once.
+// overlaps, so that no record can go into a file that got the descriptor's number. Syslog is told
+// once.
 #pragma once
 
 #include <cstddef>
@@ -11,8 +12,8 @@
 
 namespace kvolog {
 
-// Connects and registers this process; the identity has to stay. Answers whether the connection stands. Takes at most a
-// second; leaves the process's SIGPIPE disposition as it was.
+// Connects and registers this process; the identity has to stay. Answers whether the connection
+// stands. Takes at most a second; leaves the process's SIGPIPE disposition as it was.
 bool OpenChannel(unsigned int session, const char* identity);
 void CloseChannel();
 
