@@ -43,7 +43,8 @@ constexpr char kShown[] = "yraft-shown";
 constexpr char kDropped[] = "yraft-dropped";
 
 // A key that follows the one before within half a second belongs to what the user was typing as the
-// window came up. Who types on for two seconds means the window.
+// window came up. Who types on for two seconds means the window; so does a key without a time,
+// which another program has sent to it.
 gboolean DropTypedAhead(GtkWidget* pWindow, GdkEventKey* pEvent, void*) {
   constexpr gint32 kPause = 500;
   constexpr gint32 kLongest = 2000;
@@ -51,7 +52,9 @@ gboolean DropTypedAhead(GtkWidget* pWindow, GdkEventKey* pEvent, void*) {
     const void* pTime = g_object_get_data(G_OBJECT(pWindow), pMoment);
     return static_cast<gint32>(pEvent->time - GPOINTER_TO_UINT(pTime));
   };
-  if (since(kDropped) >= kPause || since(kShown) >= kLongest) return FALSE;
+  if (pEvent->time == GDK_CURRENT_TIME || since(kDropped) >= kPause || since(kShown) >= kLongest) {
+    return FALSE;
+  }
   g_object_set_data(G_OBJECT(pWindow), kDropped, GUINT_TO_POINTER(pEvent->time));
   return TRUE;
 }
