@@ -134,7 +134,7 @@ ends() { # STATUS OUTPUT [KEYS…]: the host ends so when a user presses these
 status=0
 said=$(DISPLAY='' ./host 2>&1) || status=$?
 [ "$status: $said" = "2: no display" ] || fail "without a display the host ended with $status: $said"
-ends 0 "$HOME/report 1.txt" key ctrl+l key ctrl+a type "$HOME/report 1.txt"$'\n'
+ends 0 "$HOME/report 1.txt" key ctrl+l key ctrl+a type --args 1 "$HOME/report 1.txt" key Return
 ends 1 '' key Escape
 
 # The installed log service takes down the line of an installed host.

@@ -108,7 +108,7 @@ TEST_F(Order, EndsAtOnceWhateverIsOpenAndWhateverEndsIt) {
 
 // A call that stands on top of the UI, in its thread or in another, ends before it and as declined.
 TEST_F(Order, EndsTheCallsThatStandOnTopOfIt) {
-  const auto call = [] {
+  static const auto call = [] {
     YRAFT_THRESHOLD_INFO limits = {};
     unsigned int status = 77;
     YRAFT_TLV_BLOCKS* block = nullptr;
@@ -117,17 +117,15 @@ TEST_F(Order, EndsTheCallsThatStandOnTopOfIt) {
     free(block);
     return declined;
   };
-  static std::promise<bool>* g_answer;
-  static std::function<bool()> g_call;
-  g_call = call;
+  static std::atomic<std::promise<bool>*> told;  // a hand-over that race detectors can see
   for (const bool inUI : {true, false}) {
     Host host;
     std::promise<bool> promise;
     std::future<bool> answer;
     if (inUI) {
-      g_answer = &promise;
       answer = promise.get_future();
-      g_idle_add([](void*) { return g_answer->set_value(g_call()), FALSE; }, nullptr);
+      told = &promise;
+      g_idle_add([](void*) { return told.load()->set_value(call()), FALSE; }, nullptr);
     } else {
       answer = std::async(std::launch::async, call);
     }

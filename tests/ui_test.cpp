@@ -244,7 +244,7 @@ TEST_F(UI, StaysWhereTheUserPutItBetweenTheFilesOfABatch) {
     host.Progress(YRAFT_PROGRESS_REFRESH, "", 2, 2, i, 3);
     host.Progress(YRAFT_PROGRESS_CREATE, "a", i, 4, i, 3);
     ASSERT_EQ(user.WaitWindow(TitleAt(25 * i)), window);
-    WaitDrawn();
+    InUI([] {});
     const User::Box box = user.Geometry(window);
     EXPECT_EQ(std::tie(box.x, box.y, box.width), std::tie(moved.x, moved.y, moved.width));
   }
