@@ -341,7 +341,7 @@ TEST_F(UI, ShowsEveryErrorInTheOrderOfArrival) {
       user.Key(i % 3 == 0 ? "Escape" : "Return");
     }
   }
-  ASSERT_NE(user.WaitWindow(title(kErrors - 2)), None);
+  ASSERT_TRUE(WaitLabel(title(kErrors - 2), "a & b"));
   EXPECT_TRUE(host.End());  // the rest is released
   EXPECT_TRUE(user.WaitNoWindow("Oops"));
   EXPECT_EQ(notes.Pending(), 0U);

@@ -35,6 +35,7 @@ def test_every_line_of_every_process_arrives_once_and_in_its_order(serve, start)
 
 def test_a_stream_is_read_the_same_in_whatever_pieces(serve):
     serve()
+    wait_until(LOG.exists)
     longest = 8191 * "x"
     stream = (hello("i" * 31, 65535) + line("one") + line("") + line(longest) + line("a\0b") +
               line("t", FATAL, 200, 253370764799, 999999, 65535) + line("cut")[:20])

@@ -112,6 +112,33 @@ std::optional<TimedLine> LineBehind(int fd, off_t from) {
   return std::nullopt;
 }
 
+// Where the last line starts that is older than `time`; 0 where there is none.
+off_t LastBefore(int fd, std::int64_t time) {
+  off_t offset = 0;
+  for (off_t end = SizeOf(fd); offset < end;) {
+    const off_t middle = offset + (end - offset) / 2;
+    const auto line = LineBehind(fd, middle);
+    if (line && line->time < time && line->offset < end) {
+      offset = line->offset;
+      if (line->offset <= middle) break;
+    } else {
+      end = middle;
+    }
+  }
+  return offset;
+}
+
+// Where the first line starts that is not older than `time`; the file's end where there is none.
+off_t FirstSince(int fd, std::int64_t time) {
+  off_t from = LastBefore(fd, time);
+  auto line = LineBehind(fd, from);
+  while (line && line->time < time) {
+    from = std::max(line->offset, off_t{1});
+    line = LineBehind(fd, from);
+  }
+  return line ? line->offset : SizeOf(fd);
+}
+
 }  // namespace
 
 bool LogReader::Open() {
@@ -157,17 +184,7 @@ void LogReader::StartAtTime(std::int64_t time) {
   while (!startsBefore(m_parts.front()) && AddOlder()) {
   }
   Part& part = m_parts.front();
-  off_t end = SizeOf(part.fd.get());
-  while (part.offset < end) {
-    const off_t middle = part.offset + (end - part.offset) / 2;
-    const auto line = LineBehind(part.fd.get(), middle);
-    if (line && line->time < time && line->offset < end) {
-      part.offset = line->offset;
-      if (line->offset <= middle) break;
-    } else {
-      end = middle;
-    }
-  }
+  part.offset = LastBefore(part.fd.get(), time);
 }
 
 void LogReader::StartAtBeginning() {
@@ -200,10 +217,10 @@ void LogReader::Read(const Sink& sink) {
   }
 }
 
-void LogReader::GoOnIn(const std::string& path) {
+void LogReader::GoOnIn(const std::string& path, std::int64_t since) {
   const UniqueFd fd = OpenToRead(path);
   m_nextPath = path == m_path ? std::string() : path;
-  m_nextOffset = fd ? SizeOf(fd.get()) : 0;
+  m_nextOffset = fd ? FirstSince(fd.get(), since) : 0;
 }
 
 // Hands over the lines of one block. Answers false at the end of the file.

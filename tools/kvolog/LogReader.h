@@ -42,8 +42,9 @@ class LogReader {
   // Hands over all lines from there to the end of the log as it is now.
   void Read(const Sink& sink);
 
-  // The log goes on in another file as soon as something is written there.
-  void GoOnIn(const std::string& path);
+  // The log goes on in another file as soon as something is written there, with what is as young as
+  // `since`, in microseconds since 1970.
+  void GoOnIn(const std::string& path, std::int64_t since);
   const std::string& path() const { return m_path; }
 
  private:

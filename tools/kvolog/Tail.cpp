@@ -217,16 +217,24 @@ class FolderWatch {
   UniqueFd m_fd;
 };
 
+std::int64_t WallTime() {
+  return std::chrono::duration_cast<std::chrono::microseconds>(
+             std::chrono::system_clock::now().time_since_epoch())
+      .count();
+}
+
 [[noreturn]] void Follow(LogReader* log, const LogReader::Sink& sink, bool configured) {
   FolderWatch folder;
   ConfigurationWatch configuration;
   std::string path = log->path();
+  std::int64_t looked = WallTime();  // when the log was still in `path`
   for (Clock::time_point next{};;) {
     if (const auto now = Clock::now(); configured && now >= next) {
       next = now + kPause;
+      const std::int64_t since = std::exchange(looked, WallTime());
       if (const std::string& target = configuration.Now().path; target != path) {
         path = target;
-        log->GoOnIn(path);
+        log->GoOnIn(path, since);
       }
     }
     log->Read(sink);
