@@ -212,7 +212,7 @@ Transcript* g_text = nullptr;
 // A file record of more than 32 bytes, which fits every container. Who owns it differs, and what
 // nobody does stays in reach.
 YRAFT_FILEINFO_ITEM* NewRecord() {
-  static std::vector<void*> all;
+  static auto& all = *new std::vector<void*>;  // also when the process ends
   YRAFT_FILEINFO_ITEM* item = nullptr;
   g_text->Quietly([&] { item = Yraft_FileInfoItemAllocate("a name", 6, 9, 100); });
   item->fileTransferOperation = YRAFT_OPERATION_UPLOAD;

@@ -89,7 +89,7 @@ def test_a_line_stays_one_line_and_says_its_time(serve):
                "Größe \u4e2d \u009b31m": r"Größe 中 \xc2\x9b31m"}
     sender = Sender("brelka-Web Co\nntent")
     for text in written:
-        sender.line(text, seconds=1700000000)
+        sender.line(text, seconds=1700000000, micro=42)
     sender.line("end")
     await_text(" end\n")
     for entry, text in zip(entries(), written.values()):

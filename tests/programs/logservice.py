@@ -34,8 +34,10 @@ def hello(identity="brelka", session=17):
     return record(len(body), 2, body)
 
 
-def line(text, level=WARNING, cls=YRAFT_RW, seconds=None, micro=42, thread=4711, end=b"\0"):
-    seconds = int(time.time()) if seconds is None else seconds
+def line(text, level=WARNING, cls=YRAFT_RW, seconds=None, micro=None, thread=4711, end=b"\0"):
+    now = time.time()
+    seconds = int(now) if seconds is None else seconds
+    micro = int(now % 1 * 1000000) if micro is None else micro
     text = text if isinstance(text, bytes) else text.encode()
     body = struct.pack("<HHHqI", level, cls, thread, seconds, micro) + text + end
     return record(len(body), 1, body)
