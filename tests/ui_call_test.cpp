@@ -211,6 +211,17 @@ TEST_F(Call, ShowsTheTextsOfARecordAsTheyAre) {
   EXPECT_EQ(Await(type), 0);
 }
 
+TEST_F(Call, WaitsForTheLockBeforeItDestroysAWindow) {
+  if (getenv("YRA_GDK_THREADS") == nullptr) return;
+  auto object = std::make_unique<YraWinUI>();
+  gdk_threads_enter();
+  ASSERT_EQ(object->YraErrorMessageDiagCreate(), 0U);
+  auto gone = std::async(std::launch::async, [&object] { object.reset(); });
+  EXPECT_EQ(gone.wait_for(std::chrono::milliseconds(200)), std::future_status::timeout);
+  gdk_threads_leave();
+  gone.get();
+}
+
 // ---- Beside the other mode ---------------------------------------------------------------------
 
 TEST_F(Call, FollowsAPersistentUIAndPrecedesOne) {

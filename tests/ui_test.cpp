@@ -237,7 +237,7 @@ TEST_F(UI, StaysWhereTheUserPutItBetweenTheFilesOfABatch) {
   host.Progress(YRAFT_PROGRESS_CREATE, std::string(60, 'W'), 1, 2, 0, 3);
   const Window window = user.WaitWindow(TitleAt(50));
   ASSERT_TRUE(user.WaitCentred(window));
-  user.Disturb(window, false, 90);
+  user.Move(window, 90, 90);
   ASSERT_TRUE(WaitUntil([&] { return user.Geometry(window).x < 120; }));
   const User::Box moved = user.Geometry(window);
   for (uint16_t i = 1; i < 3; ++i) {

@@ -169,15 +169,17 @@ YraWinUI::~YraWinUI() {
   YraListDelAll();
   {
     // An object without windows goes without the lock: its caller may hold it.
-    const bool shown = m_pWin != nullptr || m_pChildWin != nullptr;
+    const bool windows = m_pWin != nullptr || m_pChildWin != nullptr ||
+                         m_pChooseFilesDiag != nullptr || m_pChooseDirectoryTree != nullptr ||
+                         m_pErrorMessage != nullptr;
     std::optional<GdkLock> lock;
-    if (shown) lock.emplace();
+    if (windows) lock.emplace();
     YraChooseFilesDiagDestory();
     YraChooseDirectoryDiagDestory();
     YraErrorMessageDiagDestory();
     YraProgressBarDiagDestory();
     YraMainWinDestory();
-    if (shown) gdk_flush();
+    if (windows) gdk_flush();
   }
   while (g_source_remove_by_user_data(this)) {
   }

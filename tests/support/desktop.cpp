@@ -152,7 +152,6 @@ Window User::Face(const std::string& titlePart) {
     Window now = None;
     return xdo_get_active_window(m_xdo, &now) == 0 && now == window;
   });
-  std::this_thread::sleep_for(std::chrono::milliseconds(600));
   return active ? window : None;
 }
 
@@ -193,13 +192,8 @@ void User::Minimize(Window window) {
   XSync(m_xdo->xdpy, False);
 }
 
-void User::Disturb(Window window, bool iconify, int by) {
-  if (iconify) {
-    Minimize(window);
-    xdo_map_window(m_xdo, window);
-  } else {
-    xdo_move_window(m_xdo, window, by, by);
-  }
+void User::Move(Window window, int x, int y) {
+  xdo_move_window(m_xdo, window, x, y);
   XSync(m_xdo->xdpy, False);
 }
 

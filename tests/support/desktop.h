@@ -3,7 +3,6 @@
 
 #include <X11/Xlib.h>
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -37,7 +36,7 @@ class User {
   bool WaitWindows(std::size_t count);
   // The whole window is on the screen, and in its middle.
   bool WaitCentred(Window window);
-  // Brings the window to the front, and waits for its focus and until it hears the keys.
+  // Brings the window to the front and waits for its focus.
   Window Face(const std::string& titlePart);
 
   void Type(const std::string& text);
@@ -46,8 +45,7 @@ class User {
   void Close(Window window);     // as by a click on the window's close control
   void Activate(Window window);  // as by a click in a task bar
   void Minimize(Window window);
-  // Moves a window, or iconifies it and asks for it again.
-  void Disturb(Window window, bool iconify, int by);
+  void Move(Window window, int x, int y);
   std::string Title(Window window);
   std::vector<Window> Windows();
   struct Box {
