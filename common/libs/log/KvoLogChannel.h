@@ -19,7 +19,7 @@ void CloseChannel();
 
 bool ChannelOpen();
 
-// Writes a record of `size` bytes whole, or gives the connection up, at the latest after a second.
+// Writes a record of `size` bytes whole, or gives the connection up when nothing passed for a second.
 // No point of cancellation.
 void WriteRecord(const KvoLogRecord& record, std::size_t size);
 
