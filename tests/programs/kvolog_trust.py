@@ -14,6 +14,9 @@ from conftest import LIBC, as_user
 from logservice import *
 
 
+SOCKET_ROOM = int(open("/proc/sys/net/core/wmem_max").read())  # older kernels give less
+
+
 class Manager:
     """What systemd does for the service: it listens, keeps descriptors, and starts the service again."""
 
@@ -71,16 +74,16 @@ def by_writer(prefix="Function: "):
 @pytest.mark.parametrize("end", [signal.SIGKILL, signal.SIGTERM])
 def test_ten_restarts_under_load_lose_and_repeat_nothing(manager, start, end):
     manager.run()
-    writers = [start(TRACE_WRITER, f"w{n}", 30000, 10000) for n in range(8)]
-    for _ in range(10):
-        time.sleep(0.2)
-        assert any(writer.running() for writer in writers)
+    writers = [start(TRACE_WRITER, f"w{n}", 10000, 8000) for n in range(8)]
+    for n in range(10):
+        if n % 3:  # else it dies before it has read all that its predecessor had
+            await_text(f" {n * 600}\n")
         manager.service.signal(end)
         manager.service.wait()
         manager.run()
     assert [writer.wait() for writer in writers] == 8 * [0]
     assert manager.service.stop() == 0
-    assert by_writer() == {f"w{n}": list(range(30000)) for n in range(8)}
+    assert by_writer() == {f"w{n}": list(range(10000)) for n in range(8)}
     wait_until(lambda: not manager.store)
 
 
@@ -99,15 +102,19 @@ def stalled(service):
     trace(17, writer)  # PTRACE_DETACH
 
 
-def test_a_stalled_disk_costs_no_line(serve, start):
+def test_a_service_or_a_disk_that_stands_still_costs_no_line(serve, start):
     service = serve()
-    writers = [start(TRACE_WRITER, f"w{n}", 14000, 2000) for n in range(4)]
+    writers = [start(TRACE_WRITER, f"w{n}", 9000, 3000) for n in range(4)]
     await_text("w3 10\n")
     with stalled(service):
-        time.sleep(5)
+        time.sleep(1.5)  # longer than a client waits
+    if SOCKET_ROOM >= 4 << 20:
+        service.signal(signal.SIGSTOP)
+        time.sleep(1.5)
+        service.signal(signal.SIGCONT)
     assert [writer.wait() for writer in writers] == 4 * [0]
     assert service.stop() == 0
-    assert by_writer() == {f"w{n}": list(range(14000)) for n in range(4)}
+    assert by_writer() == {f"w{n}": list(range(9000)) for n in range(4)}
 
 
 def test_what_a_stall_does_cost_is_told(serve):
