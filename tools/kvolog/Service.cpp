@@ -258,7 +258,10 @@ Service::Client* Service::NewClient(UniqueFd fd) {
 void Service::Admit(UniqueFd fd) {
   Client* client = NewClient(std::move(fd));
   if (client == nullptr) return Note("a client was turned away: " + Error());
-  if (m_keeps) SetPeeked(client->fd.get(), 0);
+  if (m_keeps) {
+    SetPeeked(client->fd.get(), 0);
+    Store(*client);
+  }
   User& user = m_users[client->peer.uid];
   if (client->peer.uid == 0 || user.connections <= m_options.connections) return;
   user.turnedAway = true;
@@ -270,19 +273,25 @@ void Service::Adopt(Inheritance::Connection connection) {
   if (client == nullptr) return;
   const int fd = client->fd.get();
   client->again = Waiting(fd);
-  client->stored = true;
   SetPeeked(fd, -1);
   if (Registered(fd)) Restore(connection.name, &client->reader);
+  client->name = connection.name;
   SetPeeked(fd, 0);
 }
 
 // The service manager keeps the connection when we are gone, until it is told otherwise: that the
 // client has gone does not mean that its last lines are in the file.
 void Service::Store(Client& client) {
-  client.stored = true;
   const int fd = client.fd.get();
-  const std::string state = "FDSTORE=1\nFDPOLL=0\nFDNAME=" + StoreName(fd, client.reader);
+  Unstore(client);
+  client.name = StoreName(fd, client.reader);
+  const std::string state = "FDSTORE=1\nFDPOLL=0\nFDNAME=" + client.name;
   sd_pid_notify_with_fds(0, 0, state.c_str(), &fd, 1);
+}
+
+void Service::Unstore(const Client& client) {
+  if (client.name.empty()) return;
+  sd_notify(0, ("FDSTOREREMOVE=1\nFDNAME=" + client.name).c_str());
 }
 
 // Nothing more is read from the client, and it hears of it. Its next turn is its last.
@@ -295,9 +304,7 @@ void Service::End(Client& client) {
 void Service::Forget(int fd) {
   const auto client = m_clients.find(fd);
   if (client == m_clients.end()) return;
-  if (client->second.stored) {
-    sd_notify(0, ("FDSTOREREMOVE=1\nFDNAME=" + StoreName(fd, client->second.reader)).c_str());
-  }
+  Unstore(client->second);
   const auto user = m_users.find(client->second.peer.uid);
   --user->second.connections;
   m_clients.erase(client);
@@ -351,8 +358,10 @@ void Service::TakeIn(Client& client, std::string_view bytes) {
     return AnswerStatus(client);
   }
   reader.Feed(bytes);
+  const bool registered = reader.Registered();
   for (LogRecord record{}; reader.Next(&record);) AddLine(client, record);
   client.bytes += bytes.size();
+  if (m_keeps && !registered && reader.Registered()) Store(client);
   if (m_keeps) Keep(client, bytes.size());
   if (reader.error().empty()) return;
   Note(client, "sent " + reader.error() + " and was dropped");
@@ -364,7 +373,6 @@ void Service::Keep(Client& client, std::size_t bytes) {
   client.again -= std::min(client.again, bytes);
   client.read += bytes;
   client.whole = client.read - std::min(client.read, client.reader.Partial());
-  if (client.reader.Registered() && !client.stored) Store(client);
   if (client.whole > 0 && !std::exchange(client.pinned, true)) m_pinned.push_back(client.fd.get());
 }
 
@@ -552,6 +560,7 @@ Json Service::Status() const {
   getrlimit(RLIMIT_NOFILE, &descriptors);
   return {{"pid", getpid()},
           {"output", m_target.path},
+          {"rolls", m_target.rolls},
           {"waiting", std::ranges::count(m_lines, '\n')},
           {"stalled", m_stalled},
           {"lost", m_lost + m_dropped},

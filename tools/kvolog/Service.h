@@ -70,9 +70,9 @@ class Service {
     Clock::time_point since{};
     RecordReader reader{};
     bool ready = false;      // has a turn to come
-    bool stored = false;     // the service manager has it, too
     bool ended = false;      // nothing more will be read
     std::string answer{};    // to its question, as far as it is not sent
+    std::string name{};      // by which the service manager has it, too
     bool pinned = false;     // some of what was read is still in its socket, namely
     std::size_t read = 0;    // so many bytes,
     std::size_t whole = 0;   // of these, so many in whole records,
@@ -97,7 +97,8 @@ class Service {
   void Forward(const Client& client, const LogRecord& record, std::string_view className);
   bool MayAdd(const ucred& peer, std::size_t bytes);
   void Keep(Client& client, std::size_t bytes);
-  void Store(Client& client);
+  static void Store(Client& client);
+  static void Unstore(const Client& client);
   void Settle();
   void Consume(Client& client, std::size_t size);
   void Discard(int fd, std::size_t size);
