@@ -2,6 +2,7 @@
 // namespace.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
