@@ -21,7 +21,7 @@ endforeach()
 include(support/allocation.cmake)
 yra_test(ui_memory_test SCREEN TIMEOUT 120 SOURCES ui_memory_test.cpp LIBRARIES ui_support allocation)
 
-yra_test(ui_languages_test SCREEN TIMEOUT 120 SOURCES ui_languages_test.cpp LIBRARIES ui_support)
+yra_test(ui_languages_test SCREEN TIMEOUT 300 SOURCES ui_languages_test.cpp LIBRARIES ui_support)
 
 # Ten thousand requests, which take half a minute: `ctest --preset release -C Long`.
 add_test(NAME ui_requests_test CONFIGURATIONS Long

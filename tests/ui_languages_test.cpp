@@ -3,15 +3,17 @@
 // With YRA_PICTURES naming a folder, a picture of each is left there.
 #include <gtk/gtk.h>
 
+#include <filesystem>
+
 #include "ui_fixture.h"
 
 namespace {
 
-class Language : public UI, public testing::WithParamInterface<const char*> {
+class Language : public UI, public testing::WithParamInterface<std::string> {
  protected:
   void SetUp() override {
     KvoLocaliseShutdown();
-    setenv("LANG", (std::string(GetParam()) + ".UTF-8").c_str(), 1);
+    setenv("LANG", (GetParam() + ".UTF-8").c_str(), 1);
     ASSERT_EQ(KvoLocaliseInit(), 1);
     ASSERT_EQ(std::string(getenv("LANG")).rfind(GetParam(), 0), 0U)
         << "no catalog of this language";
@@ -82,8 +84,15 @@ TEST_P(Language, FitsIntoEveryDialog) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(All, Language,
-                         testing::Values("en_US", "de_DE", "fr_FR", "es_ES", "ja_JP", "zh_CN"),
-                         [](const auto& test) { return std::string(test.param); });
+std::vector<std::string> Languages() {
+  std::vector<std::string> languages;
+  for (const auto& entry : std::filesystem::directory_iterator("/opt/Brelka/AVK/qmz")) {
+    languages.push_back(entry.path().filename());
+  }
+  return languages;
+}
+
+INSTANTIATE_TEST_SUITE_P(All, Language, testing::ValuesIn(Languages()),
+                         [](const auto& test) { return test.param; });
 
 }  // namespace

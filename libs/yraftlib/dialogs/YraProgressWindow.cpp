@@ -83,15 +83,17 @@ void YraFitToTexts(GtkWidget* pWindow) {
 
 namespace {
 
-// The label is two lines high, whatever line ends a file's name holds, and as high as the font of
-// the name's script: a label that may be shortened asks for the height of its own font alone.
+// The label is two lines high, whatever line ends a file's name holds, and as high as the fonts of
+// the texts' scripts, one of which the ellipsis is of: a label that may be shortened asks for the
+// height of its own font alone.
 void AskForTwoLines(GtkWidget* pLabel, GtkRequisition* pSize, void*) {
   PangoLayoutIter* pLine = pango_layout_get_iter(gtk_label_get_layout(GTK_LABEL(pLabel)));
-  PangoRectangle last;
-  pango_layout_iter_get_line_extents(pLine, nullptr, &last);
+  PangoRectangle first;
+  pango_layout_iter_get_line_extents(pLine, nullptr, &first);
+  PangoRectangle last = first;
   if (pango_layout_iter_next_line(pLine)) pango_layout_iter_get_line_extents(pLine, nullptr, &last);
   pango_layout_iter_free(pLine);
-  pSize->height = PANGO_PIXELS_CEIL(last.y + last.height);
+  pSize->height = PANGO_PIXELS_CEIL(last.y + std::max(first.height, last.height));
 }
 
 }  // namespace
