@@ -84,6 +84,8 @@ class Filling {
     const std::unique_ptr<char, decltype(&g_free)> pOwned(pPlain, g_free);
     if (m_markup) m_first = pPlain;
     gtk_window_set_title(GTK_WINDOW(pDialog), texts.title.c_str());
+    // Who listens is alerted by the title; GTK would say "Error" of every box.
+    atk_object_set_name(gtk_widget_get_accessible(pDialog), texts.title.c_str());
     // By these GTK decides whether it sets the first text in bold.
     if (texts.markup) gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), "");
     if (texts.hasSecond) g_object_set(pDialog, "secondary-text", "", nullptr);

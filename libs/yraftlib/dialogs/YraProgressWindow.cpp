@@ -129,12 +129,15 @@ YraProgressWidgets YraFillProgressWindow(GtkWidget* pWindow, GtkWidget* pLabel, 
   GtkWidget* pColumn = gtk_vbox_new(FALSE, 5);
   GtkWidget* pButtons = gtk_hbox_new(FALSE, 10);
   GtkWidget* pBar = BuildBar(fraction);
+  // Who listens hears of the bar which file it is about.
+  atk_object_set_name(gtk_widget_get_accessible(pBar), "File transfer");
+  gtk_label_set_mnemonic_widget(GTK_LABEL(pLabel), pBar);
   gtk_container_add(GTK_CONTAINER(pWindow), pColumn);
   Pack(pColumn, Aligned(pLabel, 0.0F));
   Pack(pColumn, pBar);
   Pack(pColumn, Aligned(pButtons, 1.0F));
   const auto addButton = [pButtons](int number) {
-    GtkWidget* pButton = gtk_button_new_with_label(YraText(number).c_str());
+    GtkWidget* pButton = gtk_button_new_with_mnemonic(YraText(number).c_str());
     Pack(pButtons, pButton);
     return pButton;
   };
