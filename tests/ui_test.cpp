@@ -31,7 +31,7 @@ TEST_F(UI, HandsOverAChosenFileAndServesTheNextChoiceFromTheHomeFolderAgain) {
   user.Key("l", true);
   user.Type("deep/er/sec");
   EXPECT_TRUE(user.WaitCentred(user.WaitWindow(chooser)));
-  user.Key("Escape");
+  user.Close(user.WaitWindow(chooser));
   ExpectDeclined();
   // What was typed and not chosen is gone.
   host.RequestFiles();

@@ -236,8 +236,10 @@ Spot ButtonSpot(const std::string& label) {
   // Until it stands still: a window manager moves a window that comes up.
   const bool found = WaitInUI([&] {
     const auto buttons = FindAll("", [&](GtkWidget* widget) {
-      return GTK_IS_BUTTON(widget) && gtk_widget_get_mapped(widget) &&
-             g_strcmp0(gtk_button_get_label(GTK_BUTTON(widget)), label.c_str()) == 0;
+      if (!GTK_IS_BUTTON(widget) || !gtk_widget_get_mapped(widget)) return false;
+      const char* text = gtk_button_get_label(GTK_BUTTON(widget));
+      return g_strcmp0(text, label.c_str()) == 0 ||
+             (label == "gtk-close" && g_strcmp0(text, "_Close") == 0);
     });
     if (buttons.empty()) return false;
     GtkAllocation area;
