@@ -264,8 +264,10 @@ GtkWidget* MainWindow() {
 
 GtkWidget* FindButton(const std::string& titlePart, const std::string& label) {
   const auto buttons = FindAll(titlePart, [&](GtkWidget* widget) {
-    return GTK_IS_BUTTON(widget) && gtk_widget_get_mapped(widget) &&
-           g_strcmp0(gtk_button_get_label(GTK_BUTTON(widget)), label.c_str()) == 0;
+    if (!GTK_IS_BUTTON(widget) || !gtk_widget_get_mapped(widget)) return false;
+    const char* text = gtk_button_get_label(GTK_BUTTON(widget));
+    return g_strcmp0(text, label.c_str()) == 0 ||
+           (label == "gtk-close" && g_strcmp0(text, "_Close") == 0);  // GTK 3's own
   });
   return buttons.empty() ? nullptr : buttons.back();
 }
