@@ -154,7 +154,7 @@ void Service::Gather() {
 void Service::Wait() {
   std::array<epoll_event, 256> events{};
   const bool turns = !m_ready.empty() && (m_lines.size() < kBatch || m_stalled);
-  const auto patience = !m_lines.empty()   ? kDelay
+  const auto patience = !m_lines.empty()   ? (m_keeps && m_idle ? kDelay.zero() : kDelay)
                         : m_pinned.empty() ? m_configuration.Patience()
                                            : kWriterPatience;
   const int n = epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()),
@@ -440,13 +440,13 @@ bool Service::MayAdd(const ucred& peer, std::size_t bytes) {
 
 // Takes out of the sockets what is written, and hands the next lines to the writer.
 void Service::Settle() {
-  const bool idle = m_writer.Idle();
+  const bool idle = m_idle = m_writer.Idle();
   m_stalled = !idle && Clock::now() - m_handed > kWriterPatience;
   if (!idle && !m_stalled) return;
   std::erase_if(m_pinned, [&](int fd) {
     Client& client = m_clients.at(fd);
     Consume(client, m_stalled ? client.whole : client.handed);
-    client.handed = idle ? client.whole : 0;
+    client.handed = 0;
     const bool settled = !client.pinned;
     if (settled && client.ended) Forget(fd);
     return settled;
@@ -456,11 +456,16 @@ void Service::Settle() {
     Note(std::to_string(m_dropped) + " lines are missing here: the file could not be written");
     m_lost += std::exchange(m_dropped, 0);
   }
-  // Under load few large writes; what is kept in the sockets makes room there as soon as it can.
+  // Under load few large writes; but where lines are kept in the sockets, nothing more may come
+  // until there is room.
   const auto now = Clock::now();
-  if (m_lines.empty() || (!m_keeps && m_lines.size() < kWrite && now - m_handed < kDelay)) return;
+  const bool more = (m_any || !m_keeps) && m_lines.size() < kWrite && now - m_handed < kDelay;
+  if (!m_lines.empty() && more) return;
+  for (const int fd : m_pinned) m_clients.at(fd).handed = m_clients.at(fd).whole;
+  if (m_lines.empty()) return;
   m_writer.Write(&m_lines);
   m_handed = now;
+  m_idle = false;
 }
 
 void Service::Consume(Client& client, std::size_t size) {
