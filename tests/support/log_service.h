@@ -2,6 +2,7 @@
 // namespace.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
