@@ -144,16 +144,24 @@ def test_no_user_keeps_a_service_from_starting(serve, run, start):
 
 @needs_other_users
 @pytest.mark.parametrize("identity", [None, "brelka-crowd"])
-def test_a_crowd_of_one_user_leaves_room_for_others(serve, identity):
-    serve("--user-connections", 40, setup=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 1024)))
+def test_a_crowd_of_one_user_leaves_room_for_others(kvolog, serve, identity):
+    serve("--user-connections", 40)
     crowd = []
-    with as_nobody():
-        for _ in range(300):
-            with contextlib.suppress(ConnectionError):
-                crowd.append(Sender(identity))
+    with as_nobody(), contextlib.suppress(ConnectionError):
+        crowd += [Sender(identity) for _ in range(300)]
     Sender("brelka-other").line("still heard")
     await_text("still heard")
     await_text("user 65534 has 40 connections; more were turned away")
+    assert "only root and processes of group 0" in kvolog("status", setup=as_user(NOBODY)).err
+
+
+def test_who_finds_no_descriptor_left_waits(serve):
+    serve(setup=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (40, 40)))
+    crowd = [Sender() for _ in range(40)]
+    Sender("brelka-late").line("heard in the end")
+    crowd.clear()
+    await_text("who connects has to wait")
+    await_text("heard in the end")
 
 
 @needs_other_users

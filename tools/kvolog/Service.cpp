@@ -26,6 +26,7 @@
 namespace {
 
 constexpr std::chrono::milliseconds kWriterPatience{100};
+constexpr std::chrono::milliseconds kFolderPatience{50};  // until the writer has made it anew
 constexpr std::chrono::milliseconds kRow{1};
 constexpr std::chrono::microseconds kGathering{200};
 constexpr std::chrono::seconds kRegistrationPatience{5};
@@ -154,8 +155,9 @@ void Service::Gather() {
 void Service::Wait() {
   std::array<epoll_event, 256> events{};
   const bool turns = !m_ready.empty() && (m_lines.size() < kBatch || m_stalled);
+  const auto tick = std::chrono::ceil<std::chrono::milliseconds>(m_nextTick - Clock::now());
   const auto patience = !m_lines.empty()   ? (m_keeps && m_idle ? kDelay.zero() : kDelay)
-                        : m_pinned.empty() ? m_configuration.Patience()
+                        : m_pinned.empty() ? std::max(tick, tick.zero())
                                            : kWriterPatience;
   const int n = epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()),
                            turns ? 0 : static_cast<int>(patience.count()));
@@ -170,6 +172,7 @@ void Service::Wait() {
     } else if (fd == m_logFolder.fd()) {
       m_logFolder.Clear();
       m_writer.Look();
+      m_nextTick = Clock::now();
     } else if (const auto client = m_clients.find(fd); client != m_clients.end()) {
       if (!std::exchange(client->second.ready, true)) m_ready.push_back(fd);
     }
@@ -185,8 +188,8 @@ void Service::Tick() {
     m_target = target;
     m_writer.Use(m_target);
   }
-  m_nextTick = now + m_configuration.Patience();
   if (m_logFolder.Watch(m_target.path)) m_writer.Look();
+  m_nextTick = now + (m_logFolder.Watches() ? m_configuration.Patience() : kFolderPatience);
   if (!m_accepting) m_accepting = Watch(m_socket.get(), EPOLLIN);
   for (auto& [fd, client] : m_clients) {
     if (client.reader.Registered() || client.ended || now - client.since < kRegistrationPatience) {
