@@ -83,7 +83,6 @@ def test_what_was_sent_before_the_end_is_taken_in(serve):
 
 
 def test_a_dead_service_is_replaced_and_a_living_one_is_not(kvolog, serve):
-    LOG.parent.mkdir()
     LOG.write_text("tor")  # by somebody who was cut off
     first = serve(setup=lambda: os.umask(0o077))
     assert SOCKET.stat().st_mode & 0o777 == 0o666  # for everyone
@@ -143,7 +142,6 @@ def fill(sender, mebibytes, first=0):
 
 def test_old_files_hold_whole_lines_and_only_its_own_go(kvolog, serve):
     kvolog("rollover", 1, 4)
-    LOG.parent.mkdir(exist_ok=True)
     for number in (5, 6):
         old(number).write_text("logrotate's")
     old(0, ".gz").write_text("somebody's")
@@ -169,7 +167,6 @@ def test_old_files_hold_whole_lines_and_only_its_own_go(kvolog, serve):
 
 
 def test_what_is_no_regular_file_is_not_touched(kvolog, serve):
-    LOG.parent.mkdir(exist_ok=True)
     precious = LOG.with_name("precious")
     precious.write_text("precious\n")
     LOG.symlink_to(precious)
@@ -242,7 +239,6 @@ def test_lines_are_forwarded_to_a_syslog_that_reads(kvolog, serve):
 
 
 def test_a_full_disk_costs_lines_that_are_counted_and_cuts_none(serve, run):
-    LOG.parent.mkdir(exist_ok=True)
     assert run("mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", LOG.parent).status == 0
     service = serve()
     sender = Sender()
