@@ -77,7 +77,7 @@ def test_what_was_sent_before_the_end_is_taken_in(serve):
     service.signal(signal.SIGINT)
     service.signal(signal.SIGCONT)
     assert service.wait() == 0
-    assert len(entries()) == 22 and entries()[-1].identity == "brelka-late"
+    assert len(entries()) == 22 and "late" in texts()
     with pytest.raises(OSError):
         early.line("nobody hears it")
 
