@@ -94,11 +94,9 @@ def test_files_go_to_an_ssh_server_and_come_back(desk, ssh):
         (desk.home / name).write_bytes(b"" if name == "empty" else some(3000000))
     (desk.files / "a b.txt").write_text("old")
     program = desk.start("upload", "--to", ssh, *names, cwd=desk.home)
-    question = face("File Transfer$")  # a server that was never met
-    time.sleep(0.3)
-    key("alt+y")
+    accept("File Transfer$", "alt+y")  # a server that was never met
     ends(program, 0, 'a b.txt: 3000000 bytes, kept as a b (2).txt\nü "quoted".bin: 3000000 bytes\nempty: 0 bytes\n')
-    assert question and desk.server_key.split()[2] in desk.known.read_text()
+    assert desk.server_key.split()[2] in desk.known.read_text()
     assert (desk.files / "a b.txt").read_text() == "old"
     assert (desk.files / "a b (2).txt").read_bytes() == (desk.files / names[1]).read_bytes() == some(3000000)
     assert desk.names() == sorted(["a b.txt", "a b (2).txt", *names[1:]])
@@ -120,8 +118,7 @@ def test_a_server_that_is_not_itself_gets_nothing(desk, ssh):
          f"{ssh}: the key of 127.0.0.1 is not the one in ~/.ssh/known_hosts")
     desk.known.unlink()
     program = desk.start("upload", "--to", ssh, desk.home / "1")
-    face("File Transfer$")
-    key("Escape")
+    accept("File Transfer$", "Escape")
     assert program.wait() == 2 and desk.names() == []
 
 
@@ -130,12 +127,10 @@ def test_a_transfer_to_a_server_is_obeyed_and_outlives_its_connection(desk, ssh)
     (desk.home / "1").write_bytes(some(4000000))
     program = desk.start("upload", "--to", ssh, "--rate", 2000000, desk.home / "1")
     wait_until(lambda: windows(PROGRESS + "[1-9]"))
-    face(PROGRESS)
-    key("Tab", "space")  # a pause, and the connection ends in it
+    press(PROGRESS, "Tab", "space")  # a pause, and the connection ends in it
     time.sleep(0.5)
     run("pkill", "-KILL", "-P", desk.sshd.pid)
-    face(PROGRESS)
-    key("space")
+    press(PROGRESS, "space")
     ends(program, 0, "1: 4000000 bytes\n")
     assert (desk.files / "1").read_bytes() == some(4000000)
     assert desk.sshd.err.count("Accepted publickey") == 2
