@@ -5,3 +5,6 @@ target_link_libraries(poor_disk PRIVATE ${CMAKE_DL_LIBS})
 yra_program_test(host_transfer 300)
 yra_program_test(host_dialogs 300)
 yra_program_test(host_remote 120)
+if(NOT YRAFT_SANITIZE)
+  yra_program_test(host_spoken 60)  # the bus's own libraries leak
+endif()

@@ -5,6 +5,7 @@
 
 #include "dialogs/YraDialogs.h"
 #include "ui/YraInside.h"
+#include "ui/YraToolkit.h"
 
 namespace {
 
@@ -51,10 +52,8 @@ void MakeRoomForTitle(GtkWidget* pDialog, const char* title) {
   g_object_unref(pLayout);
   width = std::min(width + width / 4 + kControls, kMaxWidth);  // in bold
   GtkWidget* pContent = gtk_dialog_get_content_area(GTK_DIALOG(pDialog));
-  GtkRequisition texts;
   gtk_widget_set_size_request(pContent, -1, -1);
-  gtk_widget_size_request(pContent, &texts);
-  if (width > texts.width) gtk_widget_set_size_request(pContent, width, -1);
+  if (width > YraAskedSize(pContent).width) gtk_widget_set_size_request(pContent, width, -1);
 }
 
 GtkLabel* LabelAt(GtkWidget* pDialog, unsigned int nth) {
@@ -84,6 +83,8 @@ class Filling {
     const std::unique_ptr<char, decltype(&g_free)> pOwned(pPlain, g_free);
     if (m_markup) m_first = pPlain;
     gtk_window_set_title(GTK_WINDOW(pDialog), texts.title.c_str());
+    // Who listens is alerted by the title; GTK would say "Error" of every box.
+    atk_object_set_name(gtk_widget_get_accessible(pDialog), texts.title.c_str());
     // By these GTK decides whether it sets the first text in bold.
     if (texts.markup) gtk_message_dialog_set_markup(GTK_MESSAGE_DIALOG(pDialog), "");
     if (texts.hasSecond) g_object_set(pDialog, "secondary-text", "", nullptr);
@@ -114,10 +115,8 @@ class Filling {
     if (m_texts.hasSecond) ShowText(LabelAt(m_pDialog, 1), m_texts.second, size);
   }
   int Height() const {
-    GtkRequisition box;
     MakeRoomForTitle(m_pDialog, m_texts.title.c_str());
-    gtk_widget_size_request(m_pDialog, &box);
-    return box.height;
+    return YraAskedSize(m_pDialog).height;
   }
 
   bool FitFirst(int height) {

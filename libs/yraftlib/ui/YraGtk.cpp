@@ -1,21 +1,14 @@
 // GTK as the dialogs use it.
 #include "ui/YraGtk.h"
 
-#include <gdk/gdkx.h>
-
 #include "kvolocalise.h"
+#include "ui/YraToolkit.h"
 
-// The mutex is private to GDK and yet the one thing that tells; a host with a lock of its own kind
-// has none.
 bool YraCanLock(WinTrace trace) {
   constexpr int kTries = 200;
   constexpr gulong kPause = 10000;  // microseconds
-  if (gdk_threads_mutex == nullptr) return true;
   for (int i = 0; i < kTries; ++i) {
-    if (g_mutex_trylock(gdk_threads_mutex)) {
-      g_mutex_unlock(gdk_threads_mutex);
-      return true;
-    }
+    if (YraLockIsFree()) return true;
     g_usleep(kPause);
   }
   TRACE_ERROR(trace, "GDK's lock is held, a dialog would wait for it.");
@@ -70,11 +63,8 @@ gboolean ComeBack(GtkWidget* pWindow, GdkEventWindowState* pEvent, void*) {
 // A window manager that is busy overlooks who asks before the window is there; and where there is
 // none, nobody else gives the focus to a window that is clicked.
 gboolean TakeFocus(GtkWidget* pWindow, GdkEvent* pEvent, void*) {
-  const GdkAtom hint = gdk_atom_intern_static_string("_NET_ACTIVE_WINDOW");
-  if (pEvent->type == GDK_MAP ||
-      !gdk_x11_screen_supports_net_wm_hint(gtk_widget_get_screen(pWindow), hint)) {
-    GdkWindow* pGdkWindow = gtk_widget_get_window(pWindow);
-    gdk_window_focus(pGdkWindow, gdk_x11_get_server_time(pGdkWindow));
+  if (pEvent->type == GDK_MAP || !YraIsManaged(pWindow)) {
+    gdk_window_focus(gtk_widget_get_window(pWindow), YraDisplayTime(pWindow));
   }
   return FALSE;
 }
@@ -90,9 +80,8 @@ void YraStandAlone(GtkWidget* pWindow) {
 
 void YraShowInFront(GtkWidget* pWindow) {
   gtk_widget_realize(pWindow);
-  GdkWindow* pGdkWindow = gtk_widget_get_window(pWindow);
-  const guint32 now = gdk_x11_get_server_time(pGdkWindow);
-  gdk_x11_window_set_user_time(pGdkWindow, now);
+  const guint32 now = YraDisplayTime(pWindow);
+  YraSetUserTime(pWindow, now);
   gtk_widget_add_events(pWindow, GDK_BUTTON_PRESS_MASK);
   if (g_object_get_data(G_OBJECT(pWindow), kShown) == nullptr) {
     g_signal_connect(pWindow, "key-press-event", G_CALLBACK(DropTypedAhead), nullptr);

@@ -1,0 +1,120 @@
+#include "ui/YraToolkit.h"
+
+#include <gdk/gdkx.h>
+
+#include <algorithm>
+
+namespace {
+
+// The height of a label's first two lines, whatever line ends a file's name holds, and as high as
+// the fonts of the texts' scripts, one of which the ellipsis is of: a label that may be shortened
+// asks for the height of its own font alone.
+int TwoLines(GtkWidget* pLabel) {
+  PangoLayoutIter* pLine = pango_layout_get_iter(gtk_label_get_layout(GTK_LABEL(pLabel)));
+  PangoRectangle first;
+  pango_layout_iter_get_line_extents(pLine, nullptr, &first);
+  PangoRectangle last = first;
+  if (pango_layout_iter_next_line(pLine)) pango_layout_iter_get_line_extents(pLine, nullptr, &last);
+  pango_layout_iter_free(pLine);
+  return PANGO_PIXELS_CEIL(last.y + std::max(first.height, last.height));
+}
+
+}  // namespace
+
+#if GTK_MAJOR_VERSION == 2
+
+// The mutex is private to GDK and yet the one thing that tells; a host with a lock of its own kind
+// has none.
+bool YraLockIsFree() {
+  if (gdk_threads_mutex == nullptr) return true;
+  if (!g_mutex_trylock(gdk_threads_mutex)) return false;
+  g_mutex_unlock(gdk_threads_mutex);
+  return true;
+}
+
+GtkRequisition YraAskedSize(GtkWidget* pWidget) {
+  GtkRequisition size;
+  gtk_widget_size_request(pWidget, &size);
+  return size;
+}
+
+GtkWidget* YraNewTwoLineLabel(const char* pText) {
+  GtkWidget* pLabel = gtk_label_new(pText);
+  const auto onSize = +[](GtkWidget* pWidget, GtkRequisition* pSize, void*) {
+    *pSize = {std::min(pSize->width, kTwoLineLabelMaxWidth), TwoLines(pWidget)};
+  };
+  gtk_label_set_ellipsize(GTK_LABEL(pLabel), PANGO_ELLIPSIZE_MIDDLE);
+  g_signal_connect(pLabel, "size-request", G_CALLBACK(onSize), nullptr);
+  return pLabel;
+}
+
+namespace {
+
+bool IsX11(GdkWindow*) { return true; }
+
+}  // namespace
+
+#else
+
+bool YraLockIsFree() { return true; }
+
+GtkRequisition YraAskedSize(GtkWidget* pWidget) {
+  GtkRequisition size;
+  gtk_widget_get_preferred_size(pWidget, nullptr, &size);
+  return size;
+}
+
+namespace {
+
+void AskForWidth(GtkWidget* pLabel, int* pMin, int* pNatural) {
+  GTK_WIDGET_CLASS(g_type_class_peek(GTK_TYPE_LABEL))->get_preferred_width(pLabel, pMin, pNatural);
+  *pNatural = std::min(*pNatural, kTwoLineLabelMaxWidth);
+}
+
+void AskForTwoLines(GtkWidget* pLabel, int, int* pMin, int* pNatural, int* pMinBase, int* pBase) {
+  *pMin = *pNatural = TwoLines(pLabel);
+  *pMinBase = *pBase = -1;
+}
+
+// No signal asks for the size any more: the label is of a class of its own.
+GType TwoLineLabelType() {
+  static const GType type = g_type_register_static_simple(
+      GTK_TYPE_LABEL, "YraTwoLineLabel", sizeof(GtkLabelClass),
+      [](void* pClass, void*) {
+        GTK_WIDGET_CLASS(pClass)->get_preferred_width = AskForWidth;
+        GTK_WIDGET_CLASS(pClass)->get_preferred_height_and_baseline_for_width = AskForTwoLines;
+      },
+      sizeof(GtkLabel), nullptr, static_cast<GTypeFlags>(0));
+  return type;
+}
+
+bool IsX11(GdkWindow* pWindow) { return GDK_IS_X11_WINDOW(pWindow); }
+
+}  // namespace
+
+GtkWidget* YraNewTwoLineLabel(const char* pText) {
+  void* pLabel = g_object_new(TwoLineLabelType(), "label", pText, "ellipsize",
+                              PANGO_ELLIPSIZE_MIDDLE, nullptr);
+  return GTK_WIDGET(pLabel);
+}
+
+#endif
+
+// ---- The display -------------------------------------------------------------------------------
+
+guint32 YraDisplayTime(GtkWidget* pWindow) {
+  GdkWindow* pGdkWindow = gtk_widget_get_window(pWindow);
+  if (IsX11(pGdkWindow)) return gdk_x11_get_server_time(pGdkWindow);
+  return static_cast<guint32>(g_get_monotonic_time() / 1000);  // Wayland's
+}
+
+void YraSetUserTime(GtkWidget* pWindow, guint32 time) {
+  GdkWindow* pGdkWindow = gtk_widget_get_window(pWindow);
+  if (IsX11(pGdkWindow)) gdk_x11_window_set_user_time(pGdkWindow, time);
+}
+
+bool YraIsManaged(GtkWidget* pWindow) {
+  return !IsX11(gtk_widget_get_window(pWindow)) ||
+         gdk_x11_screen_supports_net_wm_hint(gtk_widget_get_screen(pWindow),
+                                             gdk_atom_intern_static_string("_NET_ACTIVE_WINDOW"));
+}

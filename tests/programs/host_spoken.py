@@ -1,0 +1,95 @@
+"""What those hear who cannot see the dialogs: names, roles, relations and values, as the bus of assistive
+technology carries them."""
+
+import os
+import pathlib
+import subprocess
+
+import gi
+import pytest
+
+from conftest import ROOT, Program, wait_until
+from screen import *
+
+gi.require_version("Atspi", "2.0")
+from gi.repository import Atspi
+
+
+@pytest.fixture
+def bus(screen, tmp_path):
+    """A session's bus of its own, on which the dialogs and this test speak."""
+    os.environ.update(XDG_RUNTIME_DIR=str(tmp_path), GTK_MODULES="gail:atk-bridge")
+    del os.environ["NO_AT_BRIDGE"]
+    read, write = os.pipe()
+    daemon = Program("dbus-daemon", "--session", "--nofork", f"--print-address={write}", pass_fds=(write,))
+    os.close(write)
+    with open(read) as address:
+        os.environ["DBUS_SESSION_BUS_ADDRESS"] = address.readline().strip()
+    yield
+    daemon.close()
+
+
+@pytest.fixture
+def catalog():
+    """The English texts, one button with a mnemonic and one without."""
+    texts = (ROOT / "common/libs/kvolocalise/catalogs/en.msg").read_text()
+    for text, instead in (("Pause", "Pa_use"), ("_Pause", "Pa_use"), ("_Cancel", "Cancel")):
+        texts = texts.replace(f'"{text}"', f'"{instead}"')
+    catalog = pathlib.Path("/opt/Brelka/AVK/qmz/en/strings.cat")
+    catalog.unlink()
+    subprocess.run(["gencat", catalog, "-"], input=texts, text=True, check=True)
+
+
+def children(parent):
+    return filter(None, map(parent.get_child_at_index, range(parent.get_child_count())))
+
+
+def told(parent, role):
+    """What a window tells of its widgets of a role, by their names."""
+    found = {}
+    for child in children(parent):
+        found |= {child.get_name(): child} if child.get_role_name() == role else told(child, role)
+    return found
+
+
+def has(accessible, state):
+    return accessible.get_state_set().contains(state)
+
+
+def heard(role, name):
+    """Waits for the active window, which is of this role and begins with this name."""
+    face(name)
+
+    def look():
+        windows = (window for program in children(Atspi.get_desktop(0)) for window in children(program))
+        return next((window for window in windows if window.get_role_name() == role and
+                     window.get_name().startswith(name) and has(window, Atspi.StateType.ACTIVE)), None)
+
+    return wait_until(look)
+
+
+def test_every_dialog_tells_what_it_shows_and_hears_its_mnemonics(desk, bus, catalog):
+    (desk.home / "a_file").write_bytes(bytes(1000000))
+    program = desk.start("message", "A_Title", "a_text")
+    box = heard("alert", "A_Title")
+    assert "a_text" in told(box, "label") and has(told(box, "push button")["Close"], Atspi.StateType.FOCUSED)
+    key("alt+c")
+    ends(program, 0)
+    program = desk.start("upload", desk.home / "a_file")
+    assert {"Cancel", "Save"} <= told(heard("dialog", FOLDER), "push button").keys()
+    key("Escape")
+    program.wait()
+    program = desk.download("--rate", 200000)
+    assert {"Cancel", "Open"} <= told(heard("dialog", OPEN), "push button").keys()
+    accept_all()
+    window = heard("frame", PROGRESS)
+    bar, label = told(window, "progress bar")["File transfer"], told(window, "label")["Downloading file 1 of 1\na_file"]
+    [named] = bar.get_relation_set()
+    assert (named.get_relation_type(), named.get_target(0)) == (Atspi.RelationType.LABELLED_BY, label)
+    wait_until(lambda: 10 < Atspi.Value.get_current_value(bar) < 100)
+    buttons = told(window, "push button")
+    assert [has(button, Atspi.StateType.FOCUSED) for button in (buttons["Pause"], buttons["Cancel"])] == [False] * 2
+    key("alt+u")
+    wait_until(lambda: buttons["Pause"].get_name() == "Resume")
+    key("Tab", "Tab", "space")
+    assert program.wait() == 1
