@@ -51,12 +51,13 @@ class UI : public testing::Test {
     ASSERT_TRUE(Face(title)) << title;
     user.Key("l", true);
     user.Type(path);
+    ASSERT_TRUE(WaitEntry(title, path));
     user.Key("Return");
   }
 
   // Goes into a folder of the home directory and opens all `count` files that are in it.
   void ChooseAllIn(const std::string& title, const std::string& folder, int count) {
-    ChooseIn(title, Desktop::Get().Home() + "/" + folder + "/");
+    ChooseIn(title, Desktop::Get().Home() + "/" + folder);
     ASSERT_TRUE(SelectAllListed(user, count));
     user.Key("Return");
   }

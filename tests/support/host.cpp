@@ -334,12 +334,15 @@ void WaitDrawn() {
 }
 
 bool WaitEntry(const std::string& titlePart, const std::string& text) {
-  const bool typed = WaitInUI([&] {
-    GtkWidget* entry = FindVisible(titlePart, GTK_TYPE_ENTRY);
-    return entry != nullptr && text == gtk_entry_get_text(GTK_ENTRY(entry));
+  return WaitInUI([&] {
+    const auto entries = FindAll("", [&](GtkWidget* widget) {
+      return GTK_IS_ENTRY(widget) && gtk_widget_get_mapped(widget) &&
+             g_str_has_prefix(gtk_entry_get_text(GTK_ENTRY(widget)), text.c_str());
+    });
+    GtkWidget* dialog = FindVisible(titlePart, GTK_TYPE_DIALOG);
+    return !entries.empty() && dialog != nullptr &&
+           gtk_widget_is_sensitive(gtk_window_get_default_widget(GTK_WINDOW(dialog)));
   });
-  InUI([] {});  // what the last key has set off is done with
-  return typed;
 }
 
 bool Respond(const std::string& title, int response) {

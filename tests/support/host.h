@@ -101,7 +101,8 @@ bool WaitLabel(const std::string& titlePart, const std::string& textPart);
 std::string CutLabels(const std::string& titlePart);
 // Everything that was to be drawn is on the screen.
 void WaitDrawn();
-// What is typed into a visible window has come to be this, within half a minute.
+// What is typed into a window has come to begin with this, and its button can be pressed, within half
+// a minute.
 bool WaitEntry(const std::string& titlePart, const std::string& text);
 // Lets a visible dialog answer by itself; false if none comes up within half a minute.
 bool Respond(const std::string& title, int response);
