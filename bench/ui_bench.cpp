@@ -250,7 +250,8 @@ template <class Feed>
 Seen Film(const char* title, Feed feed) {
   const auto settle = [] { std::this_thread::sleep_for(std::chrono::milliseconds(500)); };
   User user;
-  const Window window = user.Face(title);
+  const Window window = user.WaitWindow(title);
+  user.Activate(window);
   settle();
   Camera camera(window);
   feed(50);

@@ -50,8 +50,11 @@ pass
 
 # ---- What stands where --------------------------------------------------------------------------
 arch=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+catalogs=("$source"/common/libs/kvolocalise/catalogs/*.msg)
+catalogs=("${catalogs[@]##*/}")
+catalogs=("${catalogs[@]/%.msg//strings.cat}")
 for path in /usr/lib/"$arch"/{libyrafiletransfer.so,libyrafiletransfer.so.1,pkgconfig/yrafiletransfer.pc} \
-  /usr/lib/tmpfiles.d/yrafiletransfer.conf /opt/Brelka/AVK/qmz/{en,de,fr,es,ja,zh_CN}/strings.cat \
+  /usr/lib/tmpfiles.d/yrafiletransfer.conf "${catalogs[@]/#//opt/Brelka/AVK/qmz/}" \
   /usr/share/doc/{libyrafiletransfer1,libyrafiletransfer-dev,yrafiletransfer-tools}/{copyright,changelog.Debian.gz}; do
   [ -s "$path" ] || fail "$path is not there"
 done

@@ -3,6 +3,7 @@
 // stored text. Addresses are masked; figures are not, as nothing here is left to chance.
 #include "dialogs/YraDialogs.h"
 // The trace vocabulary comes first.
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <condition_variable>
@@ -211,10 +212,10 @@ Transcript* g_text = nullptr;
 
 // A file record of more than 32 bytes, which fits every container. Who owns it differs, and what
 // nobody does stays in reach.
-YRAFT_FILEINFO_ITEM* NewRecord() {
+YRAFT_FILEINFO_ITEM* NewRecord(int longer = 0) {
   static auto& all = *new std::vector<void*>;  // also when the process ends
   YRAFT_FILEINFO_ITEM* item = nullptr;
-  g_text->Quietly([&] { item = Yraft_FileInfoItemAllocate("a name", 6, 9, 100); });
+  g_text->Quietly([&] { item = Yraft_FileInfoItemAllocate("a namesake", 6 + longer, 9, 100); });
   item->fileTransferOperation = YRAFT_OPERATION_UPLOAD;
   all.push_back(realloc(item, item->cbSize + sizeof(YRAFT_FILES_UI)));
   return static_cast<YRAFT_FILEINFO_ITEM*>(all.back());
@@ -314,10 +315,19 @@ void SnapshotFailures() {
     free(data);
   }
   records[0]->cbSize = size;
+  // A block of 65535 bytes, then one of a byte more: the header, 1,679 records and one that is
+  // three or four bytes longer.
   g_text->Quietly([&] {
-    for (int i = 0; i <= 65523 / 39; ++i) push(NewRecord());
+    for (const int more : {3, 4}) {
+      YraftRWClear(store, 4);
+      for (int i = 0; i < 1679; ++i) push(NewRecord());
+      push(NewRecord(more));
+      if (more == 3) Require(store->YraRW_QueueGetAll(4, &data) == 0, "a full block");
+    }
   });
-  CALLS(store->YraRW_QueueGetAll(4, &data), store->YraRW_QueueGetAllPop(4, &data));
+  free(std::exchange(data, nullptr));
+  CALL((store->YraRW_QueueGetAll(4, &data), data));
+  CALL(store->YraRW_QueueGetAllPop(4, &data));
   g_text->Quietly([&] { YraftRWDestory(&store); });
 }
 
@@ -455,7 +465,8 @@ void ChoiceAndPaths() {
   WITHOUT_MEMORY(1, object.YraGetAllChooseTlvBlocksPop(&block));
   CALL(object.YraGetAllChooseTlvBlocksPop(&block));
   free(block);
-  CALLS(object.YraRWSet(nullptr), object.YraRWSet(new YraRW), object.YraRWDestory());
+  CALLS(object.YraRWSet(nullptr), object.YraRWSet(new YraRW), object.YraRWSet(object.YraRWGet()),
+        object.YraRWDestory());
   CALLS(object.YraListDelEnd(), object.YraListInsert("bb", 0), object.YraListInsert("", 0),
         object.YraListInsert("ccc", 5), object.YraListInsert("no", -1), object.YraListAppend("d"),
         object.YraListDelEnd(), object.YraListGetFileNum(), object.YraListGetFileListOffset(),
@@ -545,70 +556,27 @@ void Registration() {
         YraSetYraNotifyCallback(Hear));
 }
 
-// ---- Windows: in the UI thread, or done there --------------------------------------------------
+// ---- What the user does, in the UI thread ------------------------------------------------------
 
-GtkWidget* FindWindow(const std::string& titlePart, bool visible = true) {
-  GtkWidget* found = nullptr;
-  GList* windows = gtk_window_list_toplevels();
-  for (GList* node = windows; node != nullptr; node = node->next) {
-    const char* title = gtk_window_get_title(GTK_WINDOW(node->data));
-    if (gtk_widget_get_visible(GTK_WIDGET(node->data)) == (visible ? TRUE : FALSE) &&
-        title != nullptr && strstr(title, titlePart.c_str()) != nullptr) {
-      found = GTK_WIDGET(node->data);
-    }
-  }
-  g_list_free(windows);
-  return found;
+void Act(const std::string& titlePart, const std::function<bool(GtkWidget*)>& act) {
+  Require(With(titlePart, act), titlePart);
 }
 
-// Does something to a window once it is there and lets it.
-void With(const std::string& titlePart, const std::function<bool(GtkWidget*)>& act) {
-  const bool done = WaitUntil([&] {
-    bool did = false;
-    InUI([&] {
-      GtkWidget* window = FindWindow(titlePart);
-      did = window != nullptr && act(window);
-    });
-    return did;
+void Click(const std::string& label) {
+  Act("%", [&](GtkWidget*) {
+    GtkWidget* button = FindButton("%", label);
+    if (button != nullptr) gtk_button_clicked(GTK_BUTTON(button));
+    return button != nullptr;
   });
-  Require(done, titlePart);
 }
 
-void Press(GtkWidget* widget, void* label) {
-  if (GTK_IS_BUTTON(widget) &&
-      g_strcmp0(gtk_button_get_label(GTK_BUTTON(widget)), static_cast<const char*>(label)) == 0) {
-    gtk_button_clicked(GTK_BUTTON(widget));
-  } else if (GTK_IS_CONTAINER(widget)) {
-    gtk_container_foreach(GTK_CONTAINER(widget), Press, label);
-  }
-}
-void Click(std::string label) {
-  With("%", [&](GtkWidget* window) { return Press(window, label.data()), true; });
-}
-
-// Whether a chooser has read its folder, and this is selected: any name where none is given.
-bool IsSelected(GtkWidget* window, const std::string& path = {}) {
-  char* name = gtk_file_chooser_get_filename(GTK_FILE_CHOOSER(window));
-  const bool selected = name != nullptr && (path.empty() || path == name);
-  g_free(name);
-  return selected;
-}
-
-// Selects all that stands beside a path in a chooser.
 void SelectAll(const std::string& titlePart, const std::string& path) {
-  With(titlePart, [&](GtkWidget* window) {
-    gtk_file_chooser_set_select_multiple(GTK_FILE_CHOOSER(window), TRUE);
-    gtk_file_chooser_select_filename(GTK_FILE_CHOOSER(window), path.c_str());
-    return IsSelected(window, path);
-  });
-  With(titlePart, [](GtkWidget* window) {
-    return gtk_file_chooser_select_all(GTK_FILE_CHOOSER(window)), true;
-  });
+  Require(Select(titlePart, path, true), path);
 }
 
 void Answer(const std::string& titlePart, int response, int failing = 0) {
-  With(titlePart, [&](GtkWidget* window) {
-    if (GTK_IS_FILE_CHOOSER(window) && response == GTK_RESPONSE_ACCEPT && !IsSelected(window)) {
+  Act(titlePart, [&](GtkWidget* window) {
+    if (GTK_IS_FILE_CHOOSER(window) && response == GTK_RESPONSE_ACCEPT && !IsSelected(window, "")) {
       return false;
     }
     const AllocationWatch watch(failing);
@@ -618,7 +586,7 @@ void Answer(const std::string& titlePart, int response, int failing = 0) {
 
 // As by a click on the window's close control.
 void Close(const std::string& titlePart) {
-  With(titlePart, [](GtkWidget* window) {
+  Act(titlePart, [](GtkWidget* window) {
     GdkEvent* event = gdk_event_new(GDK_DELETE);
     event->any.window = GDK_WINDOW(g_object_ref(gtk_widget_get_window(window)));
     gtk_main_do_event(event);
@@ -679,10 +647,13 @@ void BuiltDialogs() {
   GtkWidget* folders = nullptr;
   g_text->Quietly([&] { folders = object.YraGetChooseDirectoryDiag(); });
   GtkFileFilter* filter = gtk_file_chooser_get_filter(GTK_FILE_CHOOSER(folders));
-  for (const char* name : {"/", "/nowhere", static_cast<const char*>(nullptr)}) {
+  Require(mount("none", "/var/qmz", "tmpfs", MS_RDONLY, nullptr) == 0,
+          "no folder for reading only");
+  for (const char* name : {"/", "/nowhere", "/var/qmz", static_cast<const char*>(nullptr)}) {
     GtkFileFilterInfo info = {GTK_FILE_FILTER_DISPLAY_NAME, nullptr, nullptr, name, nullptr};
     CALL(gtk_file_filter_filter(filter, &info));
   }
+  umount("/var/qmz");
   CALLS(object.YraChooseFilesDiagDestory(), object.YraChooseFilesDiagDestory(),
         object.YraChooseDirectoryDiagDestory(), object.YraErrorMessageDiagDestory(),
         object.YraErrorMessageDiagDestory());
@@ -859,7 +830,7 @@ void PersistentUI() {
   g_text->Quietly([] {
     StartUI();
     InUI([] {
-      GtkWidget* main = FindWindow("Main Win", false);
+      GtkWidget* main = MainWindow();
       g_signal_handlers_disconnect_by_func(main, reinterpret_cast<void*>(gtk_main_quit), nullptr);
       gtk_widget_destroy(main);
     });
@@ -924,10 +895,12 @@ void ChoiceCalls() {
   OneCall("YraGetChooseDirectory, the user chooses one", folder,
           [] { Answer("Upload To", GTK_RESPONSE_ACCEPT); });
   for (const bool many : {false, true}) {
+    const std::string reason = Text(many ? 0x20082 : 0x20021);
     limits = {1, 2, 29, static_cast<uint16_t>(many ? 1 : 2), 5, 6};
     OneCall(std::string("YraGetChooseFilesList, the user chooses too ") + (many ? "many" : "much"),
             files, [&] {
               choose("Open:", home + "/two/a.txt");
+              Require(WaitUntil([&] { return LabelText(box, 1) == reason; }), reason);
               Answer(box, GTK_RESPONSE_CLOSE);
             });
   }

@@ -13,20 +13,7 @@
 
 namespace {
 
-class Localise : public testing::Test {
- protected:
-  ~Localise() override { KvoLocaliseShutdown(); }
-  int Init(const char* lang) {
-    if (lang == nullptr) {
-      unsetenv("LANG");
-    } else {
-      setenv("LANG", lang, 1);
-    }
-    return KvoLocaliseInit();
-  }
-};
-
-TEST_F(Localise, OpensTheCatalogOfTheLanguage) {
+TEST(Localise, OpensTheCatalogOfTheLanguage) {
   const struct {
     const char* lang;
     const char* cancel;
@@ -34,45 +21,33 @@ TEST_F(Localise, OpensTheCatalogOfTheLanguage) {
   } kCases[] = {
       {"en_US.UTF-8", "Cancel", "en_US.UTF-8"},
       {"de_DE.UTF-8", "Abbrechen", "de_DE.UTF-8"},
-      {"de", "Abbrechen", "de"},
-      {"fr_CA.UTF-8", "Annuler", "fr_CA.UTF-8"},
-      {"es_MX", "Cancelar", "es_MX"},
-      {"ja_JP.UTF-8", "キャンセル", "ja_JP.UTF-8"},
+      {"fr", "Annuler", "fr"},
       {"zh_CN.UTF-8", "取消", "zh_CN.UTF-8"},
       {"C", "Cancel", "en_US.UTF-8"},
-      {"POSIX", "Cancel", "en_US.UTF-8"},
       {"", "Cancel", "en_US.UTF-8"},
-      {nullptr, "Cancel", "en_US.UTF-8"},
-      {"C.UTF-8", "Cancel", "en_US.UTF-8"},
       {"tlh_KX.UTF-8", "Cancel", "en_US.UTF-8"},
+      {"../qmz/de", "Cancel", "en_US.UTF-8"},
   };
   // No catalog, and whoever opened it would wait.
   std::filesystem::create_directory("/opt/Brelka/AVK/qmz/de_DE");
   ASSERT_EQ(mkfifo("/opt/Brelka/AVK/qmz/de_DE/strings.cat", 0600), 0);
   for (const auto& c : kCases) {
-    ASSERT_EQ(Init(c.lang), 1);
+    setenv("LANG", c.lang, 1);
+    ASSERT_EQ(KvoLocaliseInit(), 1);
     EXPECT_STREQ(KvoLocalise(YRAFT_ENG_BUTTON_CANCEL), c.cancel);
     EXPECT_STREQ(getenv("LANG"), c.langAfterwards);
     setenv("NLSPATH", "untouched", 1);
     EXPECT_EQ(KvoLocaliseInit(), 1);  // open already: nothing changes
     EXPECT_STREQ(getenv("NLSPATH"), "untouched");
     KvoLocaliseShutdown();
-    KvoLocaliseShutdown();
   }
-}
-
-TEST_F(Localise, FailsOnceWithoutAnyCatalog) {
   std::filesystem::rename("/opt/Brelka/AVK/qmz/en", "/opt/Brelka/AVK/qmz/away");
-  EXPECT_EQ(Init("en_US.UTF-8"), 0);
-  EXPECT_EQ(Init("tlh_KX"), 0);
+  EXPECT_EQ(KvoLocaliseInit(), 0);
+  EXPECT_STREQ(KvoLocalise(YRAFT_ENG_BUTTON_CANCEL), "Message catalog is not open.");
   std::filesystem::rename("/opt/Brelka/AVK/qmz/away", "/opt/Brelka/AVK/qmz/en");
-  EXPECT_EQ(Init("tlh_KX"), 1);
-  for (const int number : {0, 1, 0x20001, 0x4001D, -1, INT32_MIN}) {
-    EXPECT_STREQ(KvoLocalise(number), "Error accessing message catalog.");
-  }
 }
 
-TEST_F(Localise, PrintsALineAndItsNewline) {
+TEST(Localise, PrintsALineAndItsNewline) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(KvoPrint("%d files", 3), '\n');
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "3 files\n");

@@ -1,7 +1,7 @@
 include(support/allocation.cmake)
 
 yra_test(store_test TIMEOUT 120 SOURCES store_test.cpp
-  LIBRARIES yra_static allocation log_support)
+  LIBRARIES yra_static allocation)
 yra_test(tlv_test TIMEOUT 60 SOURCES tlv_test.cpp LIBRARIES yra_static)
 
 add_test(NAME store_pack_test

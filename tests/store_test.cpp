@@ -14,7 +14,6 @@
 
 #include "YraRW.h"
 #include "support/allocation.h"
-#include "support/log_service.h"
 #include "yrafiletransfer.h"
 
 namespace {
@@ -226,57 +225,10 @@ TEST(Store, BehavesAsASimpleModel) {
 #endif
 }
 
-// Snapshots take another road then.
-TEST(Store, BehavesAlikeWhileEveryLineIsRead) {
-  LogService service;
-  ASSERT_EQ(KvoLogInit(), 1);
-  ASSERT_TRUE(service.Accept());
-  EXPECT_EQ(KvoLogSetCurrentLevel(KVO_CLASS_YRAFT, KVO_LOG_VERBOSE), 1);
-  std::thread reader([&] {
-    while (service.Next()) {
-    }
-  });
-  RunBesideAModel(10, 4000);
-  KvoLogShutdown();
-  reader.join();
-}
-
 TEST(Store, IsIndependentOfAnotherThreadsStore) {
   std::thread other(RunBesideAModel, 8, 5000);
   RunBesideAModel(9, 5000);
   other.join();
-}
-
-TEST(Snapshot, RefusesABlockOverTheLimitAndKeepsTheQueue) {
-  constexpr int kFits[] = {0, 4095, 4095, 4095, 65523 / 39, 65523 / 40, 65523 / 39, 65523 / 46};
-  for (int type = 1; type <= 7; ++type) {
-    std::deque<YRAFT_FILEINFO_ITEM*> elements;
-    YraRW* store = nullptr;
-    ASSERT_EQ(YraftRWCreate(&store), 0U);
-    unsigned char* block = nullptr;
-    for (int i = 0; i <= kFits[type]; ++i) {
-      if (i == kFits[type]) {
-        EXPECT_EQ(YraftRWGetAll(store, type, &block), 0U);
-        EXPECT_EQ(reinterpret_cast<YRAFT_TLV_BLOCKS*>(block)->ListCount, i);
-        free(block);
-        block = nullptr;
-      }
-      auto* item = Yraft_FileInfoItemAllocate("a name", 6, 0, 0);
-      elements.push_back(static_cast<YRAFT_FILEINFO_ITEM*>(realloc(item, 64)));
-      auto* data = reinterpret_cast<unsigned char*>(elements.back());
-      EXPECT_EQ(YraftRWPush(store, type, i, data, 50), 0U);
-    }
-    EXPECT_EQ(YraftRWGetAll(store, type, &block), 9U);
-    EXPECT_EQ(store->YraRW_QueueGetAllPop(type, &block), 9U);
-    EXPECT_EQ(block, nullptr);
-    int size = 0;
-    EXPECT_EQ(YraftRWSize(store, type, &size), 0U);
-    EXPECT_EQ(size, kFits[type] + 1);
-    YraftRWDestory(&store);
-    for (YRAFT_FILEINFO_ITEM* element : elements) {
-      if (type > YRAFT_QUEUE_FILEUI) free(element);
-    }
-  }
 }
 
 }  // namespace

@@ -21,7 +21,7 @@ inline std::string Text(const char* name) {
 }
 
 class UI : public testing::Test {
- protected:
+ public:
   static void SetUpTestSuite() {
     Desktop::Get();
     // As a host does that uses the toolkit from several threads.
@@ -44,23 +44,13 @@ class UI : public testing::Test {
     });
   }
 
-  void Choose(const std::string& path) { ChooseIn(chooser, path); }
-
-  // Types a path into a chooser's location and confirms it.
-  void ChooseIn(const std::string& title, const std::string& path) {
+  // Chooses a file or folder, or all that stands beside it, that the chooser has come to list.
+  void ChooseIn(const std::string& title, const std::string& path, bool all = false) {
     ASSERT_TRUE(Face(title)) << title;
-    user.Key("l", true);
-    user.Type(path);
-    ASSERT_TRUE(WaitEntry(title, path));
-    user.Key("Return");
+    ASSERT_TRUE(Select(title, path, all)) << path;
+    ASSERT_TRUE(Respond(title, GTK_RESPONSE_ACCEPT));
   }
-
-  // Goes into a folder of the home directory and opens all `count` files that are in it.
-  void ChooseAllIn(const std::string& title, const std::string& folder, int count) {
-    ChooseIn(title, Desktop::Get().Home() + "/" + folder);
-    ASSERT_TRUE(SelectAllListed(user, count));
-    user.Key("Return");
-  }
+  void Choose(const std::string& path) { ChooseIn(chooser, path); }
 
   void ExpectNote(unsigned int event, unsigned int subCode, unsigned int status,
                   unsigned int value) {
@@ -125,15 +115,13 @@ class UI : public testing::Test {
     return files;
   }
 
-  // More than a block can hold, and how many. No common start: the location would complete it while
-  // the user types.
-  static int AddTooMany(const std::string& folder) {
+  // More than a block can hold; answers one of them.
+  static std::string AddTooMany() {
     std::vector<std::string> names(300);
     for (std::size_t i = 0; i < names.size(); ++i) {
-      names[i] = static_cast<char>('a' + i % 26) + std::string(240, 'm') + std::to_string(i);
+      names[i] = std::string(240, 'm') + std::to_string(i);
     }
-    AddFiles(folder, names, 1);
-    return 300;
+    return AddFiles("many", names, 1)[0].first;
   }
 
   void Click(const std::string& label) {

@@ -11,13 +11,19 @@ mkdir -p "$2"
 YRA_PICTURES=$(cd "$2" && pwd)
 export YRA_PICTURES LOCPATH=$build/locales
 mkdir -p "$LOCPATH"
+failed=
 
-for language in en_US de_DE fr_FR es_ES ja_JP zh_CN; do
-  locale=$language.UTF-8
-  [ -d "$LOCPATH/$locale" ] || localedef -i "$language" -f UTF-8 "$LOCPATH/$locale" 2>/dev/null || true
+declare -A country=([ar]=EG [en]=US [he]=IL [ja]=JP [ko]=KR) # elsewhere named like the language
+for catalog in "$build"/catalogs/*; do
+  language=${catalog##*/}
+  place=$language
+  [[ $place = *_* ]] || place=${language}_${country[$language]:-${language^^}}
+  locale=$place.UTF-8
+  [ -d "$LOCPATH/$locale" ] || localedef -i "$place" -f UTF-8 "$LOCPATH/$locale" 2>/dev/null || true
   [ -d "$LOCPATH/$locale" ] || locale=C.UTF-8
   YRA_LOCALE=$locale "$root/tests/support/inside" "$build" "$root/tests/support/screen" \
     "$build/tests/ui_languages_test" \
-    --gtest_filter="*/$language" --gtest_brief=1
+    --gtest_filter="*/$language" --gtest_brief=1 || failed+=" $language"
 done
 ls "$YRA_PICTURES"
+[ -z "$failed" ] || { echo "Not right:$failed" >&2; exit 1; }

@@ -1,17 +1,17 @@
 """What a log service owes those who rely on it: no restart and no stall loses a line, no user keeps others
 from logging or lies about who wrote."""
 
-import contextlib
 import ctypes
 import fcntl
 import resource
 import signal
-import sys
 import threading
 
 import pytest
 from conftest import LIBC, as_user
 from logservice import *
+
+SOCKET_ROOM = int(open("/proc/sys/net/core/wmem_max").read())  # older kernels give less
 
 
 class Manager:
@@ -59,28 +59,18 @@ def manager(kvolog, start, tmp_path):
     return Manager(start, tmp_path)
 
 
-def by_writer(prefix="Function: "):
-    found = collections.defaultdict(list)
-    for text in texts():
-        assert text.startswith(prefix), text
-        name, number = text.removeprefix(prefix).split()
-        found[name].append(int(number))
-    return dict(found)
-
-
 @pytest.mark.parametrize("end", [signal.SIGKILL, signal.SIGTERM])
 def test_ten_restarts_under_load_lose_and_repeat_nothing(manager, start, end):
+    writers = start_writers(start, 8, 10000, 8000)  # who comes before the service waits for it
     manager.run()
-    writers = [start(TRACE_WRITER, f"w{n}", 30000, 10000) for n in range(8)]
-    for _ in range(10):
-        time.sleep(0.2)
-        assert any(writer.running() for writer in writers)
+    for n in range(10):
+        if n % 3:  # else it dies before it has read all that its predecessor had
+            await_text(f" {n * 600}\n")
         manager.service.signal(end)
         manager.service.wait()
         manager.run()
-    assert [writer.wait() for writer in writers] == 8 * [0]
-    assert manager.service.stop() == 0
-    assert by_writer() == {f"w{n}": list(range(30000)) for n in range(8)}
+    check_whole(manager.service, writers, 10000)
+    assert SOCKET.exists()
     wait_until(lambda: not manager.store)
 
 
@@ -99,15 +89,17 @@ def stalled(service):
     trace(17, writer)  # PTRACE_DETACH
 
 
-def test_a_stalled_disk_costs_no_line(serve, start):
+def test_a_service_or_a_disk_that_stands_still_costs_no_line(serve, start):
     service = serve()
-    writers = [start(TRACE_WRITER, f"w{n}", 14000, 2000) for n in range(4)]
+    writers = start_writers(start, 4, 9000, 3000)
     await_text("w3 10\n")
     with stalled(service):
-        time.sleep(5)
-    assert [writer.wait() for writer in writers] == 4 * [0]
-    assert service.stop() == 0
-    assert by_writer() == {f"w{n}": list(range(14000)) for n in range(4)}
+        time.sleep(1.5)  # longer than a client waits
+    if SOCKET_ROOM >= 4 << 20:
+        service.signal(signal.SIGSTOP)
+        time.sleep(1.5)
+        service.signal(signal.SIGCONT)
+    check_whole(service, writers, 9000)
 
 
 def test_what_a_stall_does_cost_is_told(serve):
@@ -119,9 +111,9 @@ def test_what_a_stall_does_cost_is_told(serve):
             sender.line(f"{n} " + 8000 * "x")
         sender.line("end")
     await_text("are missing here")
-    kept = [text for text in texts() if text.endswith("x")]
+    kept = sum(text.endswith("x") for text in texts())
     missing = next(int(text.split()[0]) for text in texts() if "are missing here" in text)
-    assert len(kept) + missing >= 6000 and len(kept) > 3000
+    assert kept + missing >= 6000 and kept > 3000
     assert service.stop() == 1 and "lines were lost" in service.err
 
 
@@ -129,8 +121,8 @@ def test_a_process_says_once_that_it_logs_nothing_more(serve, start):
     with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as syslog:
         syslog.bind("/dev/log")
         service = serve()
-        writer = start(TRACE_WRITER, "w", 2000, 1000)
-        await_text("w 10\n")
+        [writer] = start_writers(start, 1, 500, 1000)
+        await_text("w0 10\n")
         service.signal(signal.SIGKILL)
         assert writer.wait() == 0
         assert syslog.recv(1000).decode() == (f"<12>brelka-trace_writer[{writer.pid}]: the log service is gone or "
@@ -143,112 +135,53 @@ def test_a_process_says_once_that_it_logs_nothing_more(serve, start):
 @needs_other_users
 def test_no_user_keeps_a_service_from_starting(serve, run, start):
     serve().stop()
-    for path in (SOCKET.parent, f"{SOCKET}.lock"):
-        held = run("flock", "--nonblock", path, "true", setup=as_user(65534))
-        assert held.status == (0 if path == SOCKET.parent else 66), held.err
-    start("flock", SOCKET.parent, "sleep", 60, setup=as_user(65534))
+    assert run("flock", f"{SOCKET}.lock", "true", setup=as_user(NOBODY)).status == 66  # may not open it
+    start("flock", SOCKET.parent, "sleep", 60, setup=as_user(NOBODY))
     wait_until(lambda: run("flock", "--nonblock", SOCKET.parent, "true").status == 1)
     serve()
 
 
-CROWD = """
-import socket, sys, time
-them = []
-for n in range(int(sys.argv[1])):
-    one = socket.socket(socket.AF_UNIX)
-    one.setblocking(False)
-    try:
-        one.connect("/var/qmz/.kvologd")
-        one.send(bytes.fromhex(sys.argv[2]))
-    except OSError:
-        pass
-    them.append(one)
-print("here", flush=True)
-time.sleep(60)
-"""
+@needs_other_users
+@pytest.mark.parametrize("identity", [None, "brelka-crowd"])
+def test_a_crowd_of_one_user_leaves_room_for_others(serve, identity):
+    serve("--user-connections", 40, setup=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 1024)))
+    crowd = []
+    with as_nobody():
+        for _ in range(300):
+            with contextlib.suppress(ConnectionError):
+                crowd.append(Sender(identity))
+    Sender("brelka-other").line("still heard")
+    await_text("still heard")
+    await_text("user 65534 has 40 connections; more were turned away")
 
 
 @needs_other_users
-def test_a_crowd_of_one_user_leaves_room_for_others(serve, start):
-    descriptors = lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 1024))
-    service = serve("--user-connections", 40, setup=descriptors)
-    for greeting in (b"", hello("brelka-crowd")):
-        crowd = start(sys.executable, "-c", CROWD, 300, greeting.hex(), setup=as_user(65534))
-        wait_until(lambda: "here" in crowd.out)
-        Sender("brelka-other").line("still heard")
-        await_text("still heard")
-        await_text("user 65534 has 40 connections; more were turned away")
-        crowd.close()
-        os.truncate(LOG, 0)
-    assert service.stop() == 0
-
-
-def test_who_never_registers_is_dropped(serve):
-    serve()
-    idle = Sender(None)
-    Sender("brelka-other").line("at once")
-    await_text("at once")
-    assert idle.hung_up()
-    await_text("not registered, did not register and was dropped")
-
-
-FLOOD = """
-import socket, sys
-one = socket.socket(socket.AF_UNIX)
-one.connect("/var/qmz/.kvologd")
-one.sendall(bytes.fromhex(sys.argv[1]))
-for n in range(20000):
-    one.sendall(bytes.fromhex(sys.argv[2]))
-"""
-
-
-@needs_other_users
-def test_a_user_who_floods_the_log_loses_his_own_lines_only(serve, run):
+def test_a_user_who_floods_the_log_loses_his_own_lines_only(serve):
     service = serve("--user-rate", 16)
-    Sender("brelka-root").line("before")
-    flood = run(sys.executable, "-c", FLOOD, hello("brelka-flood").hex(), line(1000 * "x").hex(),
-                setup=as_user(65534))
-    assert flood.status == 0, flood.err
-    other = Sender("brelka-root")
-    for n in range(2000):
-        other.line(1000 * "y")
-    other.line("after")
+    with as_nobody():
+        flood = Sender("brelka-flood")
+    root = Sender("brelka-root")
+    for n in range(4000):
+        flood.line(1000 * "x")
+        root.line(1000 * "y")
+    root.line("after")
     await_text(" after\n")
     await_text("user 65534 writes too much: ")
-    flooded = sum(entry.identity == "brelka-flood" for entry in entries())
-    assert 60 * 16 * 1024 / 1200 < flooded < 4000
-    assert sum(entry.identity == "brelka-root" for entry in entries()) == 2002
+    written = collections.Counter(entry.identity for entry in entries())
+    assert 60 * 16 * 1024 / 1200 < written["brelka-flood"] < 2000 and written["brelka-root"] == 4001
     assert service.stop() == 0
 
 
-def test_a_line_says_who_wrote_it(serve, start):
+def test_a_line_says_who_wrote_it(serve):
     serve()
     Sender("kvologd").line("I am the service").line("of a class", cls=250)
     Sender("brelka[1,0]").line("I am another")
-    start(TRACE_WRITER, "w", 1).wait()
     Sender(None).send(b"nonsense")
     await_text("was dropped")
-    found = {entry.text.split(",")[0]: entry for entry in wait_until(lambda: len(entries()) == 5 and entries())}
+    found = {entry.text.split(",")[0]: entry for entry in wait_until(lambda: len(entries()) == 4 and entries())}
     me = (str(os.getpid()), str(os.getuid()))
     assert found["I am the service"][3:6] == ("(kvologd)", *me)
     assert found["I am another"][3:6] == ("brelka[1,0]", *me)
     assert found["of a class"].cls == "250"
-    assert found["Function: w 0"].identity == "brelka-trace_writer"
-    note = found[f"process {os.getpid()} of user {os.getuid()}"]
-    assert note.identity == "kvologd" and note.pid not in me
-
-
-def test_a_line_that_was_cut_ends_at_a_character(serve):
-    serve()
-    whole, cut = 8190 * "x" + "y", (8190 * "x" + "ü").encode()[:8191]
-    Sender().line(whole).line(cut).line((8189 * "x" + "中").encode()[:8191]).line("short \u00fc").line("end")
-    await_text(" end\n")
-    assert texts() == [whole, 8190 * "x", 8189 * "x", "short ü", "end"]
-
-
-def test_who_comes_before_the_service_waits(manager, start):
-    early = start(TRACE_WRITER, "early", 100)
-    assert early.wait() == 0
-    manager.run()
-    await_text("early 99\n")
-    assert manager.service.stop() == 0 and SOCKET.exists()
+    note = found[f"process {me[0]} of user {me[1]}"]
+    assert note.identity == "kvologd" and note.pid != me[0]

@@ -1,6 +1,7 @@
 """The log service, clients that write their own records, and what it wrote."""
 
 import collections
+import contextlib
 import json
 import os
 import pathlib
@@ -20,9 +21,17 @@ SOCKET = pathlib.Path("/var/qmz/.kvologd")
 LOG = pathlib.Path("/var/log/qmz/fsr.log")
 VERBOSE, INFO, WARNING, ERROR, FATAL, NONE = range(1, 7)
 ALL, LOCALISE, YRAFT, YRAFT_RW, YRAFT_WIN = 0, 63, 175, 187, 188
+NOBODY = 65534
 
 needs_other_users = pytest.mark.skipif(
     open("/proc/self/uid_map").read().split()[2] == "1", reason="a namespace without other users")
+
+
+@contextlib.contextmanager
+def as_nobody():
+    os.seteuid(NOBODY)
+    yield
+    os.seteuid(0)
 
 
 def record(length, kind, body=b""):
@@ -62,13 +71,9 @@ class Sender:
         return self.send(line(text, *args, **how))
 
     def hung_up(self):
-        try:
+        with contextlib.suppress(ConnectionError):
             return self.socket.recv(1) == b""
-        except ConnectionError:
-            return True
-
-    def close(self):
-        self.socket.close()
+        return True
 
 
 Entry = collections.namedtuple("Entry", "time level cls identity pid uid session thread text")
@@ -87,6 +92,21 @@ def texts(path=LOG):
 
 def await_text(text, path=LOG):
     return wait_until(lambda: path.exists() and text in path.read_text(errors="replace"))
+
+
+def start_writers(start, count, lines, rate=0):
+    return [start(TRACE_WRITER, f"w{n}", lines, rate) for n in range(count)]
+
+
+def check_whole(service, writers, lines):
+    """All that they wrote has arrived once and in its order when the service has ended."""
+    assert [writer.wait() for writer in writers] == len(writers) * [0]
+    assert service.stop() == 0
+    found = collections.defaultdict(list)
+    for text in texts():
+        if text.startswith("Function: "):
+            found[text.split()[1]].append(int(text.split()[2]))
+    assert found == {f"w{n}": list(range(lines)) for n in range(len(writers))}
 
 
 @pytest.fixture

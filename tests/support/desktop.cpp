@@ -127,10 +127,6 @@ bool User::WaitNoWindow(const std::string& titlePart) {
   return WaitUntil([&] { return Find(titlePart) == None; });
 }
 
-bool User::WaitWindows(std::size_t count) {
-  return WaitUntil([&] { return Windows().size() == count; });
-}
-
 bool User::WaitCentred(Window window) {
   unsigned int width = 0;
   unsigned int height = 0;
@@ -143,16 +139,6 @@ bool User::WaitCentred(Window window) {
     return box.x >= 0 && box.y >= 0 && box.x + box.width <= screen.width &&
            box.y + box.height <= screen.height && abs(x) <= 20 && abs(y) <= 30;
   });
-}
-
-Window User::Face(const std::string& titlePart) {
-  const Window window = WaitWindow(titlePart);
-  if (window != None) Activate(window);
-  const bool active = WaitUntil([&] {
-    Window now = None;
-    return xdo_get_active_window(m_xdo, &now) == 0 && now == window;
-  });
-  return active ? window : None;
 }
 
 void User::Key(const std::string& keysym, bool control) {

@@ -33,11 +33,8 @@ class User {
   // Each waits for the window manager's word, and answers false or None after half a minute.
   Window WaitWindow(const std::string& titlePart);
   bool WaitNoWindow(const std::string& titlePart);
-  bool WaitWindows(std::size_t count);
   // The whole window is on the screen, and in its middle.
   bool WaitCentred(Window window);
-  // Brings the window to the front and waits for its focus.
-  Window Face(const std::string& titlePart);
 
   void Type(const std::string& text);
   void Key(const std::string& keysym, bool control = false);

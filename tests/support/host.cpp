@@ -15,6 +15,7 @@ std::mutex g_mutex;
 std::condition_variable g_arrived;
 std::deque<Note> g_notes;
 std::atomic<unsigned int> g_answer{0};
+std::function<void()> g_onNext;
 
 }  // namespace
 
@@ -42,6 +43,14 @@ Notes::~Notes() { YraSetYraNotifyCallback(nullptr); }
 
 unsigned int Notes::Receive(unsigned int event, unsigned int subCode, unsigned int status,
                             unsigned int value, void* pData) {
+  gdk_threads_enter();
+  gdk_threads_leave();
+  std::function<void()> act;
+  {
+    const std::lock_guard lock(g_mutex);
+    act.swap(g_onNext);
+  }
+  if (act) act();
   const std::lock_guard lock(g_mutex);
   g_notes.push_back({event, subCode, status, value, pData, std::this_thread::get_id()});
   g_arrived.notify_all();
@@ -62,6 +71,11 @@ std::size_t Notes::Pending() {
 }
 
 void Notes::SetAnswer(unsigned int answer) { g_answer = answer; }
+
+void Notes::OnNext(std::function<void()> act) {
+  const std::lock_guard lock(g_mutex);
+  g_onNext = std::move(act);
+}
 
 Host::Host() : m_winUI(m_ended.get_future()) {
   m_thread = std::thread([this] {
@@ -145,11 +159,8 @@ struct Search {
 
   static void In(GtkWidget* widget, void* data) {
     auto* search = static_cast<Search*>(data);
-    if (search->wanted(widget)) {
-      search->found.push_back(widget);
-    } else if (GTK_IS_CONTAINER(widget)) {
-      gtk_container_forall(GTK_CONTAINER(widget), In, data);
-    }
+    if (search->wanted(widget)) search->found.push_back(widget);
+    if (GTK_IS_CONTAINER(widget)) gtk_container_forall(GTK_CONTAINER(widget), In, data);
   }
 };
 
@@ -167,37 +178,11 @@ std::vector<GtkWidget*> FindAll(const std::string& titlePart, const Wanted& want
   return search.found;
 }
 
-// The nth widget of a type in the visible windows with this title part.
-GtkWidget* FindVisible(const std::string& titlePart, GType type, std::size_t nth = 0) {
-  const auto found = FindAll(titlePart, [type](GtkWidget* widget) {
-    return G_TYPE_CHECK_INSTANCE_TYPE(widget, type) &&
-           gtk_widget_get_visible(gtk_widget_get_toplevel(widget));
-  });
-  return found.size() > nth ? found[nth] : nullptr;
-}
-
-std::string FindLabel(const std::string& titlePart, int nth) {
-  GtkWidget* label = FindVisible(titlePart, GTK_TYPE_LABEL, static_cast<std::size_t>(nth));
-  return label != nullptr ? gtk_label_get_text(GTK_LABEL(label)) : "";
-}
-
-// The list of a chooser that is on the screen, and what is selected in it.
-GtkTreeSelection* FileSelection() {
-  const auto lists = FindAll("", [](GtkWidget* widget) {
-    return GTK_IS_TREE_VIEW(widget) && gtk_widget_get_mapped(widget) &&
-           gtk_tree_selection_get_mode(gtk_tree_view_get_selection(GTK_TREE_VIEW(widget))) ==
-               GTK_SELECTION_MULTIPLE;
-  });
-  return lists.empty() ? nullptr : gtk_tree_view_get_selection(GTK_TREE_VIEW(lists.back()));
-}
-
-// Asks the UI thread until it says yes.
-bool WaitInUI(const std::function<bool()>& condition) {
-  return WaitUntil([&] {
-    bool met = false;
-    InUI([&] { met = condition(); });
-    return met;
-  });
+// It drops what the user types in its first half second, and half a second from there.
+bool Hears(GtkWidget* window) {
+  const void* dropped = g_object_get_data(G_OBJECT(window), "yraft-dropped");
+  return dropped == nullptr ||
+         gdk_x11_get_server_time(gtk_widget_get_window(window)) - GPOINTER_TO_UINT(dropped) >= 500;
 }
 
 }  // namespace
@@ -210,75 +195,107 @@ void InUI(const std::function<void()>& function) {
   Await(done);
 }
 
-bool SelectAllListed(User& user, int count) {
-  Spot spot{-1, -1};
-  const bool listed = WaitInUI([&] {
-    GtkTreeSelection* files = FileSelection();
-    GtkTreeView* list = files ? gtk_tree_selection_get_tree_view(files) : nullptr;
-    GtkTreeModel* model = list ? gtk_tree_view_get_model(list) : nullptr;
-    if (model == nullptr || gtk_tree_model_iter_n_children(model, nullptr) != count) return false;
-    gdk_window_get_origin(gtk_tree_view_get_bin_window(list), &spot.x, &spot.y);
+bool WaitInUI(const std::function<bool()>& condition) {
+  return WaitUntil([&] {
+    bool met = false;
+    InUI([&] { met = condition(); });
+    return met;
+  });
+}
+
+GtkWidget* Find(const std::string& titlePart, GType type, std::size_t nth) {
+  const auto found = FindAll(titlePart, [type](GtkWidget* widget) {
+    return G_TYPE_CHECK_INSTANCE_TYPE(widget, type) &&
+           gtk_widget_get_visible(gtk_widget_get_toplevel(widget));
+  });
+  return found.size() > nth ? found[nth] : nullptr;
+}
+
+bool With(const std::string& titlePart, const std::function<bool(GtkWidget*)>& act) {
+  return WaitInUI([&] {
+    GtkWidget* window = Find(titlePart, GTK_TYPE_WINDOW);
+    return window != nullptr && act(window);
+  });
+}
+
+bool IsSelected(GtkWidget* chooser, const std::string& path) {
+  char* name = gtk_file_chooser_get_filename(GTK_FILE_CHOOSER(chooser));
+  const bool selected = name != nullptr && (path.empty() || path == name);
+  g_free(name);
+  return selected;
+}
+
+bool Select(const std::string& titlePart, const std::string& path, bool all) {
+  int looks = 0;
+  return With(titlePart, [&](GtkWidget* window) {
+    auto* chooser = GTK_FILE_CHOOSER(window);
+    if (all) gtk_file_chooser_set_select_multiple(chooser, TRUE);
+    // It reads the folder first, and anew each time it is told. A folder is also chosen by going
+    // in.
+    const bool goesIn =
+        gtk_file_chooser_get_action(chooser) == GTK_FILE_CHOOSER_ACTION_SELECT_FOLDER;
+    if (looks++ % 500 == 0) {
+      (goesIn && !all ? gtk_file_chooser_set_current_folder : gtk_file_chooser_select_filename)(
+          chooser, path.c_str());
+    }
+    // The selection is the list's while that has the focus; the places are a list of one column.
+    const auto lists = FindAll(titlePart, [](GtkWidget* widget) {
+      return GTK_IS_TREE_VIEW(widget) && gtk_tree_view_get_column(GTK_TREE_VIEW(widget), 1);
+    });
+    if (!lists.empty()) gtk_widget_grab_focus(lists.back());
+    if (!IsSelected(window, path)) return false;
+    if (all) gtk_file_chooser_select_all(chooser);
     return true;
   });
-  if (!listed) return false;
-  user.ClickAt(spot.x + 20, spot.y + 10);
-  const bool focused = WaitInUI([] {
-    return gtk_widget_has_focus(GTK_WIDGET(gtk_tree_selection_get_tree_view(FileSelection()))) !=
-           FALSE;
+}
+
+bool Respond(const std::string& titlePart, int response) {
+  return With(titlePart, [&](GtkWidget* window) {
+    const bool chooses = GTK_IS_FILE_CHOOSER(window) && response == GTK_RESPONSE_ACCEPT;
+    if (chooses && !IsSelected(window, "")) return false;
+    return gtk_dialog_response(GTK_DIALOG(window), response), true;
   });
-  if (!focused) return false;
-  user.Key("a", true);
-  return WaitInUI([&] { return gtk_tree_selection_count_selected_rows(FileSelection()) == count; });
+}
+
+GtkWidget* MainWindow() {
+  const auto found = FindAll("Main Win", [](GtkWidget* widget) { return GTK_IS_WINDOW(widget); });
+  return found.empty() ? nullptr : found.front();
+}
+
+GtkWidget* FindButton(const std::string& titlePart, const std::string& label) {
+  const auto buttons = FindAll(titlePart, [&](GtkWidget* widget) {
+    if (!GTK_IS_BUTTON(widget) || !gtk_widget_get_mapped(widget)) return false;
+    const char* text = gtk_button_get_label(GTK_BUTTON(widget));
+    return g_strcmp0(text, label.c_str()) == 0 ||
+           (label == "gtk-close" && g_strcmp0(text, "_Close") == 0);  // GTK 3's own
+  });
+  return buttons.empty() ? nullptr : buttons.back();
 }
 
 Spot ButtonSpot(const std::string& label) {
   Spot spot{-1, -1};
-  // Until it stands still: a window manager moves a window that comes up.
+  // A window manager moves a window that comes up.
   const bool found = WaitInUI([&] {
-    const auto buttons = FindAll("", [&](GtkWidget* widget) {
-      if (!GTK_IS_BUTTON(widget) || !gtk_widget_get_mapped(widget)) return false;
-      const char* text = gtk_button_get_label(GTK_BUTTON(widget));
-      return g_strcmp0(text, label.c_str()) == 0 ||
-             (label == "gtk-close" && g_strcmp0(text, "_Close") == 0);
-    });
-    if (buttons.empty()) return false;
+    GtkWidget* button = FindButton("", label);
+    if (button == nullptr) return false;
     GtkAllocation area;
-    gtk_widget_get_allocation(buttons.back(), &area);
+    gtk_widget_get_allocation(button, &area);
     const Spot last = spot;
-    gdk_window_get_origin(gtk_widget_get_window(buttons.back()), &spot.x, &spot.y);
+    gdk_window_get_origin(gtk_widget_get_window(button), &spot.x, &spot.y);
     spot = {spot.x + area.x + area.width / 2, spot.y + area.y + area.height / 2};
     return spot.x == last.x && spot.y == last.y;
   });
   return found ? spot : Spot{-1, -1};
 }
 
-namespace {
-
-std::vector<GtkWidget*> FindFocused(const std::string& titlePart) {
-  return FindAll(titlePart, [](GtkWidget* widget) {
-    return GTK_IS_WINDOW(widget) && gtk_widget_get_mapped(widget) &&
-           gtk_window_has_toplevel_focus(GTK_WINDOW(widget));
-  });
-}
-
-}  // namespace
-
-namespace {
-
-// It drops what the user types in its first half second, and half a second from there.
-bool Hears(GtkWidget* window) {
-  const void* dropped = g_object_get_data(G_OBJECT(window), "yraft-dropped");
-  return dropped == nullptr ||
-         gdk_x11_get_server_time(gtk_widget_get_window(window)) - GPOINTER_TO_UINT(dropped) >= 500;
-}
-
-}  // namespace
-
 bool HasFocus(const std::string& titlePart, bool hears) {
   bool has = false;
   InUI([&] {
-    const auto focused = FindFocused(titlePart);
-    has = !focused.empty() && (!hears || Hears(focused.back()));
+    const auto focused = FindAll(titlePart, [hears](GtkWidget* widget) {
+      return GTK_IS_WINDOW(widget) && gtk_widget_get_mapped(widget) &&
+             gtk_window_has_toplevel_focus(GTK_WINDOW(widget)) && (!hears || Hears(widget));
+    });
+    has = !focused.empty();
   });
   return has;
 }
@@ -287,32 +304,30 @@ bool WaitFocus(const std::string& titlePart) {
   return WaitUntil([&] { return HasFocus(titlePart, true); });
 }
 
-std::string LabelText(const std::string& titlePart, int nth) {
+std::string LabelText(const std::string& titlePart, std::size_t nth) {
   std::string text;
-  InUI([&] { text = FindLabel(titlePart, nth); });
+  InUI([&] {
+    GtkWidget* label = Find(titlePart, GTK_TYPE_LABEL, nth);
+    if (label != nullptr) text = gtk_label_get_text(GTK_LABEL(label));
+  });
   return text;
-}
-
-bool WaitLabel(const std::string& titlePart, const std::string& textPart) {
-  return WaitInUI([&] { return FindLabel(titlePart, 0).find(textPart) != std::string::npos; });
 }
 
 std::string CutLabels(const std::string& titlePart) {
   std::string cut;
   WaitInUI([&] {
     cut.clear();
-    const auto labels = FindAll(titlePart, [](GtkWidget* widget) {
+    FindAll(titlePart, [&](GtkWidget* widget) {
       if (!GTK_IS_LABEL(widget) || !gtk_widget_get_mapped(widget)) return false;
       GtkAllocation area;
       gtk_widget_get_allocation(widget, &area);
       int width = 0;
       int height = 0;
       pango_layout_get_pixel_size(gtk_label_get_layout(GTK_LABEL(widget)), &width, &height);
-      return width > area.width || height > area.height;
+      const bool fits = width <= area.width && height <= area.height;
+      if (!fits) cut.append(gtk_label_get_text(GTK_LABEL(widget))).append("; ");
+      return !fits;
     });
-    for (GtkWidget* label : labels) {
-      cut += std::string(gtk_label_get_text(GTK_LABEL(label))) + "; ";
-    }
     return cut.empty();
   });
   return cut;
@@ -331,26 +346,6 @@ void WaitDrawn() {
       },
       &done, nullptr);
   done.get_future().wait();
-}
-
-bool WaitEntry(const std::string& titlePart, const std::string& text) {
-  return WaitInUI([&] {
-    const auto entries = FindAll("", [&](GtkWidget* widget) {
-      return GTK_IS_ENTRY(widget) && gtk_widget_get_mapped(widget) &&
-             g_str_has_prefix(gtk_entry_get_text(GTK_ENTRY(widget)), text.c_str());
-    });
-    GtkWidget* dialog = FindVisible(titlePart, GTK_TYPE_DIALOG);
-    return !entries.empty() && dialog != nullptr &&
-           gtk_widget_is_sensitive(gtk_window_get_default_widget(GTK_WINDOW(dialog)));
-  });
-}
-
-bool Respond(const std::string& title, int response) {
-  return WaitInUI([&] {
-    GtkWidget* dialog = FindVisible(title, GTK_TYPE_DIALOG);
-    if (dialog != nullptr) gtk_dialog_response(GTK_DIALOG(dialog), response);
-    return dialog != nullptr;
-  });
 }
 
 double BarFraction() {

@@ -30,7 +30,7 @@ struct Item {
 };
 std::vector<Item> ItemsOf(const void* pBlock);
 
-// Collects notifications for as long as it lives.
+// Collects notifications for as long as it lives, as a host does that may take the toolkit's lock.
 class Notes {
  public:
   Notes();
@@ -39,6 +39,8 @@ class Notes {
   std::optional<Note> Next();
   std::size_t Pending();
   void SetAnswer(unsigned int answer);
+  // What the host does while it hears of the next one.
+  void OnNext(std::function<void()> act);
 
  private:
   static unsigned int Receive(unsigned int event, unsigned int subCode, unsigned int status,
@@ -78,33 +80,39 @@ Answer Await(std::future<Answer>& answer) {
   return answer.get();
 }
 
-// Runs a function in the UI thread and waits for it.
+// Runs a function in the UI thread and waits for it; or asks one there until it says yes, which it
+// must within half a minute.
 void InUI(const std::function<void()>& function);
+bool WaitInUI(const std::function<bool()>& condition);
 
-// Where a button with this label is on the screen; none within half a minute: {-1, -1}.
+// In the UI thread: the nth widget of a type in the visible windows with this title part, or null.
+GtkWidget* Find(const std::string& titlePart, GType type, std::size_t nth = 0);
+// The hidden window that every UI has, and the mapped button with this label.
+GtkWidget* MainWindow();
+GtkWidget* FindButton(const std::string& titlePart, const std::string& label);
+
+// What follows is asked from another thread, and answers false or none after half a minute.
+
+// Does something to a visible window once it is there and lets it.
+bool With(const std::string& titlePart, const std::function<bool(GtkWidget*)>& act);
+// A chooser has read the folder of a file, and that is selected, or all that stands beside it.
+bool Select(const std::string& titlePart, const std::string& path, bool all = false);
+bool IsSelected(GtkWidget* chooser, const std::string& path);
+// Lets a dialog answer by itself; a chooser accepts once something is selected.
+bool Respond(const std::string& titlePart, int response);
+// Where a button with this label stands still on the screen; else {-1, -1}.
 struct Spot {
   int x, y;
 };
 Spot ButtonSpot(const std::string& label);
-// Selects all that the file chooser lists once it lists `count` entries; answers false otherwise.
-bool SelectAllListed(class User& user, int count);
-// A visible window with this title part has the keyboard focus and hears the keys, within half a
-// minute.
+// The window has the keyboard focus and hears the keys.
 bool WaitFocus(const std::string& titlePart);
 bool HasFocus(const std::string& titlePart, bool hears = false);
-// The text of the nth label (from 0) of a visible window with this title part.
-std::string LabelText(const std::string& titlePart, int nth = 0);
-// That text has come to hold this part, within half a minute.
-bool WaitLabel(const std::string& titlePart, const std::string& textPart);
-// The labels in visible windows with this title part that have less room than they take, and get no
-// more within half a minute.
+// The text of the nth label (from 0), as it is now.
+std::string LabelText(const std::string& titlePart, std::size_t nth = 0);
+// The labels that have less room than they take, and get no more.
 std::string CutLabels(const std::string& titlePart);
 // Everything that was to be drawn is on the screen.
 void WaitDrawn();
-// What is typed into a window has come to begin with this, and its button can be pressed, within half
-// a minute.
-bool WaitEntry(const std::string& titlePart, const std::string& text);
-// Lets a visible dialog answer by itself; false if none comes up within half a minute.
-bool Respond(const std::string& title, int response);
 // The bar's fraction in the visible or hidden progress window.
 double BarFraction();

@@ -49,6 +49,7 @@ void MapConfigurationToChange() {
 
 void Require(int stored) {
   if (stored == 0) throw Refused("the logging library refused the change");
+  utimensat(AT_FDCWD, kPath, nullptr, AT_SYMLINK_NOFOLLOW);
 }
 
 std::optional<KvoLogConfig> ReadConfiguration(const std::string& path) {
@@ -81,6 +82,8 @@ LogTarget StoredTarget() {
 }
 
 const LogTarget& ConfigurationWatch::Now() {
+  m_file.Clear();
+  m_file.Watch(kPath);
   const auto configuration = ReadConfiguration();
   if (!configuration) return m_target;
   const LogTarget stored = TargetOf(*configuration);

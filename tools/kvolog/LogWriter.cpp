@@ -1,5 +1,6 @@
 #include "LogWriter.h"
 
+#include <poll.h>
 #include <pthread.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -10,7 +11,7 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds kTick{250};      // between two attempts
+constexpr std::chrono::milliseconds kTick{250};      // between two attempts, and two looks
 constexpr std::size_t kKept = std::size_t{4} << 20;  // bytes of a batch's memory that is used again
 
 }  // namespace
@@ -38,6 +39,13 @@ bool LogWriter::Idle() {
   eventfd_read(m_event.get(), &ignored);
   const std::lock_guard lock(m_mutex);
   return m_written == m_batch.size();
+}
+
+bool LogWriter::Await(std::chrono::milliseconds patience) {
+  if (Idle()) return true;
+  pollfd event{m_event.get(), POLLIN, 0};
+  poll(&event, 1, static_cast<int>(patience.count()));
+  return Idle();
 }
 
 void LogWriter::Write(std::string* lines) {
@@ -69,13 +77,24 @@ void LogWriter::Reopen() {
   m_news.notify_one();
 }
 
+void LogWriter::Look() {
+  {
+    const std::lock_guard lock(m_mutex);
+    m_look = m_any = true;
+  }
+  m_news.notify_one();
+}
+
 void LogWriter::Run() {
   pthread_setname_np(pthread_self(), "kvolog-writer");
   std::unique_lock lock(m_mutex);
   auto next = std::chrono::steady_clock::now() + kTick;
+  bool again = true;  // there is something to look at, or to try again
   for (bool stop = false; !stop;) {
-    m_news.wait_until(lock, next, [this] { return m_any; });
+    const auto news = [this] { return m_any; };
+    again ? static_cast<void>(m_news.wait_until(lock, next, news)) : m_news.wait(lock, news);
     m_any = false;
+    again = std::exchange(m_look, false) || again;
     const LogTarget target = m_target;
     const bool reopen = std::exchange(m_reopen, false);
     stop = m_stop;
@@ -84,13 +103,14 @@ void LogWriter::Run() {
     lock.unlock();
     m_file.Use(target);
     if (reopen) m_file.Reopen();
-    if (const auto now = std::chrono::steady_clock::now(); now >= next) {
+    if (const auto now = std::chrono::steady_clock::now(); (again || busy) && now >= next) {
       next = now + kTick;
-      m_file.Check();
+      again = m_file.Check();
     }
     const std::size_t done = busy ? m_file.Append(std::string_view(m_batch).substr(from)) : 0;
     lock.lock();
     m_written += done;
+    again = again || (busy && m_written < m_batch.size());
     if (busy && m_written == m_batch.size()) eventfd_write(m_event.get(), 1);
   }
 }

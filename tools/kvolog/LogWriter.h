@@ -2,6 +2,7 @@
 // never waits for a disk.
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <mutex>
@@ -20,13 +21,15 @@ class LogWriter {
 
   // Becomes readable when a batch is written.
   int event() const { return m_event.get(); }
-  // No batch is under way. Clears the event.
+  // No batch is under way, or not any more after so long. Clears the event.
   bool Idle();
+  bool Await(std::chrono::milliseconds patience);
   // Only while idle. Leaves an empty text behind.
   void Write(std::string* lines);
 
   void Use(const LogTarget& target);
   void Reopen();
+  void Look();  // something has happened in the file's folder
 
   // Ends with a last attempt at the batch under way and at `rest`. Answers how many lines of both
   // are lost.
@@ -46,6 +49,7 @@ class LogWriter {
   std::string m_batch;        // only its owner touches the text: the thread while it is not done
   std::size_t m_written = 0;  // bytes of it; all of them: it is done
   bool m_reopen = false;
+  bool m_look = false;
   bool m_stop = false;
 
   std::thread m_thread;

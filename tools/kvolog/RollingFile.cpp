@@ -117,19 +117,17 @@ void RollingFile::StopPacking() {
   unlink(Unfinished().c_str());
 }
 
-void RollingFile::Check() {
+bool RollingFile::Check() {
   Pack();
   m_rollFailed = false;
   struct stat named {};
   struct stat ours {};
-  if (!m_fd || fstat(m_fd.get(), &ours) != 0) {
-    Open();
-    return;
-  }
+  if (!m_fd || fstat(m_fd.get(), &ours) != 0) return !Open();
   m_size = static_cast<std::uint64_t>(ours.st_size);  // somebody may have emptied it
   const bool nameless = lstat(m_target.path.c_str(), &named) != 0 || named.st_dev != ours.st_dev ||
                         named.st_ino != ours.st_ino;
   if (std::exchange(m_nameless, nameless) && nameless) Reopen();
+  return !m_fd || m_nameless || m_packing.joinable();
 }
 
 std::size_t RollingFile::Append(std::string_view lines) {

@@ -42,8 +42,9 @@ class RollingFile {
   void Reopen();
 
   // Reopens where two calls in a row found that the file has lost its name. Compresses old files,
-  // one after the other. Call it now and then.
-  void Check();
+  // one after the other. Call it now and then while something is written or happens in the folder,
+  // and as long as it answers true.
+  bool Check();
 
  private:
   bool Open();

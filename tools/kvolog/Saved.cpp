@@ -19,7 +19,7 @@ KvoLogConfig Now() {
 
 KvoLogConfig Defaults() {
   KvoLogConfig defaults{};
-  Require(KvoLogGetDefaultFlags(&defaults.flags));
+  KvoLogGetDefaultFlags(&defaults.flags);
   for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
     defaults.levels[id] = KvoLogGetDefaultLevel(id);
   }

@@ -1,7 +1,9 @@
 #include "Service.h"
 
+#include <linux/sockios.h>
 #include <signal.h>
 #include <sys/epoll.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
@@ -23,11 +25,11 @@
 
 namespace {
 
-constexpr std::chrono::milliseconds kTick{250};
 constexpr std::chrono::milliseconds kWriterPatience{100};
 constexpr std::chrono::milliseconds kRow{1};
 constexpr std::chrono::microseconds kGathering{200};
 constexpr std::chrono::seconds kRegistrationPatience{5};
+constexpr std::chrono::seconds kPatienceAtTheEnd{5};
 constexpr std::size_t kTurn = std::size_t{64} << 10;         // bytes that a client's turn reads
 constexpr std::size_t kBatch = std::size_t{1} << 20;         // bytes that are written at once
 constexpr std::size_t kWrite = std::size_t{256} << 10;       // bytes, or
@@ -35,7 +37,7 @@ constexpr std::chrono::milliseconds kDelay{5};               // since the last w
 constexpr std::size_t kMostWaiting = std::size_t{32} << 20;  // bytes, while the writer stalls
 constexpr int kMostAccepted = 64;                            // between two rounds of turns
 constexpr double kBurstSeconds = 60;  // in which a user may use up the bytes of as many
-constexpr int kTurnsAtTheEnd = 16;    // more than a socket holds
+constexpr int kTurnsAtTheEnd = 160;   // more than a socket holds
 
 std::string Error() { return std::strerror(errno); }
 
@@ -50,22 +52,23 @@ UniqueFd OpenSignals() {
   return UniqueFd(signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
-// How far into what waits in a socket somebody has looked.
+// How far into what waits in a socket we have looked.
 void SetPeeked(int fd, int bytes) { setsockopt(fd, SOL_SOCKET, SO_PEEK_OFF, &bytes, sizeof bytes); }
-std::size_t Peeked(int fd) {
+
+// How much waits in a socket.
+std::size_t Waiting(int fd) {
   int bytes = 0;
-  socklen_t size = sizeof bytes;
-  getsockopt(fd, SOL_SOCKET, SO_PEEK_OFF, &bytes, &size);
+  ioctl(fd, SIOCINQ, &bytes);
   return static_cast<std::size_t>(std::max(bytes, 0));
 }
 
-// The lines that a service may have written whose clients we get. A byte that was sent becomes four
-// at most, and each line has fields that were not.
+// The lines that services before us may have written without having taken them out of the sockets
+// that we get: not more than a batch each.
 WrittenLines WrittenBefore(const Inheritance& inheritance, const std::string& path) {
-  std::size_t peeked = 0;
-  for (const auto& connection : inheritance.connections) peeked += Peeked(connection.fd.get());
   WrittenLines lines;
-  if (peeked > 0) lines.Load(path, 2 * kBatch + 8 * peeked);
+  const bool any = std::ranges::any_of(inheritance.connections,
+                                       [](const auto& one) { return Waiting(one.fd.get()) > 0; });
+  if (any) lines.Load(path, 16 * kBatch);
   return lines;
 }
 
@@ -115,7 +118,8 @@ Service::Service(const ServeOptions& options, Inheritance inheritance)
       m_writer(m_target, [](const std::string& what) { Complain(kError, what); }),
       m_received(kTurn),
       m_nextTick(Clock::now()) {
-  for (const int fd : {m_signals.get(), m_socket.get(), m_writer.event()}) {
+  for (const int fd : {m_signals.get(), m_socket.get(), m_writer.event(), m_configuration.event(),
+                       m_logFolder.fd()}) {
     if (!Watch(fd, EPOLLIN)) throw Refused("cannot wait for clients: " + Error());
   }
   for (auto& connection : inheritance.connections) Adopt(std::move(connection));
@@ -150,7 +154,9 @@ void Service::Gather() {
 void Service::Wait() {
   std::array<epoll_event, 256> events{};
   const bool turns = !m_ready.empty() && (m_lines.size() < kBatch || m_stalled);
-  const auto patience = !m_lines.empty() ? kDelay : m_pinned.empty() ? kTick : kWriterPatience;
+  const auto patience = !m_lines.empty()   ? kDelay
+                        : m_pinned.empty() ? m_configuration.Patience()
+                                           : kWriterPatience;
   const int n = epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()),
                            turns ? 0 : static_cast<int>(patience.count()));
   for (int i = 0; i < n; ++i) {
@@ -159,6 +165,11 @@ void Service::Wait() {
       HandleSignal();
     } else if (fd == m_socket.get()) {
       AcceptSome();
+    } else if (fd == m_configuration.event()) {
+      m_nextTick = Clock::now();
+    } else if (fd == m_logFolder.fd()) {
+      m_logFolder.Clear();
+      m_writer.Look();
     } else if (const auto client = m_clients.find(fd); client != m_clients.end()) {
       if (!std::exchange(client->second.ready, true)) m_ready.push_back(fd);
     }
@@ -169,18 +180,19 @@ void Service::Wait() {
 void Service::Tick() {
   const auto now = Clock::now();
   if (now < m_nextTick) return;
-  m_nextTick = now + kTick;
   sd_notify(0, "WATCHDOG=1");
   if (const LogTarget& target = m_configuration.Now(); target != m_target) {
     m_target = target;
     m_writer.Use(m_target);
   }
+  m_nextTick = now + m_configuration.Patience();
+  if (m_logFolder.Watch(m_target.path)) m_writer.Look();
   if (!m_accepting) m_accepting = Watch(m_socket.get(), EPOLLIN);
   for (auto& [fd, client] : m_clients) {
     if (client.reader.Registered() || client.ended || now - client.since < kRegistrationPatience) {
       continue;
     }
-    Note(client, "did not register and was dropped");
+    if (client.answer.empty()) Note(client, "did not register and was dropped");
     End(client);
   }
   for (auto& [uid, user] : m_users) {
@@ -246,7 +258,10 @@ Service::Client* Service::NewClient(UniqueFd fd) {
 void Service::Admit(UniqueFd fd) {
   Client* client = NewClient(std::move(fd));
   if (client == nullptr) return Note("a client was turned away: " + Error());
-  if (m_keeps) SetPeeked(client->fd.get(), 0);
+  if (m_keeps) {
+    SetPeeked(client->fd.get(), 0);
+    Store(*client);
+  }
   User& user = m_users[client->peer.uid];
   if (client->peer.uid == 0 || user.connections <= m_options.connections) return;
   user.turnedAway = true;
@@ -257,20 +272,26 @@ void Service::Adopt(Inheritance::Connection connection) {
   Client* client = NewClient(std::move(connection.fd));
   if (client == nullptr) return;
   const int fd = client->fd.get();
-  client->again = Peeked(fd);
-  client->stored = true;
+  client->again = Waiting(fd);
   SetPeeked(fd, -1);
   if (Registered(fd)) Restore(connection.name, &client->reader);
+  client->name = connection.name;
   SetPeeked(fd, 0);
 }
 
 // The service manager keeps the connection when we are gone, until it is told otherwise: that the
 // client has gone does not mean that its last lines are in the file.
 void Service::Store(Client& client) {
-  client.stored = true;
   const int fd = client.fd.get();
-  const std::string state = "FDSTORE=1\nFDPOLL=0\nFDNAME=" + StoreName(fd, client.reader);
+  Unstore(client);
+  client.name = StoreName(fd, client.reader);
+  const std::string state = "FDSTORE=1\nFDPOLL=0\nFDNAME=" + client.name;
   sd_pid_notify_with_fds(0, 0, state.c_str(), &fd, 1);
+}
+
+void Service::Unstore(const Client& client) {
+  if (client.name.empty()) return;
+  sd_notify(0, ("FDSTOREREMOVE=1\nFDNAME=" + client.name).c_str());
 }
 
 // Nothing more is read from the client, and it hears of it. Its next turn is its last.
@@ -283,9 +304,7 @@ void Service::End(Client& client) {
 void Service::Forget(int fd) {
   const auto client = m_clients.find(fd);
   if (client == m_clients.end()) return;
-  if (client->second.stored) {
-    sd_notify(0, ("FDSTOREREMOVE=1\nFDNAME=" + StoreName(fd, client->second.reader)).c_str());
-  }
+  Unstore(client->second);
   const auto user = m_users.find(client->second.peer.uid);
   --user->second.connections;
   m_clients.erase(client);
@@ -314,6 +333,7 @@ void Service::Turns() {
 void Service::Read(Client& client) {
   client.ready = false;
   if (client.ended) return;
+  if (!client.answer.empty()) return SendAnswer(client);
   const ssize_t n = recv(client.fd.get(), m_received.data(), m_received.size(),
                          MSG_DONTWAIT | (m_keeps ? MSG_PEEK : 0));
   if (n < 0 && errno == EAGAIN) {
@@ -335,12 +355,13 @@ void Service::Read(Client& client) {
 void Service::TakeIn(Client& client, std::string_view bytes) {
   RecordReader& reader = client.reader;
   if (!reader.Registered() && bytes == kStatusRequest) {
-    AnswerStatus(client);
-    return End(client);
+    return AnswerStatus(client);
   }
   reader.Feed(bytes);
+  const bool registered = reader.Registered();
   for (LogRecord record{}; reader.Next(&record);) AddLine(client, record);
   client.bytes += bytes.size();
+  if (m_keeps && !registered && reader.Registered()) Store(client);
   if (m_keeps) Keep(client, bytes.size());
   if (reader.error().empty()) return;
   Note(client, "sent " + reader.error() + " and was dropped");
@@ -352,7 +373,6 @@ void Service::Keep(Client& client, std::size_t bytes) {
   client.again -= std::min(client.again, bytes);
   client.read += bytes;
   client.whole = client.read - std::min(client.read, client.reader.Partial());
-  if (client.reader.Registered() && !client.stored) Store(client);
   if (client.whole > 0 && !std::exchange(client.pinned, true)) m_pinned.push_back(client.fd.get());
 }
 
@@ -473,7 +493,10 @@ std::uint64_t Service::Drain() {
     for (auto& [fd, client] : m_clients) {
       if (!m_socket.Outlives()) shutdown(fd, SHUT_RD);
       m_any = true;
-      for (int n = 0; std::exchange(m_any, false) && n < kTurnsAtTheEnd; ++n) Read(client);
+      for (int n = 0; std::exchange(m_any, false) && n < kTurnsAtTheEnd; ++n) {
+        Read(client);
+        HandOverAtEnd();
+      }
     }
     if (!m_socket.Outlives()) {
       m_clients.clear();
@@ -493,18 +516,32 @@ std::uint64_t Service::Drain() {
   return lost;
 }
 
+// So that what many sockets hold does not have to fit into the memory for lines.
+void Service::HandOverAtEnd() {
+  if (m_late || m_lines.size() < kBatch) return;
+  m_late = !m_writer.Await(kPatienceAtTheEnd);
+  if (!m_late) m_writer.Write(&m_lines);
+}
+
 // ---- What is told ------------------------------------------------------------------------------
 
-void Service::AnswerStatus(const Client& client) {
-  if (client.peer.uid != 0 && client.peer.gid != 0) return;
-  const std::string text = JsonText(Status(), 2);
-  const timeval patience{1, 0};
-  setsockopt(client.fd.get(), SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
-  for (std::string_view rest = text; !rest.empty();) {
-    const ssize_t n = send(client.fd.get(), rest.data(), rest.size(), MSG_NOSIGNAL);
-    if (n <= 0) return;
-    rest.remove_prefix(static_cast<std::size_t>(n));
-  }
+void Service::AnswerStatus(Client& client) {
+  if (client.peer.uid != 0 && client.peer.gid != 0) return End(client);
+  client.answer = JsonText(Status(), 2);
+  epoll_event event{};
+  event.events = EPOLLOUT;
+  event.data.fd = client.fd.get();
+  epoll_ctl(m_epoll.get(), EPOLL_CTL_MOD, client.fd.get(), &event);
+  SendAnswer(client);
+}
+
+// As much as there is room for. Who takes too long to read it is dropped, as one who does not
+// register.
+void Service::SendAnswer(Client& client) {
+  const ssize_t n = send(client.fd.get(), client.answer.data(), client.answer.size(),
+                         MSG_NOSIGNAL | MSG_DONTWAIT);
+  if (n > 0) client.answer.erase(0, static_cast<std::size_t>(n));
+  if (client.answer.empty() || (n < 0 && errno != EAGAIN)) End(client);
 }
 
 Json Service::Status() const {
@@ -523,6 +560,7 @@ Json Service::Status() const {
   getrlimit(RLIMIT_NOFILE, &descriptors);
   return {{"pid", getpid()},
           {"output", m_target.path},
+          {"rolls", m_target.rolls},
           {"waiting", std::ranges::count(m_lines, '\n')},
           {"stalled", m_stalled},
           {"lost", m_lost + m_dropped},

@@ -21,6 +21,7 @@
 
 #include "Commands.h"
 #include "Configuration.h"
+#include "FileWatch.h"
 #include "Json.h"
 #include "LogLine.h"
 #include "LogWriter.h"
@@ -69,13 +70,14 @@ class Service {
     Clock::time_point since{};
     RecordReader reader{};
     bool ready = false;      // has a turn to come
-    bool stored = false;     // the service manager has it, too
     bool ended = false;      // nothing more will be read
+    std::string answer{};    // to its question, as far as it is not sent
+    std::string name{};      // by which the service manager has it, too
     bool pinned = false;     // some of what was read is still in its socket, namely
     std::size_t read = 0;    // so many bytes,
     std::size_t whole = 0;   // of these, so many in whole records,
     std::size_t handed = 0;  // of these, so many whose lines are being written
-    std::size_t again = 0;   // so many bytes to come were read by a service that died
+    std::size_t again = 0;   // so many bytes to come may have been read by one that died
     std::uint64_t lines = 0, bytes = 0, dropped = 0;
   };
 
@@ -95,14 +97,17 @@ class Service {
   void Forward(const Client& client, const LogRecord& record, std::string_view className);
   bool MayAdd(const ucred& peer, std::size_t bytes);
   void Keep(Client& client, std::size_t bytes);
-  void Store(Client& client);
+  static void Store(Client& client);
+  static void Unstore(const Client& client);
   void Settle();
   void Consume(Client& client, std::size_t size);
   void Discard(int fd, std::size_t size);
   void End(Client& client);
   void Forget(int fd);
   std::uint64_t Drain();
-  void AnswerStatus(const Client& client);
+  void HandOverAtEnd();
+  void AnswerStatus(Client& client);
+  void SendAnswer(Client& client);
   Json Status() const;
   void Note(const Client& client, const std::string& what);
   void Note(const std::string& what);
@@ -116,6 +121,7 @@ class Service {
   const Names m_names;
   ConfigurationWatch m_configuration;
   LogTarget m_target;
+  FileWatch m_logFolder;
   WrittenLines m_written;  // by a service that died
   LogWriter m_writer;
   LogLineWriter m_line;
@@ -135,4 +141,5 @@ class Service {
   bool m_any = false;         // has come in this round
   bool m_accepting = true;    // false while no descriptor is free
   bool m_running = true;
+  bool m_late = false;  // at the end, the writer was waited for in vain
 };

@@ -3,7 +3,6 @@
 #define PCRE2_CODE_UNIT_WIDTH 8
 #include <pcre2.h>
 #include <poll.h>
-#include <sys/inotify.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -21,6 +20,7 @@
 #include "Commands.h"
 #include "Configuration.h"
 #include "Failure.h"
+#include "FileWatch.h"
 #include "Json.h"
 #include "LogLine.h"
 #include "LogReader.h"
@@ -30,8 +30,6 @@
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-constexpr std::chrono::milliseconds kPause{250};  // between two looks at the configuration
 
 // What a line is to hold, a regular expression as journalctl(1) takes them.
 class Pattern {
@@ -197,26 +195,6 @@ class Printer {
   bool m_coloured;
 };
 
-// Waits for something to happen in a file's folder, which may not be there yet.
-class FolderWatch {
- public:
-  FolderWatch() : m_fd(inotify_init1(IN_CLOEXEC | IN_NONBLOCK)) {}
-
-  void Wait(const std::string& path, Clock::time_point until) {
-    inotify_add_watch(m_fd.get(), std::filesystem::path(path).parent_path().c_str(),
-                      IN_MODIFY | IN_CREATE | IN_MOVED_TO);
-    const auto left = std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now());
-    pollfd any{m_fd.get(), POLLIN, 0};
-    poll(&any, 1, std::max(static_cast<int>(left.count()), 0));
-    std::array<char, 8192> events;
-    while (read(m_fd.get(), events.data(), events.size()) > 0) {
-    }
-  }
-
- private:
-  UniqueFd m_fd;
-};
-
 std::int64_t WallTime() {
   return std::chrono::duration_cast<std::chrono::microseconds>(
              std::chrono::system_clock::now().time_since_epoch())
@@ -224,21 +202,26 @@ std::int64_t WallTime() {
 }
 
 [[noreturn]] void Follow(LogReader* log, const LogReader::Sink& sink, bool configured) {
-  FolderWatch folder;
+  FileWatch file(IN_MODIFY);
   ConfigurationWatch configuration;
   std::string path = log->path();
   std::int64_t looked = WallTime();  // when the log was still in `path`
-  for (Clock::time_point next{};;) {
-    if (const auto now = Clock::now(); configured && now >= next) {
-      next = now + kPause;
-      const std::int64_t since = std::exchange(looked, WallTime());
-      if (const std::string& target = configuration.Now().path; target != path) {
-        path = target;
-        log->GoOnIn(path, since);
-      }
+  for (;;) {
+    const std::int64_t now = WallTime();
+    if (const std::string& target = configuration.Now().path; configured && target != path) {
+      path = target;
+      log->GoOnIn(path, looked);
     }
-    log->Read(sink);
-    folder.Wait(path, Clock::now() + kPause);
+    if (configuration.Settled()) looked = now;
+    const auto next = Clock::now() + configuration.Patience();
+    pollfd events[] = {{configuration.event(), POLLIN, 0}, {file.fd(), POLLIN, 0}};
+    for (auto left = configuration.Patience(); left.count() > 0 && events[0].revents == 0;
+         left = std::chrono::ceil<std::chrono::milliseconds>(next - Clock::now())) {
+      file.Watch(path);
+      file.Clear();
+      log->Read(sink);
+      poll(events, std::size(events), static_cast<int>(left.count()));
+    }
   }
 }
 

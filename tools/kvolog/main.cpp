@@ -39,9 +39,8 @@ void AddLevels(CLI::App& app, Given& given) {
   levels->callback([&given] { ShowLevels(given.className, given.json); });
 
   CLI::App* set = app.add_subcommand("set", "change the level of classes");
-  set->add_option("CLASS LEVEL", given.words,
-                  "names in any case, or numbers; several classes will do")
-      ->type_name("")
+  set->add_option("CLASS", given.words, "names in any case, or numbers; several classes will do")
+      ->type_name("LEVEL")
       ->required();
   set->add_option("--for", given.span, "give the old levels back after so long: 90s, 10m,\n2h, 1d")
       ->type_name("TIME");

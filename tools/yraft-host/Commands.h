@@ -17,6 +17,7 @@ enum ExitStatus {
 struct TransferOptions {
   std::uint64_t rate = 0;                  // bytes a second at most; 0 for as fast as it goes
   bool asItIs = false;                     // take files that others write meanwhile
+  bool resumes = false;                    // go on where a process before has stopped
   bool quiet = false;                      // say only what goes wrong
   PathFormat format = PathFormat::kLines;  // of what arrived where
 

@@ -89,6 +89,7 @@ class Target {
   // Where a file of that name is, for whoever looks for it.
   virtual std::string PlaceOf(const std::string& name) const = 0;
 
-  // Lets everything arrive that was finished. Small files are faster together.
+  // Lets everything arrive that was finished, or go where the user wants to stop. Small files are
+  // faster together.
   virtual void Settle() = 0;
 };

@@ -96,6 +96,7 @@ void LocalFolder::Finish(std::unique_ptr<Sink> sink, const Arrived& arrived) {
 void LocalFolder::Settle() {
   auto finished = std::exchange(m_finished, {});
   m_finishedBytes = 0;
+  if (!m_permission.goOn()) return;
   for (Finished& one : finished) {
     one.why = WhyNot([&one] { one.sink->Sync(); });
   }

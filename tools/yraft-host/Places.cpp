@@ -52,7 +52,7 @@ ExitStatus Places::OpenTarget(const std::string& place, Console& console) {
       shown = shown && !(event && event->kind == Event::Kind::kUiEnded);
       return shown && !(event && event->kind == Event::Kind::kInterrupted);
     };
-    auto target = std::make_unique<RemoteFolder>(m_to, Url(place));
+    auto target = std::make_unique<RemoteFolder>(m_to, Url(place), m_options.resumes, m_permission);
     try {
       target->Visit();
       m_target = std::move(target);

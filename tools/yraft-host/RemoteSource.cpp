@@ -50,7 +50,9 @@ void RemoteSource::Await() {
   for (int attempt = 0; m_buffer.empty() && !m_done; ++attempt) {
     if (m_lost) Start(m_behind);
     const auto result = m_server.Run(m_request.get(), [this] { return !m_buffer.empty(); });
-    m_done = result == CURLE_OK;
+    // Nothing is redirected: this is what libcurl up to 8.16 makes of an empty file that comes over
+    // a connection which brought another before.
+    m_done = result == CURLE_OK || result == CURLE_TOO_MANY_REDIRECTS;
     m_lost = result && !m_done;
     if (!m_lost) continue;
     if (!IsLost(*result) || attempt == kAttempts) {

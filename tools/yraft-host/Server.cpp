@@ -14,6 +14,9 @@ constexpr long kSeconds = 30;  // in which a server has to answer
 constexpr long kShortSeconds = 5;
 constexpr int kPollMilliseconds = 50;
 
+// Without an end curl waits for some answers of SFTP in a busy loop.
+constexpr long kForGood = 2'000'000;
+
 std::string Home(const char* below) { return g_get_home_dir() + std::string("/.ssh/") + below; }
 
 std::string LoginName() {
@@ -67,11 +70,17 @@ std::string HttpWords(long code) {
 }  // namespace
 
 Server::Server(const Permission& permission, Answers answers)
-    : m_permission(permission),
+    : m_permission(&permission),
       m_answers(std::move(answers)),
       m_connections(curl_multi_init(), curl_multi_cleanup),
       m_loginName(LoginName()),
       m_keyFile(KeyFile()) {}
+
+Server::Server(const Server& like, const Permission& permission)
+    : Server(permission, {[](const auto&, const auto&) { return false; },
+                          [](const auto&) { return std::string(); }}) {
+  m_password = like.m_password;
+}
 
 Server::~Server() {
   if (m_running != nullptr) Drop(m_running);
@@ -87,6 +96,7 @@ Server::Handle Server::Prepare(const std::string& text) {
   curl_easy_setopt(request, CURLOPT_PROTOCOLS_STR, "sftp,https");
   curl_easy_setopt(request, CURLOPT_ERRORBUFFER, m_error);
   curl_easy_setopt(request, CURLOPT_CONNECTTIMEOUT, kSeconds);
+  curl_easy_setopt(request, CURLOPT_TIMEOUT, kForGood);
   curl_easy_setopt(request, CURLOPT_NETRC, CURL_NETRC_OPTIONAL);
   curl_easy_setopt(request, CURLOPT_FAILONERROR, 1L);
   curl_easy_setopt(request, CURLOPT_UPLOAD_BUFFERSIZE, 2L << 20);
@@ -149,7 +159,7 @@ std::optional<CURLcode> Server::Run(CURL* request, const std::function<bool()>& 
     if (const auto result = Step(request)) return result;
     if (ready()) return std::nullopt;
     curl_multi_poll(m_connections.get(), nullptr, 0, kPollMilliseconds, nullptr);
-    if (!m_permission.goOn()) throw FileFailed("cancelled");
+    if (!m_permission->goOn()) throw FileFailed("cancelled");
   }
 }
 

@@ -30,6 +30,9 @@ class Server {
 
   // permission  asked while a request takes long
   Server(const Permission& permission, Answers answers);
+
+  // One more to the same machine, of which the user has been asked all there is to ask.
+  Server(const Server& like, const Permission& permission);
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;
@@ -40,6 +43,9 @@ class Server {
   // Runs a request until it is done or `ready` holds. Answers its result once it is done. Throws
   // FileFailed where the user wants it to end.
   std::optional<CURLcode> Run(CURL* request, const std::function<bool()>& ready);
+
+  // Whom to ask from now on.
+  void AskInstead(const Permission& permission) { m_permission = &permission; }
 
   // Makes the first request to a server, and again with a password where it wants one.
   CURLcode Enter(const std::string& url, Handle& request);
@@ -62,7 +68,7 @@ class Server {
   void SetUser(CURL* request, const Url& url);
   std::optional<CURLcode> Step(CURL* request);
 
-  const Permission& m_permission;
+  const Permission* m_permission;
   Answers m_answers;
   std::unique_ptr<CURLM, CURLMcode (*)(CURLM*)> m_connections;
   const std::string m_loginName, m_keyFile;

@@ -115,7 +115,7 @@ ExitStatus Transfer::Run() {
   m_order.permission.goOn = [this] { return PieceDone({.done = m_offset}); };
   for (const TransferItem& item : m_order.items) m_total += item.bytes;
   for (std::size_t i = 0; i < m_order.items.size() && !m_cancelled; ++i) Copy(i, target);
-  if (!m_cancelled) target.Settle();
+  target.Settle();
   m_order.permission.goOn = [] { return true; };
   m_shown = m_shown == kNone ? 0 : m_shown;
   Report(YRAFT_PROGRESS_CLOSE);

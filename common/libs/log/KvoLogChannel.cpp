@@ -28,8 +28,15 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kPatience{1};
+// What a service that stands still may leave unread, as far as the kernel allows. Of its own accord
+// it gives room for some 280 short lines; each takes some 800 bytes of this.
+constexpr int kRoom = 4 << 20;
+// Milliseconds after which to look for room though nobody was told of any: the kernel tells when
+// three quarters of it are free, and a busy service may take longer than we wait.
+constexpr int kLook = 10;
 
 std::atomic<bool> g_connected{false};
+std::atomic<Clock::time_point> g_passed{};  // when a line that had waited for room was sent
 // Written by the start and the end, which no line overlaps.
 int g_socket = -1;
 const char* g_identity = nullptr;
@@ -40,17 +47,21 @@ int Left(Clock::time_point end) {
   return std::max(static_cast<int>(left.count()), 0);
 }
 
-// Sends a record whole. Takes a second at most, whatever signals come meanwhile.
+// Sends a record whole. Gives up when for a second none of those that wait got through, whatever
+// signals come meanwhile.
 bool SendWhole(int fd, const void* pData, std::size_t size) {
-  std::optional<Clock::time_point> end;  // nobody looks at the clock who need not wait
+  std::optional<Clock::time_point> start;  // nobody looks at the clock who need not wait
   for (;;) {
     const ssize_t sent = send(fd, pData, size, MSG_NOSIGNAL | MSG_DONTWAIT);
-    if (sent >= 0 || errno != EAGAIN) return sent == static_cast<ssize_t>(size);
-    if (!end) end = Clock::now() + kPatience;
-    const int left = Left(*end);
+    if (sent >= 0 || errno != EAGAIN) {
+      if (start) g_passed = Clock::now();
+      return sent == static_cast<ssize_t>(size);
+    }
+    if (!start) start = Clock::now();
+    const int left = Left(std::max(*start, g_passed.load()) + kPatience);
     if (left == 0) return false;
     pollfd room{fd, POLLOUT, 0};
-    poll(&room, 1, left);
+    poll(&room, 1, std::min(left, kLook));
   }
 }
 
@@ -121,6 +132,7 @@ bool OpenChannel(unsigned int session, const char* identity) {
   sigaction(SIGPIPE, &ignore, &old);
   g_identity = identity;
   g_socket = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  setsockopt(g_socket, SOL_SOCKET, SO_SNDBUF, &kRoom, sizeof(kRoom));
   if (g_socket >= 0 && !(Connect(g_socket) && Register(g_socket, session, identity))) {
     close(g_socket);
     g_socket = -1;

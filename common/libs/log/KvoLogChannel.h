@@ -19,8 +19,8 @@ void CloseChannel();
 
 bool ChannelOpen();
 
-// Writes a record of `size` bytes whole, or gives the connection up, at the latest after a second.
-// No point of cancellation.
+// Writes a record of `size` bytes whole, or gives the connection up when nothing passed for a
+// second. No point of cancellation.
 void WriteRecord(const KvoLogRecord& record, std::size_t size);
 
 }  // namespace kvolog

@@ -106,14 +106,19 @@ constexpr AboveTable MakeAbove() {
 
 inline constexpr AboveTable kAbove = MakeAbove();
 
-// Every id has its row, behind that of its parent and not too far from the root.
+// Every id has its row, behind that of its parent and not too far from the root; so many hang below
+// the root itself, and so many have a level by default.
 constexpr bool Complete() {
+  unsigned int heads = 0;
+  unsigned int withLevel = 0;
   for (unsigned int id = 0; id < KVO_LOG_CLASSES; ++id) {
     const ClassRow& row = kClasses[id];
     if (row.name[0] == '\0' || row.parent >= static_cast<std::int32_t>(id)) return false;
     if (kAbove[kMaxSteps - 1][id] != KVO_CLASS_ALL) return false;
+    heads += row.parent == KVO_CLASS_ALL ? 1 : 0;
+    withLevel += row.defaultLevel == KVO_LOG_WARNING ? 1 : 0;
   }
-  return true;
+  return heads == 39 && withLevel == 1 + 26;
 }
 static_assert(Complete());
 

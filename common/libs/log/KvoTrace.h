@@ -2,6 +2,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstdint>
 
 #include "common/libs/log/KvoLogClasses.h"
 #include "kvolog.h"

@@ -115,9 +115,9 @@ unsigned int YraWinUI::YraProgressBarDiagCreate() {
   const unsigned int ret = trace.Try([&] {
     GtkWidget* pWindow = YraBuildProgressWindow();
     YraSetChildWinDiag(pWindow);
-    YraShowTitle(pWindow, YraProgressTitle(trace, 0));
     g_signal_connect(pWindow, "destroy", G_CALLBACK(YraPogressBarDiagDestoryCallback), this);
     g_signal_connect(pWindow, "delete-event", G_CALLBACK(YraPogressBarDiagDelEventCallback), this);
+    YraShowTitle(pWindow, YraProgressTitle(trace, 0));
     GtkWidget* pLabel = YraBuildProgressLabel(YraProgressFirstLabel(trace));
     YraSetProgressBarLabel(pLabel);
     FillWindow(this, pWindow, pLabel, 0.0);

@@ -13,8 +13,7 @@
 
 namespace {
 
-// ---- Who sends, and who serves
-// -------------------------------------------------------------------
+// ---- Who sends, and who serves -----------------------------------------------------------------
 
 // The UI whose channel is open. It takes itself away before it looks for senders, and a sender
 // counts itself in before it looks for the UI: one of them sees the other.

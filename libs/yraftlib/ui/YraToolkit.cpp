@@ -6,15 +6,17 @@
 
 namespace {
 
-// The height of a label's first two lines, whatever line ends a file's name holds, in the font of
-// the name's script: a label that may be shortened asks for the height of its own font alone.
+// The height of a label's first two lines, whatever line ends a file's name holds, and as high as
+// the fonts of the texts' scripts, one of which the ellipsis is of: a label that may be shortened
+// asks for the height of its own font alone.
 int TwoLines(GtkWidget* pLabel) {
   PangoLayoutIter* pLine = pango_layout_get_iter(gtk_label_get_layout(GTK_LABEL(pLabel)));
-  PangoRectangle last;
-  pango_layout_iter_get_line_extents(pLine, nullptr, &last);
+  PangoRectangle first;
+  pango_layout_iter_get_line_extents(pLine, nullptr, &first);
+  PangoRectangle last = first;
   if (pango_layout_iter_next_line(pLine)) pango_layout_iter_get_line_extents(pLine, nullptr, &last);
   pango_layout_iter_free(pLine);
-  return PANGO_PIXELS_CEIL(last.y + last.height);
+  return PANGO_PIXELS_CEIL(last.y + std::max(first.height, last.height));
 }
 
 }  // namespace
