@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "support/await.h"
 #include "support/desktop.h"
@@ -17,20 +18,6 @@ std::deque<Note> g_notes;
 std::function<void()> g_onNext;
 
 }  // namespace
-
-std::vector<Item> ItemsOf(const void* pBlock) {
-  std::vector<Item> items;
-  unsigned short length = 0;
-  YRAFT_TLV_WALK walk = {};
-  if (pBlock == nullptr) return items;
-  Yraft_TlvBlocksGetSize(static_cast<YRAFT_TLV_BLOCKS*>(const_cast<void*>(pBlock)), &length);
-  Yraft_TlvBlocksWalk(&walk, pBlock, length);
-  while (const YRAFT_TLV_ITEM* item = Yraft_TlvBlocksNext(&walk)) {
-    const YRAFT_FILEINFO_ITEM* info = Yraft_TlvItemFileInfo(item);
-    items.push_back({YRAFT_FILEINFO_NAME(info), info->fileSize, info->fileContext});
-  }
-  return items;
-}
 
 Notes::Notes() {
   g_notes.clear();
@@ -55,9 +42,9 @@ unsigned int Notes::Receive(unsigned int event, unsigned int subCode, unsigned i
   return 0;
 }
 
-std::optional<Note> Notes::Next() {
+Note Notes::Next() {
   std::unique_lock lock(g_mutex);
-  if (!g_arrived.wait_for(lock, kPatience, [] { return !g_notes.empty(); })) return std::nullopt;
+  if (!g_arrived.wait_for(lock, kPatience, [] { return !g_notes.empty(); })) return {};
   const Note note = g_notes.front();
   g_notes.pop_front();
   return note;
