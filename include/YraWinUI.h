@@ -60,7 +60,8 @@ class __attribute__((visibility("default"))) YraWinUI {
   // -----------------------------------------------------------------------------------
   //
   // Null where there is none. The object destroys what it holds; a setter answers 0, takes the
-  // widget over and destroys nothing. GtkWidget is GTK+ 2's.
+  // widget over and destroys nothing. GtkWidget is GTK+ 2's, or
+  // GTK 3's where the library is built with that: a process has one of them.
 
   // The hidden main window of persistent mode; in operation 3 the progress window.
   unsigned int YraSetWinUIWidget(GtkWidget* pWidget);

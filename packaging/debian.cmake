@@ -28,19 +28,33 @@ set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL)
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package opens with its own
 
-# debian_package(COMPONENT NAME SECTION DESCRIPTION [DEPENDS package…])
+# What is linked with the toolkit comes in two flavours, of which a machine has one; the development
+# package goes with either.
+set(flavour "")
+if(NOT YRAFT_GTK EQUAL 2)
+  set(flavour -gtk${YRAFT_GTK})
+endif()
+
+# debian_package(COMPONENT NAME SECTION DESCRIPTION [DEPENDS package…] [FLAVOURED])
 # Its maintainer scripts and triggers are the files of debian/COMPONENT.
-macro(debian_package component name section description)
-  cmake_parse_arguments(arg "" "" DEPENDS ${ARGN})
+macro(debian_package component plain_name section description)
+  cmake_parse_arguments(arg "FLAVOURED" "" DEPENDS ${ARGN})
+  set(name ${plain_name})
+  string(TOUPPER ${component} upper)
+  if(arg_FLAVOURED AND flavour)
+    string(APPEND name ${flavour})
+    set(CPACK_DEBIAN_${upper}_PACKAGE_PROVIDES "${plain_name} (= ${package_version})")
+    set(CPACK_DEBIAN_${upper}_PACKAGE_CONFLICTS ${plain_name})
+    set(CPACK_DEBIAN_${upper}_PACKAGE_REPLACES ${plain_name})
+  endif()
   # The papers are left out of a plain `cmake --install`.
   install(FILES ${papers} EXCLUDE_FROM_ALL DESTINATION share/doc/${name} COMPONENT ${component}-papers)
-  set(overrides ${CMAKE_CURRENT_SOURCE_DIR}/debian/${name}.lintian-overrides)
+  set(overrides ${CMAKE_CURRENT_SOURCE_DIR}/debian/${plain_name}.lintian-overrides)
   if(EXISTS ${overrides})
     install(FILES ${overrides} EXCLUDE_FROM_ALL DESTINATION share/lintian/overrides RENAME ${name}
       COMPONENT ${component}-papers)
   endif()
   list(APPEND CPACK_COMPONENTS_ALL ${component} ${component}-papers)
-  string(TOUPPER ${component} upper)
   set(CPACK_COMPONENT_${upper}_GROUP ${component})
   set(CPACK_COMPONENT_${upper}-PAPERS_GROUP ${component})
   set(CPACK_DEBIAN_${upper}_PACKAGE_NAME ${name})
@@ -58,7 +72,8 @@ set(runtime libyrafiletransfer${PROJECT_VERSION_MAJOR})
 debian_package(runtime ${runtime} libs "session side of file transfer on a remote desktop
 ${about}
 .
-This package holds the library and its message catalogs.")
+This package holds the library and its message catalogs. Its dialogs are of
+GTK ${YRAFT_GTK}." FLAVOURED)
 debian_package(development libyrafiletransfer-dev libdevel
   "session side of file transfer on a remote desktop - development files
 ${about}
@@ -71,7 +86,7 @@ debian_package(tools yrafiletransfer-tools utils
 ${about}
 .
 This package holds hosts to run by hand and the programs around the logging."
-  DEPENDS "${runtime} (= ${package_version})")
+  DEPENDS "${runtime}${flavour} (= ${package_version})" FLAVOURED)
 
 set(CPACK_PACKAGE_NAME yrafiletransfer)
 set(CPACK_PACKAGE_VERSION ${package_version})

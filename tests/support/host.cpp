@@ -14,7 +14,6 @@ namespace {
 std::mutex g_mutex;
 std::condition_variable g_arrived;
 std::deque<Note> g_notes;
-std::atomic<unsigned int> g_answer{0};
 std::function<void()> g_onNext;
 
 }  // namespace
@@ -35,7 +34,6 @@ std::vector<Item> ItemsOf(const void* pBlock) {
 
 Notes::Notes() {
   g_notes.clear();
-  g_answer = 0;
   YraSetYraNotifyCallback(Receive);
 }
 
@@ -54,7 +52,7 @@ unsigned int Notes::Receive(unsigned int event, unsigned int subCode, unsigned i
   const std::lock_guard lock(g_mutex);
   g_notes.push_back({event, subCode, status, value, pData, std::this_thread::get_id()});
   g_arrived.notify_all();
-  return g_answer;
+  return 0;
 }
 
 std::optional<Note> Notes::Next() {
@@ -69,8 +67,6 @@ std::size_t Notes::Pending() {
   const std::lock_guard lock(g_mutex);
   return g_notes.size();
 }
-
-void Notes::SetAnswer(unsigned int answer) { g_answer = answer; }
 
 void Notes::OnNext(std::function<void()> act) {
   const std::lock_guard lock(g_mutex);

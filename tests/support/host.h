@@ -38,7 +38,6 @@ class Notes {
   // The next notification, within half a minute.
   std::optional<Note> Next();
   std::size_t Pending();
-  void SetAnswer(unsigned int answer);
   // What the host does while it hears of the next one.
   void OnNext(std::function<void()> act);
 

@@ -93,6 +93,7 @@ void YraShowInFront(GtkWidget* pWindow) {
     g_object_set_data(G_OBJECT(pWindow), pMoment, GUINT_TO_POINTER(now));
   }
   gtk_widget_show_all(pWindow);
+  YraLimitDialog(pWindow);
   gtk_window_present_with_time(GTK_WINDOW(pWindow), now);
 }
 

@@ -48,6 +48,9 @@ GtkWidget* YraNewTwoLineLabel(const char* pText) {
   return pLabel;
 }
 
+void YraLimitLine(GtkLabel*) {}
+void YraLimitDialog(GtkWidget*) {}
+
 namespace {
 
 bool IsX11(GdkWindow*) { return true; }
@@ -96,6 +99,27 @@ GtkWidget* YraNewTwoLineLabel(const char* pText) {
   void* pLabel = g_object_new(TwoLineLabelType(), "label", pText, "ellipsize",
                               PANGO_ELLIPSIZE_MIDDLE, nullptr);
   return GTK_WIDGET(pLabel);
+}
+
+void YraLimitLine(GtkLabel* pLabel) {
+  constexpr int kMost = 60;  // characters, as in any message dialog
+  GtkWidget* pWidget = GTK_WIDGET(pLabel);
+  PangoContext* pContext = gtk_widget_get_pango_context(pWidget);
+  PangoFontMetrics* pMetrics = pango_context_get_metrics(pContext, nullptr, nullptr);
+  const int width = std::max(pango_font_metrics_get_approximate_char_width(pMetrics),
+                             pango_font_metrics_get_approximate_digit_width(pMetrics));
+  pango_font_metrics_unref(pMetrics);
+  const int half = gdk_screen_get_width(gtk_widget_get_screen(pWidget)) / 2;
+  gtk_label_set_max_width_chars(pLabel, std::clamp(half * PANGO_SCALE / width, 1, kMost));
+}
+
+void YraLimitDialog(GtkWidget* pDialog) {
+  GdkScreen* pScreen = gtk_widget_get_screen(pDialog);
+  int width = 0;
+  int height = 0;
+  gtk_window_get_size(GTK_WINDOW(pDialog), &width, &height);
+  gtk_window_resize(GTK_WINDOW(pDialog), std::min(width, gdk_screen_get_width(pScreen) * 3 / 4),
+                    std::min(height, gdk_screen_get_height(pScreen) * 3 / 4));
 }
 
 #endif

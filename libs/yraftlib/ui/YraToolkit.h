@@ -17,6 +17,11 @@ GtkRequisition YraAskedSize(GtkWidget* pWidget);
 constexpr int kTwoLineLabelMaxWidth = 460;  // pixels
 GtkWidget* YraNewTwoLineLabel(const char* pText);
 
+// Keeps a line of a label that wraps, and a dialog that was shown, smaller than the screen. GTK+ 2
+// does by itself.
+void YraLimitLine(GtkLabel* pLabel);
+void YraLimitDialog(GtkWidget* pDialog);
+
 // ---- The display -------------------------------------------------------------------------------
 
 // The time on the clock by which the display dates a user's keys and clicks, in milliseconds.
