@@ -124,7 +124,7 @@ printf 'a report' >"$HOME/report 1.txt"
 ends() { # STATUS OUTPUT [KEYS…]: the host ends so when a user presses these
   local said status=0
   # shellcheck disable=SC2016 # for the inner shell
-  said=$("$source/tests/support/screen" env HOME="$HOME" bash -c 'timeout 60 ./host 2>&1 & host=$!
+  said=$("$source/tools/screen" env HOME="$HOME" bash -c 'timeout 60 ./host 2>&1 & host=$!
     while [ -e /proc/$host ]; do
       # Keys that come before the chooser listens are lost.
       xdotool search --onlyvisible --name "^Select Files to Download$" windowactivate --sync "$@"

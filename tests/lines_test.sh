@@ -8,7 +8,7 @@ renew=
 [ "$1" != --renew ] || { renew=yes && shift; }
 written=$(mktemp)
 trap 'rm -f "$written"' EXIT
-timeout 120 "$tests/support/inside" "$1" "$tests/support/screen" "$1/tests/lines_test" "$written" >/dev/null
+timeout 240 "$tests/../tools/inside" "$1" "$tests/../tools/screen" "$1/tests/lines_test" "$written" >/dev/null
 if [ -n "$renew" ]; then
   cp "$written" "$stored"
   exit

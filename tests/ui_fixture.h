@@ -104,7 +104,8 @@ class UI : public testing::Test {
   static Files AddFiles(const std::string& folder, const std::vector<std::string>& names,
                         std::size_t size) {
     Files files;
-    const std::string path = Desktop::Get().AddFolder(folder).substr(Desktop::Get().Home().size());
+    const std::string path =
+        Desktop::Get().AddFolder(folder).substr(Desktop::Get().Home().size() + 1);
     for (const std::string& name : names) {
       files.emplace_back(Desktop::Get().AddFile(path + "/" + name, size), size);
     }

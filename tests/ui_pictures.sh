@@ -21,7 +21,7 @@ for catalog in "$build"/catalogs/*; do
   locale=$place.UTF-8
   [ -d "$LOCPATH/$locale" ] || localedef -i "$place" -f UTF-8 "$LOCPATH/$locale" 2>/dev/null || true
   [ -d "$LOCPATH/$locale" ] || locale=C.UTF-8
-  YRA_LOCALE=$locale "$root/tests/support/inside" "$build" "$root/tests/support/screen" \
+  YRA_LOCALE=$locale "$root/tools/inside" "$build" "$root/tools/screen" \
     "$build/tests/ui_languages_test" \
     --gtest_filter="*/$language" --gtest_brief=1 || failed+=" $language"
 done

@@ -1,6 +1,6 @@
 """What the tests of the programs share: a program under test, on a terminal where it has to be.
 
-Each file of this folder is a test that tests/support/inside runs in a mount namespace of its own."""
+Each file of this folder is a test that tools/inside runs in a mount namespace of its own."""
 
 import ctypes
 import fcntl
@@ -119,7 +119,7 @@ class Program:
 @pytest.fixture
 def start():
     """Starts programs that end with the test: start(PROGRAM, ARGUMENT..., columns=...)."""
-    assert os.path.ismount("/var"), "run it through tests/support/inside"
+    assert os.path.ismount("/var"), "run it through tools/inside"
     programs = []
 
     def start_one(*command, **how):

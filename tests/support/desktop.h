@@ -1,4 +1,4 @@
-// The screen, the home and the user with a keyboard and a mouse that tests/support/screen has made.
+// The screen, the home and the user with a keyboard and a mouse that tools/screen has made.
 #pragma once
 
 #include <X11/Xlib.h>
