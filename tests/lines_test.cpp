@@ -777,11 +777,11 @@ void ProgressEvents() {
   send("a download's begin", 1, NewProgress("dir/name", 1, 4));
   send("its progress", 2, NewProgress("dir/name", 3, 4));
   send("progress of another file", 2, NewProgress("other", 2, 8));
-  g_text->Do("the user pauses", [] { Click("Pause"); });
-  g_text->Do("the user resumes", [] { Click("Resume"); });
+  g_text->Do("the user pauses", [] { Click("_Pause"); });
+  g_text->Do("the user resumes", [] { Click("_Resume"); });
   g_hostAnswer = 5;
-  g_text->Do("the user pauses, and the host answers 5", [] { Click("Pause"); });
-  g_text->Do("the user cancels, and the host answers 5", [] { Click("Cancel"); });
+  g_text->Do("the user pauses, and the host answers 5", [] { Click("_Pause"); });
+  g_text->Do("the user cancels, and the host answers 5", [] { Click("_Cancel"); });
   g_hostAnswer = 0;
   send("an upload's begin", 1, NewProgress("name", 0, 4, YRAFT_OPERATION_UPLOAD));
   send("its end", 2, NewProgress("name", 4, 4));
@@ -914,8 +914,8 @@ void OtherCalls() {
     return [=] { return Shown(YraWinUI(type, 0, nullptr, input).YraOperationTypeGet()); };
   };
   OneCall("YraWinUI(3, 0, nullptr, progress)", run(3, progress.get()), [] {
-    Click("Pause");
-    Click("Cancel");
+    Click("_Pause");
+    Click("_Cancel");
     Close("25%");
   });
   g_hostAnswer = 5;

@@ -19,14 +19,14 @@ TEST(Localise, OpensTheCatalogOfTheLanguage) {
     const char* cancel;
     const char* langAfterwards;
   } kCases[] = {
-      {"en_US.UTF-8", "Cancel", "en_US.UTF-8"},
-      {"de_DE.UTF-8", "Abbrechen", "de_DE.UTF-8"},
-      {"fr", "Annuler", "fr"},
-      {"zh_CN.UTF-8", "取消", "zh_CN.UTF-8"},
-      {"C", "Cancel", "en_US.UTF-8"},
-      {"", "Cancel", "en_US.UTF-8"},
-      {"tlh_KX.UTF-8", "Cancel", "en_US.UTF-8"},
-      {"../qmz/de", "Cancel", "en_US.UTF-8"},
+      {"en_US.UTF-8", "_Cancel", "en_US.UTF-8"},
+      {"de_DE.UTF-8", "_Abbrechen", "de_DE.UTF-8"},
+      {"fr", "A_nnuler", "fr"},
+      {"zh_CN.UTF-8", "取消(_C)", "zh_CN.UTF-8"},
+      {"C", "_Cancel", "en_US.UTF-8"},
+      {"", "_Cancel", "en_US.UTF-8"},
+      {"tlh_KX.UTF-8", "_Cancel", "en_US.UTF-8"},
+      {"../qmz/de", "_Cancel", "en_US.UTF-8"},
   };
   // No catalog, and whoever opened it would wait.
   std::filesystem::create_directory("/opt/Brelka/AVK/qmz/de_DE");
@@ -92,11 +92,12 @@ bool Passes(const std::string& from, const std::string& to) {
 }
 
 TEST(CatalogCheck, RefusesCatalogsThatTheDialogsCouldNotUse) {
-  EXPECT_TRUE(Passes("Cancel", "Stop"));
+  EXPECT_TRUE(Passes("_Cancel", "Stop"));
+  EXPECT_FALSE(Passes("_Cancel", "Sto_p"));
   EXPECT_FALSE(Passes("%d%%", "%s%%"));
   EXPECT_FALSE(Passes("%s%d of %d", "%s%d of %d %n"));
-  EXPECT_FALSE(Passes("\"Cancel\"", "\"\""));
-  EXPECT_FALSE(Passes("175 \"Cancel\"", "176 \"Cancel\""));
+  EXPECT_FALSE(Passes("\"_Cancel\"", "\"\""));
+  EXPECT_FALSE(Passes("175 \"_Cancel\"", "176 \"_Cancel\""));
   EXPECT_FALSE(Passes("Cancel", "100% Cancel"));
   EXPECT_FALSE(Passes("Uploading file ", "Uploading the file no. "));
 }

@@ -77,29 +77,6 @@ TEST_F(Call, HandsOverWhatTheUserChoseAlsoBesideAPersistentUI) {
   EXPECT_TRUE(user.WaitNoWindow(files));
 }
 
-TEST_F(Call, KeepsTheProgressWindowUntilItIsClosed) {
-  YRAFT_PROGRESS_BAR_INFO info = {};
-  info.fileContext = 2;
-  info.filesNum = 5;
-  info.fileOffset = 25;
-  info.fileSize = 100;
-  strcpy(info.name, "dir/name.txt");
-  std::future<int> type = Show(3, &info);
-  auto* object = static_cast<YraWinUI*>(notes.Next()->pData);
-  ASSERT_NE(user.WaitWindow(TitleAt(25)), None);
-  EXPECT_EQ(LabelText(TitleAt(25)), Text("YRAFT_ENG_TRANSFER_DOWNLOAD") + "3 of 5\nname.txt");
-  Click(Text("YRAFT_ENG_BUTTON_PAUSE"));
-  ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 2);
-  // Cancelling is the host's business; the window stays.
-  Click(Text("YRAFT_ENG_BUTTON_CANCEL"));
-  ExpectNote(10, 7, YRAFT_OPT_STATUS_CANCELLED, 2);
-  InUI([] {});
-  EXPECT_FALSE(object->YraGetProgressBarPauseStatus());
-  user.Close(user.WaitWindow(TitleAt(25)));
-  EXPECT_EQ(Await(type), 3);
-  EXPECT_TRUE(user.WaitNoWindow("%"));
-}
-
 unsigned int DestroyAtOnce(unsigned int, unsigned int, unsigned int, unsigned int, void* data) {
   gdk_threads_enter();
   static_cast<YraWinUI*>(data)->YraMainWinDestory();

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -54,16 +55,13 @@ class UI : public testing::Test {
 
   void ExpectNote(unsigned int event, unsigned int subCode, unsigned int status,
                   unsigned int value) {
-    const auto note = notes.Next();
-    ASSERT_TRUE(note.has_value()) << "event " << event;
-    EXPECT_EQ(note->event, event);
-    EXPECT_EQ(note->subCode, subCode);
-    EXPECT_EQ(note->status, status);
-    EXPECT_EQ(note->value, value);
-    EXPECT_EQ(note->pData, nullptr);
+    const Note note = notes.Next();
+    EXPECT_EQ(std::tie(note.event, note.subCode, note.status, note.value),
+              std::tie(event, subCode, status, value));
+    EXPECT_EQ(note.pData, nullptr);
     // Refusals come from the thread that asked, everything else from the UI thread.
     const bool refusal = event < 8 && subCode == (event == 7 ? 15 : 7);
-    EXPECT_EQ(note->thread == std::this_thread::get_id(), refusal) << "event " << event;
+    EXPECT_EQ(note.thread == std::this_thread::get_id(), refusal) << "event " << event;
   }
 
   void ExpectDeclined(unsigned int event = 3) {
@@ -72,45 +70,43 @@ class UI : public testing::Test {
 
   using Files = std::vector<std::pair<std::string, uint64_t>>;
 
-  // A block holds these files, in whatever order, numbered or not.
-  static void ExpectFiles(const YRAFT_TLV_BLOCKS* block, Files files, bool numbered) {
-    ASSERT_NE(block, nullptr);
+  // A block holds these files, in whatever order, numbered or not; answers its length.
+  static unsigned int ExpectFiles(YRAFT_TLV_BLOCKS* block, Files files, bool numbered) {
+    unsigned short length = 0;
+    if (Yraft_TlvBlocksGetSize(block, &length) != 0) return ADD_FAILURE() << "no block", 0;
     uint64_t total = 0;
-    unsigned int number = 0;
     Files chosen;
-    for (const Item& item : ItemsOf(block)) {
-      EXPECT_EQ(item.context, numbered ? number++ : 0U);
-      chosen.emplace_back(item.name, item.size);
-      total += item.size;
+    YRAFT_TLV_WALK walk = {};
+    Yraft_TlvBlocksWalk(&walk, block, length);
+    while (const YRAFT_TLV_ITEM* item = Yraft_TlvBlocksNext(&walk)) {
+      const YRAFT_FILEINFO_ITEM* info = Yraft_TlvItemFileInfo(item);
+      EXPECT_EQ(info->fileContext, numbered ? chosen.size() : 0);
+      chosen.emplace_back(YRAFT_FILEINFO_NAME(info), info->fileSize);
+      total += info->fileSize;
     }
     std::sort(chosen.begin(), chosen.end());
     std::sort(files.begin(), files.end());
     EXPECT_EQ(chosen, files);
     EXPECT_EQ(uint64_t{block->FilesSize}, total);
+    return length;
   }
 
   void ExpectChoice(Files files, unsigned int event = 3) {
-    const auto note = notes.Next();
-    ASSERT_TRUE(note.has_value());
-    EXPECT_EQ(note->event, event);
-    EXPECT_EQ(note->subCode, 15U);
-    ASSERT_EQ(note->status, 0U);
-    auto* block = static_cast<YRAFT_TLV_BLOCKS*>(note->pData);
-    ExpectFiles(block, std::move(files), false);
-    unsigned short length = 0;
-    Yraft_TlvBlocksGetSize(block, &length);
-    EXPECT_EQ(note->value, length);
-    free(block);
+    const Note note = notes.Next();
+    EXPECT_EQ(std::make_tuple(note.event, note.subCode, note.status),
+              std::make_tuple(event, 15U, 0U));
+    EXPECT_EQ(ExpectFiles(static_cast<YRAFT_TLV_BLOCKS*>(note.pData), std::move(files), false),
+              note.value);
+    free(note.pData);
   }
 
   // Files below a folder of the home directory.
   static Files AddFiles(const std::string& folder, const std::vector<std::string>& names,
                         std::size_t size) {
-    Desktop::Get().AddFolder(folder);
     Files files;
+    const std::string path = Desktop::Get().AddFolder(folder).substr(Desktop::Get().Home().size());
     for (const std::string& name : names) {
-      files.emplace_back(Desktop::Get().AddFile(std::string(folder).append("/").append(name), size),
-                         size);
+      files.emplace_back(Desktop::Get().AddFile(path + "/" + name, size), size);
     }
     return files;
   }

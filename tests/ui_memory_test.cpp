@@ -52,7 +52,7 @@ TEST_F(Memory, AnswersARequestOnceOrDropsWhatHasNoAnswer) {
   host.RequestDirectory(1);
   save = ButtonSpot("gtk-save");
   ASSERT_TRUE(CloseUntil([&] { return notes.Pending() > 0; }));
-  free(notes.Next()->pData);
+  free(notes.Next().pData);
   for (const auto& request : kRequests) {
     for (const bool inUI : {false, true}) {
       bool failed = true;
@@ -69,9 +69,9 @@ TEST_F(Memory, AnswersARequestOnceOrDropsWhatHasNoAnswer) {
         }
         if (request.answered) {
           ASSERT_TRUE(CloseUntil([&] { return notes.Pending() > 0; })) << nth;
-          const auto note = notes.Next();
-          EXPECT_EQ(note->status == YRAFT_OPT_STATUS_SUCCESS, note->pData != nullptr);
-          free(note->pData);
+          const Note note = notes.Next();
+          EXPECT_EQ(note.status == YRAFT_OPT_STATUS_SUCCESS, note.pData != nullptr);
+          free(note.pData);
         }
         InUI([&] {
           failed = watch->Failed();

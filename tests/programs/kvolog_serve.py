@@ -5,7 +5,6 @@ import mmap
 import signal
 
 import pytest
-from conftest import as_user
 from logservice import *
 
 def test_every_line_of_every_process_arrives_once_and_in_its_order(serve, start):
@@ -52,15 +51,12 @@ def test_who_sends_nonsense_is_dropped_with_a_word(serve):
         (line("x"), "a line before the registration"), (h + h, "brelka-bad, sent a second registration"),
         (record(3, 2, 3 * b"\0"), "a record of type 2 with the length 3"),
         (record(35, 2, 35 * b"i"), "a record of type 2 with the length 35"),
-        (record(6, 2, b"12brel"), "an identity that ends nowhere"),
         (record(7, 2, b"12b\0ela"), "an identity that ends nowhere"),
         (h + record(18, 1, 18 * b"\1"), "a record of type 1 with the length 18"),
         (h + record(8211, 1), "a record of type 1 with the length 8211"),
         (h + line("x", 0), "a line of level 0"), (h + line("x", 6), "a line of level 6"),
-        (h + line("x", seconds=-1), "a line of second -1"),
-        (h + line("x", seconds=2**63 - 1), "a line of second 9223372036854775807"),
+        (h + line("x", seconds=-1), "a line of second -1"), (h + line("x", end=b"x"), "a line that ends nowhere"),
         (h + line("x", micro=1000000), "a line of microsecond 1000000"),
-        (h + line("x", end=b"x"), "a line that ends nowhere"),
     ]
     for stream, note in cases:
         assert Sender(None).send(stream).hung_up(), note
@@ -75,24 +71,26 @@ def test_what_was_sent_before_the_end_is_taken_in(serve):
     early = Sender("brelka-early").line("first")
     await_text("first")
     service.signal(signal.SIGSTOP)
-    for _ in range(100):
-        early.line("early")
+    for _ in range(20):  # more than is read at once
+        early.line(8000 * "e")
     Sender("brelka-late").line("late")
     service.signal(signal.SIGINT)
     service.signal(signal.SIGCONT)
     assert service.wait() == 0
-    assert len(entries()) == 102 and entries()[-1].identity == "brelka-late"
+    assert len(entries()) == 22 and "late" in texts()
     with pytest.raises(OSError):
         early.line("nobody hears it")
 
 
 def test_a_dead_service_is_replaced_and_a_living_one_is_not(kvolog, serve):
+    LOG.write_text("tor")  # by somebody who was cut off
     first = serve(setup=lambda: os.umask(0o077))
     assert SOCKET.stat().st_mode & 0o777 == 0o666  # for everyone
     second = kvolog("serve")
     assert second.status == 1 and "already" in second.err
     Sender().line("still there")
     await_text("still there")
+    assert re.fullmatch("tor\n2.* still there\n", LOG.read_text())
     first.signal(signal.SIGKILL)
     assert first.wait() == 128 + signal.SIGKILL and SOCKET.exists()
     assert serve().stop() == 0
@@ -144,8 +142,6 @@ def fill(sender, mebibytes, first=0):
 
 def test_old_files_hold_whole_lines_and_only_its_own_go(kvolog, serve):
     kvolog("rollover", 1, 4)
-    LOG.parent.mkdir(exist_ok=True)
-    LOG.write_text("whole\ntor")  # by somebody who was cut off
     for number in (5, 6):
         old(number).write_text("logrotate's")
     old(0, ".gz").write_text("somebody's")
@@ -171,15 +167,14 @@ def test_old_files_hold_whole_lines_and_only_its_own_go(kvolog, serve):
 
 
 def test_what_is_no_regular_file_is_not_touched(kvolog, serve):
-    LOG.parent.mkdir(exist_ok=True)
     precious = LOG.with_name("precious")
     precious.write_text("precious\n")
     LOG.symlink_to(precious)
     service = serve()
     Sender().line("waits")
     wait_until(lambda: "it is a symbolic link; trying again" in service.err)
-    LOG.unlink()
-    os.mkfifo(LOG)
+    os.mkfifo(pipe := LOG.with_name("pipe"))
+    pipe.rename(LOG)
     time.sleep(0.4)
     LOG.unlink()
     await_text("waits")
@@ -191,21 +186,18 @@ def test_what_is_no_regular_file_is_not_touched(kvolog, serve):
     CONFIG.unlink()
 
 
-@pytest.mark.parametrize("what", ["file", "folder"])
-def test_a_log_that_was_removed_comes_back_within_a_second(serve, what):
+def test_a_log_that_was_removed_comes_back_within_a_second(serve):
     serve()
-    sender = Sender().line("one")
-    await_text("one")
-    LOG.unlink() if what == "file" else shutil.rmtree(LOG.parent)
-    wait_until(LOG.exists, 1)
-    sender.line("two")
-    await_text("two")
+    for remove in (LOG.unlink, lambda: shutil.rmtree(LOG.parent)):
+        Sender().line("one")
+        await_text("one")
+        remove()
+        wait_until(LOG.exists, 1)
 
 
 def test_the_journal_gets_priorities(kvolog, start, tmp_path):
     kvolog("output", "/var/qmz/.kvologd.lock/log")
-    errors = tmp_path / "errors"
-    errors.touch()
+    (errors := tmp_path / "errors").touch()
     status = errors.stat()
     start("sh", "-c", f"exec {KVOLOG} serve 2>{errors}", env={"JOURNAL_STREAM": f"{status.st_dev}:{status.st_ino}"})
     wait_until(lambda: "trying again" in errors.read_text())
@@ -218,11 +210,10 @@ def test_its_status_names_who_logs(kvolog, serve):
     await_text("two")
     status = kvolog.shown("status")
     assert (status["pid"], status["output"], status["lost"], status["stalled"]) == (service.pid, str(LOG), 0, False)
-    assert status["clients"] == [{"pid": os.getpid(), "uid": os.getuid(), "identity": "brelka-vcagent",
-                                  "session": 17, "lines": 2, "bytes": len(hello("brelka-vcagent") + 2 * line("one")),
-                                  "dropped": 0}]
-    shown = kvolog("status")
-    assert f"{os.getpid()}  " in shown.out and "brelka-vcagent" in shown.out, shown.err
+    size = len(hello("brelka-vcagent") + 2 * line("one"))
+    assert [list(one.values()) for one in status["clients"]] == [
+        [os.getpid(), os.getuid(), "brelka-vcagent", 17, 2, size, 0]]
+    assert re.search(rf"\n *{os.getpid()} +{os.getuid()} +brelka-vcagent +17 +2 +{size} ", kvolog("status").out)
     sender.socket.close()
     wait_until(lambda: kvolog.shown("status")["clients"] == [])
 
@@ -232,12 +223,6 @@ def test_its_status_names_who_logs(kvolog, serve):
     Sender("brelka-other").line("at once")
     wait_until(lambda: "at once" in LOG.read_text(), 5)
     assert len(kvolog.shown("status")["clients"]) == len(crowd) and lazy
-
-
-@needs_other_users
-def test_its_status_is_not_for_everybody(kvolog, serve):
-    serve()
-    assert "only root and processes of group 0" in kvolog("status", setup=as_user(NOBODY)).err
 
 
 def test_lines_are_forwarded_to_a_syslog_that_reads(kvolog, serve):
@@ -254,7 +239,6 @@ def test_lines_are_forwarded_to_a_syslog_that_reads(kvolog, serve):
 
 
 def test_a_full_disk_costs_lines_that_are_counted_and_cuts_none(serve, run):
-    LOG.parent.mkdir(exist_ok=True)
     assert run("mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", LOG.parent).status == 0
     service = serve()
     sender = Sender()
@@ -263,7 +247,7 @@ def test_a_full_disk_costs_lines_that_are_counted_and_cuts_none(serve, run):
     run("mount", "-o", "remount,size=200m", LOG.parent)
     await_text("are missing here")
     assert service.err.count("No space") == 1
-    kept = [int(one.split()[0]) for one in texts() if one.endswith("x")]
+    kept = [int(one.removesuffix(" " + 8000 * "x")) for one in texts() if one.endswith("x")]
     missing = next(int(one.split()[0]) for one in texts() if "are missing here" in one)
     assert len(kept) + missing == 60 * 131 and kept == sorted(kept)
     service.stop()

@@ -38,20 +38,21 @@ class Manager:
             if "READY" in state:
                 self.ready.set()
 
-    def run(self, *words, **how):
+    def run(self):
+        self.ready.clear()
+        with socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM) as ours:  # comes behind all that a dead one has sent
+            ours.sendto(b"READY=1", self.path)
+        assert self.ready.wait(30)
+        self.ready.clear()
         names = ["kvologd.socket", *self.store]
         kept = [fcntl.fcntl(fd, fcntl.F_DUPFD, 300) for fd in (self.listener.fileno(), *self.store.values())]
         moves = " ".join(f"{3 + i}<&{fd}" for i, fd in enumerate(kept))
-        script = f"exec {moves}; export LISTEN_PID=$$; exec \"$@\""
-        self.ready.clear()
         self.service = self.start(
-            "bash", "-c", script, "-", KVOLOG, "serve", *words, pass_fds=kept,
-            env={"LISTEN_FDS": str(len(kept)), "LISTEN_FDNAMES": ":".join(names), "NOTIFY_SOCKET": self.path},
-            **how)
+            "bash", "-c", f"exec {moves}; export LISTEN_PID=$$; exec {KVOLOG} serve", pass_fds=kept,
+            env={"LISTEN_FDS": str(len(kept)), "LISTEN_FDNAMES": ":".join(names), "NOTIFY_SOCKET": self.path})
         for fd in kept:
             os.close(fd)
         assert self.ready.wait(30), self.service.err
-        return self.service
 
 
 @pytest.fixture
@@ -143,16 +144,24 @@ def test_no_user_keeps_a_service_from_starting(serve, run, start):
 
 @needs_other_users
 @pytest.mark.parametrize("identity", [None, "brelka-crowd"])
-def test_a_crowd_of_one_user_leaves_room_for_others(serve, identity):
-    serve("--user-connections", 40, setup=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (64, 1024)))
+def test_a_crowd_of_one_user_leaves_room_for_others(kvolog, serve, identity):
+    serve("--user-connections", 40)
     crowd = []
-    with as_nobody():
-        for _ in range(300):
-            with contextlib.suppress(ConnectionError):
-                crowd.append(Sender(identity))
+    with as_nobody(), contextlib.suppress(ConnectionError):
+        crowd += [Sender(identity) for _ in range(300)]
     Sender("brelka-other").line("still heard")
     await_text("still heard")
     await_text("user 65534 has 40 connections; more were turned away")
+    assert "only root and processes of group 0" in kvolog("status", setup=as_user(NOBODY)).err
+
+
+def test_who_finds_no_descriptor_left_waits(serve):
+    serve(setup=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (40, 40)))
+    crowd = [Sender() for _ in range(40)]
+    Sender("brelka-late").line("heard in the end")
+    crowd.clear()
+    await_text("who connects has to wait")
+    await_text("heard in the end")
 
 
 @needs_other_users

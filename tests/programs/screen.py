@@ -17,10 +17,6 @@ def xdotool(*words):
     return subprocess.run(["xdotool", *words], capture_output=True, text=True, timeout=30).stdout.split()
 
 
-def key(*keys):
-    xdotool("key", *keys)
-
-
 def windows(title):
     return xdotool("search", "--onlyvisible", "--name", title)
 
@@ -30,7 +26,7 @@ def title(window):
 
 
 def face(title):
-    """Waits for a window and makes it the active one; it takes no key that was meant for another."""
+    """Waits for a window and makes it the active one."""
 
     def is_active():
         found = windows(title)
@@ -39,34 +35,26 @@ def face(title):
         xdotool("windowactivate", found[-1])
         return found[-1] if xdotool("getactivewindow") == found[-1:] else None
 
-    found = wait_until(is_active)
-    time.sleep(0.6)
-    return found
+    return wait_until(is_active)
 
 
-def accept(title, *keys):
-    """Presses keys until the chooser is gone: before its list is there they choose nothing, and what
-    comes up behind it takes no notice of them."""
-    face(title)
-
-    def is_gone():
-        if not windows(title):
-            return True
-        key(*keys)
-        return wait_briefly(lambda: not windows(title))
-
-    wait_until(is_gone)
+def press(title, *keys):
+    """Presses keys in a window; sent to it, none counts as typed before it came up."""
+    window = face(title)
+    xdotool("key", "--window", window, *keys)
+    return window
 
 
-def wait_briefly(condition):
-    try:
-        return wait_until(condition, patience=0.2)
-    except AssertionError:
-        return False
+def accept(title, *keys, patience=0.1):
+    """Presses keys until a dialog is gone: one that has just come up may take no notice."""
+    window = face(title)
+    while windows(title):
+        time.sleep(patience)
+        xdotool("key", "--window", window, *keys)
 
 
 def accept_all(title=OPEN):
-    accept(title, "ctrl+a", "alt+o")
+    accept(title, "ctrl+a", "alt+o", patience=0.3)  # its list fills file by file
 
 
 def accept_folder(title=FOLDER):
@@ -75,8 +63,7 @@ def accept_folder(title=FOLDER):
 
 def close_box():
     """The box that tells what did not go well."""
-    face(BOX)
-    key("Escape")
+    accept(BOX, "Escape")
 
 
 def screen_for(home):

@@ -37,12 +37,15 @@ void GuardAgainstXErrors() {
   if (old != OnXError) g_toolkitHandler = old;
 }
 
-// The toolkit's location entry looks for completions while the folder is still being read,
-// complains that it has no list yet, and goes on: its own fault, and harmless. Everything else is
-// fatal.
+// The toolkit complains, and goes on, when its location entry looks for completions while the
+// folder is still being read, and when a chooser goes while it looks for icons: its own faults, and
+// harmless. Everything else is fatal.
 gboolean IsFatal(const gchar*, GLogLevelFlags, const gchar* message, gpointer) {
-  return std::strstr(message, "IA__gtk_tree_model_get_iter_first: assertion 'GTK_IS_TREE_MODEL") ==
-         nullptr;
+  for (const char* harmless : {"gtk_tree_model_get_iter_first: assertion 'GTK_IS_TREE_MODEL",
+                               "gtk_widget_get_screen: assertion 'GTK_IS_WIDGET"}) {
+    if (strstr(message, harmless) != nullptr) return FALSE;
+  }
+  return TRUE;
 }
 
 }  // namespace

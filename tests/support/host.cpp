@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "support/await.h"
 #include "support/desktop.h"
@@ -14,28 +15,12 @@ namespace {
 std::mutex g_mutex;
 std::condition_variable g_arrived;
 std::deque<Note> g_notes;
-std::atomic<unsigned int> g_answer{0};
 std::function<void()> g_onNext;
 
 }  // namespace
 
-std::vector<Item> ItemsOf(const void* pBlock) {
-  std::vector<Item> items;
-  unsigned short length = 0;
-  YRAFT_TLV_WALK walk = {};
-  if (pBlock == nullptr) return items;
-  Yraft_TlvBlocksGetSize(static_cast<YRAFT_TLV_BLOCKS*>(const_cast<void*>(pBlock)), &length);
-  Yraft_TlvBlocksWalk(&walk, pBlock, length);
-  while (const YRAFT_TLV_ITEM* item = Yraft_TlvBlocksNext(&walk)) {
-    const YRAFT_FILEINFO_ITEM* info = Yraft_TlvItemFileInfo(item);
-    items.push_back({YRAFT_FILEINFO_NAME(info), info->fileSize, info->fileContext});
-  }
-  return items;
-}
-
 Notes::Notes() {
   g_notes.clear();
-  g_answer = 0;
   YraSetYraNotifyCallback(Receive);
 }
 
@@ -54,12 +39,12 @@ unsigned int Notes::Receive(unsigned int event, unsigned int subCode, unsigned i
   const std::lock_guard lock(g_mutex);
   g_notes.push_back({event, subCode, status, value, pData, std::this_thread::get_id()});
   g_arrived.notify_all();
-  return g_answer;
+  return 0;
 }
 
-std::optional<Note> Notes::Next() {
+Note Notes::Next() {
   std::unique_lock lock(g_mutex);
-  if (!g_arrived.wait_for(lock, kPatience, [] { return !g_notes.empty(); })) return std::nullopt;
+  if (!g_arrived.wait_for(lock, kPatience, [] { return !g_notes.empty(); })) return {};
   const Note note = g_notes.front();
   g_notes.pop_front();
   return note;
@@ -69,8 +54,6 @@ std::size_t Notes::Pending() {
   const std::lock_guard lock(g_mutex);
   return g_notes.size();
 }
-
-void Notes::SetAnswer(unsigned int answer) { g_answer = answer; }
 
 void Notes::OnNext(std::function<void()> act) {
   const std::lock_guard lock(g_mutex);

@@ -8,10 +8,8 @@
 #include <functional>
 #include <future>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "support/await.h"
 #include "yrafiletransfer.h"
@@ -22,23 +20,14 @@ struct Note {
   std::thread::id thread;  // in which it came
 };
 
-// What a block of files says, path and size each.
-struct Item {
-  std::string name;
-  uint64_t size;
-  unsigned int context;
-};
-std::vector<Item> ItemsOf(const void* pBlock);
-
 // Collects notifications for as long as it lives, as a host does that may take the toolkit's lock.
 class Notes {
  public:
   Notes();
   ~Notes();
-  // The next notification, within half a minute.
-  std::optional<Note> Next();
+  // The next notification; none within half a minute is of event 0.
+  Note Next();
   std::size_t Pending();
-  void SetAnswer(unsigned int answer);
   // What the host does while it hears of the next one.
   void OnNext(std::function<void()> act);
 

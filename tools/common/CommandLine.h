@@ -4,7 +4,9 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Failure.h"
@@ -16,6 +18,24 @@ inline int Print(const std::string& text) {
   if (std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return 0;
   throw std::runtime_error("standard output takes no more");
 }
+
+// The help as it was written: newer parsers wrap its lines anew and begin the usage without a word.
+class HelpFormat : public CLI::Formatter {
+ public:
+  HelpFormat() {
+    label("SUBCOMMAND", "COMMAND");
+    label("SUBCOMMANDS", "COMMAND");
+    label("REQUIRED", "");
+#if CLI11_VERSION_MAJOR > 2 || CLI11_VERSION_MINOR > 5
+    enable_description_formatting(false);
+    enable_footer_formatting(false);
+#endif
+  }
+  std::string make_usage(const CLI::App* app, std::string name) const override {
+    const std::string usage = CLI::Formatter::make_usage(app, std::move(name));
+    return usage.starts_with('\n') ? "Usage: " + usage.substr(1) : usage;
+  }
+};
 
 // Runs the command that the command line names. Answers 0, or says what is wrong on standard error
 // and answers kWrongUsage or, for a command that threw, `failed`.
@@ -34,8 +54,7 @@ int RunProgram(const char* program, const char* about, int argc, char** argv, in
     app.set_help_flag("-h,--help", "show this text");
     app.set_version_flag("--version", std::string(program) + " " + YRA_VERSION, "show the version");
     app.option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast);
-    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
-    app.get_formatter()->label("REQUIRED", "");
+    app.formatter(std::make_shared<HelpFormat>());
     app.group("Commands");  // of those that are added
     describe(app);
     CLI::App* command = &app;

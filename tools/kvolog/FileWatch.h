@@ -30,6 +30,9 @@ class FileWatch {
     return old != watch;
   }
 
+  // The folder is there, or was when Watch() was called last.
+  bool Watches() const { return m_watch >= 0; }
+
   void Clear() {
     std::array<char, 8192> events;
     while (read(m_fd.get(), events.data(), events.size()) > 0) {

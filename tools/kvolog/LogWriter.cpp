@@ -64,7 +64,7 @@ void LogWriter::Use(const LogTarget& target) {
   {
     const std::lock_guard lock(m_mutex);
     m_target = target;
-    m_any = true;
+    m_look = m_any = true;
   }
   m_news.notify_one();
 }
@@ -110,7 +110,7 @@ void LogWriter::Run() {
     const std::size_t done = busy ? m_file.Append(std::string_view(m_batch).substr(from)) : 0;
     lock.lock();
     m_written += done;
-    again = again || (busy && m_written < m_batch.size());
+    again = again || busy;
     if (busy && m_written == m_batch.size()) eventfd_write(m_event.get(), 1);
   }
 }

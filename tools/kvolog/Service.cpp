@@ -26,6 +26,7 @@
 namespace {
 
 constexpr std::chrono::milliseconds kWriterPatience{100};
+constexpr std::chrono::milliseconds kFolderPatience{50};  // until the writer has made it anew
 constexpr std::chrono::milliseconds kRow{1};
 constexpr std::chrono::microseconds kGathering{200};
 constexpr std::chrono::seconds kRegistrationPatience{5};
@@ -154,8 +155,9 @@ void Service::Gather() {
 void Service::Wait() {
   std::array<epoll_event, 256> events{};
   const bool turns = !m_ready.empty() && (m_lines.size() < kBatch || m_stalled);
-  const auto patience = !m_lines.empty()   ? kDelay
-                        : m_pinned.empty() ? m_configuration.Patience()
+  const auto tick = std::chrono::ceil<std::chrono::milliseconds>(m_nextTick - Clock::now());
+  const auto patience = !m_lines.empty()   ? (m_keeps && m_idle ? kDelay.zero() : kDelay)
+                        : m_pinned.empty() ? std::max(tick, tick.zero())
                                            : kWriterPatience;
   const int n = epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()),
                            turns ? 0 : static_cast<int>(patience.count()));
@@ -170,6 +172,7 @@ void Service::Wait() {
     } else if (fd == m_logFolder.fd()) {
       m_logFolder.Clear();
       m_writer.Look();
+      m_nextTick = Clock::now();
     } else if (const auto client = m_clients.find(fd); client != m_clients.end()) {
       if (!std::exchange(client->second.ready, true)) m_ready.push_back(fd);
     }
@@ -185,8 +188,8 @@ void Service::Tick() {
     m_target = target;
     m_writer.Use(m_target);
   }
-  m_nextTick = now + m_configuration.Patience();
   if (m_logFolder.Watch(m_target.path)) m_writer.Look();
+  m_nextTick = now + (m_logFolder.Watches() ? m_configuration.Patience() : kFolderPatience);
   if (!m_accepting) m_accepting = Watch(m_socket.get(), EPOLLIN);
   for (auto& [fd, client] : m_clients) {
     if (client.reader.Registered() || client.ended || now - client.since < kRegistrationPatience) {
@@ -440,13 +443,13 @@ bool Service::MayAdd(const ucred& peer, std::size_t bytes) {
 
 // Takes out of the sockets what is written, and hands the next lines to the writer.
 void Service::Settle() {
-  const bool idle = m_writer.Idle();
+  const bool idle = m_idle = m_writer.Idle();
   m_stalled = !idle && Clock::now() - m_handed > kWriterPatience;
   if (!idle && !m_stalled) return;
   std::erase_if(m_pinned, [&](int fd) {
     Client& client = m_clients.at(fd);
     Consume(client, m_stalled ? client.whole : client.handed);
-    client.handed = idle ? client.whole : 0;
+    client.handed = 0;
     const bool settled = !client.pinned;
     if (settled && client.ended) Forget(fd);
     return settled;
@@ -456,11 +459,16 @@ void Service::Settle() {
     Note(std::to_string(m_dropped) + " lines are missing here: the file could not be written");
     m_lost += std::exchange(m_dropped, 0);
   }
-  // Under load few large writes; what is kept in the sockets makes room there as soon as it can.
+  // Under load few large writes; but where lines are kept in the sockets, nothing more may come
+  // until there is room.
   const auto now = Clock::now();
-  if (m_lines.empty() || (!m_keeps && m_lines.size() < kWrite && now - m_handed < kDelay)) return;
+  const bool more = (m_any || !m_keeps) && m_lines.size() < kWrite && now - m_handed < kDelay;
+  if (!m_lines.empty() && more) return;
+  for (const int fd : m_pinned) m_clients.at(fd).handed = m_clients.at(fd).whole;
+  if (m_lines.empty()) return;
   m_writer.Write(&m_lines);
   m_handed = now;
+  m_idle = false;
 }
 
 void Service::Consume(Client& client, std::size_t size) {

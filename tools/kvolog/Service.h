@@ -139,6 +139,7 @@ class Service {
   Clock::time_point m_nextTick;
   Clock::time_point m_round;  // when the last one ended in which something came
   bool m_any = false;         // has come in this round
+  bool m_idle = true;         // the writer was, last
   bool m_accepting = true;    // false while no descriptor is free
   bool m_running = true;
   bool m_late = false;  // at the end, the writer was waited for in vain

@@ -6,16 +6,6 @@ constexpr std::size_t kMost = 4;
 
 }  // namespace
 
-Lanes::Lanes(Server& first, std::string url)
-    : m_url(std::move(url)),
-      m_whileNeeded({[this] {
-        const std::lock_guard lock(m_mutex);
-        return !m_ending;
-      }}),
-      m_first(first) {
-  m_first.AskInstead(m_always);
-}
-
 Lanes::~Lanes() {
   {
     const std::lock_guard lock(m_mutex);
@@ -31,26 +21,22 @@ void Lanes::Add(Task task) {
   m_changed.notify_one();
   if (m_waiting.size() <= m_idle || m_threads.size() == kMost) return;
   ++m_idle;
+  Server& server = *m_servers.emplace_back(std::make_unique<Server>(m_like, m_always));
   if (m_threads.empty()) {
-    m_threads.emplace_back([this] { Work(m_first); });
-    return;
+    m_threads.emplace_back([this, &server] { Work(server); });
+  } else {
+    m_threads.emplace_back([this, &server] { Connect(server); });
   }
-  Server& server = *m_others.emplace_back(std::make_unique<Server>(m_first, m_whileNeeded));
-  m_threads.emplace_back([this, &server] { Connect(server); });
 }
 
 void Lanes::Connect(Server& server) {
-  try {
-    Server::Handle request;
-    if (server.Enter(m_url, request) == CURLE_OK) {
-      server.AskInstead(m_always);
-      Work(server);
-      return;
-    }
-  } catch (const FileFailed&) {  // the work is done
+  Server::Handle request;
+  if (server.Enter(m_url, request) == CURLE_OK) {
+    Work(server);
+  } else {
+    const std::lock_guard lock(m_mutex);
+    --m_idle;
   }
-  const std::lock_guard lock(m_mutex);
-  --m_idle;
 }
 
 void Lanes::Work(Server& server) {

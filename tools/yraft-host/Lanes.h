@@ -1,5 +1,5 @@
-// Several connections to one server, each with a thread of its own. A small file waits for the
-// server most of the time, and a large one costs more encryption than one processor does.
+// Several connections to one server, each with a thread of its own, as a small file waits for the
+// server's answers most of the time.
 #pragma once
 
 #include <condition_variable>
@@ -17,10 +17,11 @@
 
 class Lanes {
  public:
-  // first  is connected, and the lanes' own from now on; the others connect where there is work for
-  //        them, and are done without where the server takes no more connections
-  // url    where they go
-  Lanes(Server& first, std::string url);
+  // They connect where there is work for them. All but the first are done without where the server
+  // takes no more connections.
+  //
+  // like  has been there, and its user been asked
+  Lanes(const Server& like, std::string url) : m_url(std::move(url)), m_like(like) {}
 
   // Does what is still to be done.
   ~Lanes();
@@ -44,9 +45,8 @@ class Lanes {
 
   const std::string m_url;
   const Permission m_always;
-  const Permission m_whileNeeded;
-  Server& m_first;
-  std::vector<std::unique_ptr<Server>> m_others;
+  const Server& m_like;
+  std::vector<std::unique_ptr<Server>> m_servers;
   std::vector<std::thread> m_threads;
   std::mutex m_mutex;  // for what follows
   std::condition_variable m_changed;

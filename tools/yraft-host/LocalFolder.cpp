@@ -69,7 +69,9 @@ LocalFolder::LocalFolder(UniqueFd folder, const std::string& path, bool shares,
 }
 
 // The names of the files are on the disk as well when the transfer ends.
-LocalFolder::~LocalFolder() { fsync(m_folder.get()); }
+LocalFolder::~LocalFolder() {
+  if (m_named) fsync(m_folder.get());
+}
 
 std::string LocalFolder::PlaceOf(const std::string& name) const {
   return std::filesystem::absolute(m_path).lexically_normal() / name;
@@ -104,6 +106,7 @@ void LocalFolder::Settle() {
     std::string given;
     if (one.why.empty() && !m_permission.goOn()) continue;
     if (one.why.empty()) one.why = WhyNot([&] { given = one.sink->Publish(); });
+    m_named = m_named || one.why.empty();
     one.arrived(given, one.why);
   }
 }

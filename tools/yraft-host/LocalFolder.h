@@ -39,6 +39,7 @@ class LocalFolder : public Target {
   const bool m_shares;
   const Permission& m_permission;
   const std::size_t m_mostFinished;
+  bool m_named = false;  // a file, since the folder was last on the disk
   std::vector<Finished> m_finished;
   std::uint64_t m_finishedBytes = 0;
   std::uint64_t m_together = std::uint64_t{16} << 20;  // bytes that wait for each other at most

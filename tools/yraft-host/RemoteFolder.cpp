@@ -1,6 +1,6 @@
 #include "RemoteFolder.h"
 
-#include "WebDavSink.h"
+#include "RemoteSink.h"
 
 namespace {
 
@@ -19,12 +19,11 @@ void RemoteFolder::Visit() {
 }
 
 std::unique_ptr<Sink> RemoteFolder::Begin(const std::string& name, const FileInfo& info) {
-  const RemoteFile file(m_url, name, info, m_lanes && m_resumes);
-  if (m_lanes) {
-    return std::make_unique<SftpSink>(*m_lanes, file, info, m_pieces, m_resumes);
-  }
-  MakeFolderOf(name);
-  return std::make_unique<WebDavSink>(m_server, file, info);
+  const bool resumes = m_lanes && m_resumes && info.size > 0 && !SmallSink::Takes(info);
+  const RemoteFile file(m_url, name, info, resumes);
+  if (m_lanes && SmallSink::Takes(info)) return std::make_unique<SmallSink>(*m_lanes, file, info);
+  if (!m_lanes) MakeFolderOf(name);
+  return std::make_unique<RemoteSink>(m_server, file, info, m_lanes != nullptr, resumes);
 }
 
 // SFTP's are made by curl. What a server answers here does not matter: one that is there already
@@ -41,11 +40,11 @@ void RemoteFolder::MakeFolderOf(const std::string& name) {
 }
 
 void RemoteFolder::Finish(std::unique_ptr<Sink> sink, const Arrived& arrived) {
-  if (!m_lanes) {
-    arrived(static_cast<WebDavSink&>(*sink).Publish(), {});
+  if (auto* large = dynamic_cast<RemoteSink*>(sink.get())) {
+    arrived(large->Publish(), {});
     return;
   }
-  std::unique_ptr<SftpSink> mine(static_cast<SftpSink*>(sink.release()));  // this target's own
+  std::unique_ptr<SmallSink> mine(static_cast<SmallSink*>(sink.release()));  // this target's own
   mine->Publish();
   m_finished.push_back({std::move(mine), arrived});
   while (m_finished.size() >= kTogether) SettleFirst();

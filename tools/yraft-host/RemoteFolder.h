@@ -10,7 +10,7 @@
 #include "Endpoints.h"
 #include "Lanes.h"
 #include "Server.h"
-#include "SftpSink.h"
+#include "SmallSink.h"
 #include "Url.h"
 
 class RemoteFolder : public Target {
@@ -29,7 +29,7 @@ class RemoteFolder : public Target {
 
  private:
   struct Finished {
-    std::unique_ptr<SftpSink> sink;
+    std::unique_ptr<SmallSink> sink;
     Arrived arrived;
   };
   void SettleFirst();
@@ -40,7 +40,6 @@ class RemoteFolder : public Target {
   const bool m_resumes;
   const Permission& m_permission;
   std::set<std::string> m_folders;  // of WebDAV, that have been made
-  PieceSize m_pieces;
-  std::unique_ptr<Lanes> m_lanes;  // of SFTP
+  std::unique_ptr<Lanes> m_lanes;   // of SFTP, for small files
   std::deque<Finished> m_finished;
 };

@@ -70,7 +70,7 @@ std::string HttpWords(long code) {
 }  // namespace
 
 Server::Server(const Permission& permission, Answers answers)
-    : m_permission(&permission),
+    : m_permission(permission),
       m_answers(std::move(answers)),
       m_connections(curl_multi_init(), curl_multi_cleanup),
       m_loginName(LoginName()),
@@ -159,7 +159,7 @@ std::optional<CURLcode> Server::Run(CURL* request, const std::function<bool()>& 
     if (const auto result = Step(request)) return result;
     if (ready()) return std::nullopt;
     curl_multi_poll(m_connections.get(), nullptr, 0, kPollMilliseconds, nullptr);
-    if (!m_permission->goOn()) throw FileFailed("cancelled");
+    if (!m_permission.goOn()) throw FileFailed("cancelled");
   }
 }
 

@@ -44,9 +44,6 @@ class Server {
   // FileFailed where the user wants it to end.
   std::optional<CURLcode> Run(CURL* request, const std::function<bool()>& ready);
 
-  // Whom to ask from now on.
-  void AskInstead(const Permission& permission) { m_permission = &permission; }
-
   // Makes the first request to a server, and again with a password where it wants one.
   CURLcode Enter(const std::string& url, Handle& request);
 
@@ -68,7 +65,7 @@ class Server {
   void SetUser(CURL* request, const Url& url);
   std::optional<CURLcode> Step(CURL* request);
 
-  const Permission* m_permission;
+  const Permission& m_permission;
   Answers m_answers;
   std::unique_ptr<CURLM, CURLMcode (*)(CURLM*)> m_connections;
   const std::string m_loginName, m_keyFile;

@@ -263,15 +263,16 @@ void Transfer::Handle(const Event& event) {
   if (event.code == YRAFT_NOTIFY_RESUME) m_paused = false;
 }
 
-// Handles every event that waits, and those of the time to come unless the user wants to stop.
+// Handles every event that waits, and those of the time to come unless the user wants to stop. A
+// Cancel may wait behind a Pause.
 void Transfer::HandleFor(milliseconds time) {
   const auto end = Clock::now() + time;
-  do {
+  while (!m_cancelled) {
     const auto left = std::chrono::ceil<milliseconds>(end - Clock::now());
-    const auto event = m_session.Next(std::max(left, milliseconds(0)));
-    if (!event && Clock::now() >= end) return;
+    const auto event = m_session.Next(m_paused ? milliseconds(0) : std::max(left, milliseconds(0)));
+    if (!event && (m_paused || Clock::now() >= end)) return;
     if (event) Handle(*event);
-  } while (!m_cancelled && !m_paused);
+  }
 }
 
 // What is finished arrives before the wait, however long that is. The window shows the file that it

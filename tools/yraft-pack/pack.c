@@ -33,7 +33,8 @@ static void PrintName(const char* name) {
   putchar('\n');
 }
 
-/* Answers what the items of a block say; one item less for each that is no file record. */
+/* Answers what the items of a block say; one item less for each that is no file record, or does not
+ * have its number in the block. */
 static Tally ReadBlock(const YRAFT_TLV_BLOCKS* block, size_t length, bool print) {
   Tally tally = {0, 0};
   YRAFT_TLV_WALK walk;
@@ -41,7 +42,7 @@ static Tally ReadBlock(const YRAFT_TLV_BLOCKS* block, size_t length, bool print)
   Yraft_TlvBlocksWalk(&walk, block, length);
   while ((item = Yraft_TlvBlocksNext(&walk)) != NULL) {
     const YRAFT_FILEINFO_ITEM* file = Yraft_TlvItemFileInfo(item);
-    if (file == NULL) continue;
+    if (file == NULL || file->fileContext != tally.files) continue;
     ++tally.files;
     tally.bytes += file->fileSize;
     if (print) {

@@ -33,6 +33,12 @@ const char* Fault(const KvoMessage* pMessage, const char* text) {
   return nullptr;
 }
 
+// The letter that presses the button of a text together with Alt; 0 where the text marks none.
+gunichar Mnemonic(nl_catd catalog, int number) {
+  const char* mark = strchr(catgets(catalog, number >> 16, number & 0xFFFF, ""), '_');
+  return mark != nullptr ? g_unichar_tolower(g_utf8_get_char(mark + 1)) : 0;
+}
+
 const KvoMessage* Find(int number) {
   for (const KvoMessage& message : kMessages) {
     if (message.number == number) return &message;
@@ -62,6 +68,13 @@ int main(int argc, char** argv) {
               pMessage != nullptr ? pMessage->name : "?", fault);
       ++faults;
     }
+  }
+  const gunichar cancel = Mnemonic(catalog, YRAFT_ENG_BUTTON_CANCEL);
+  if (faults == 0 && cancel != 0 &&
+      (cancel == Mnemonic(catalog, YRAFT_ENG_BUTTON_PAUSE) ||
+       cancel == Mnemonic(catalog, YRAFT_ENG_BUTTON_RESUME))) {
+    fprintf(stderr, "%s: the letter of Cancel is that of the button beside it\n", argv[1]);
+    ++faults;
   }
   catclose(catalog);
   return faults == 0 ? 0 : 1;
