@@ -249,7 +249,7 @@ TEST_F(Order, ServesRequestAfterRequestInTheSameMemory) {
   const long growth = PrivateMemory() - before;
   printf("grew by %ld KiB\n", growth);
   if (!kSanitized) {
-    EXPECT_LT(growth, 768);
+    EXPECT_LT(growth, 1024);
   }
 }
 

@@ -234,6 +234,8 @@ bool Select(const std::string& titlePart, const std::string& path, bool all) {
 
 bool Respond(const std::string& titlePart, int response) {
   return With(titlePart, [&](GtkWidget* window) {
+    GtkWidget* button = gtk_dialog_get_widget_for_response(GTK_DIALOG(window), response);
+    if (button != nullptr && !gtk_widget_get_sensitive(button)) return false;
     const bool chooses = GTK_IS_FILE_CHOOSER(window) && response == GTK_RESPONSE_ACCEPT;
     if (chooses && !IsSelected(window, "")) return false;
     return gtk_dialog_response(GTK_DIALOG(window), response), true;

@@ -87,7 +87,7 @@ bool With(const std::string& titlePart, const std::function<bool(GtkWidget*)>& a
 // A chooser has read the folder of a file, and that is selected, or all that stands beside it.
 bool Select(const std::string& titlePart, const std::string& path, bool all = false);
 bool IsSelected(GtkWidget* chooser, const std::string& path);
-// Lets a dialog answer by itself; a chooser accepts once something is selected.
+// Lets a dialog answer by itself as its button would; a chooser accepts once something is selected.
 bool Respond(const std::string& titlePart, int response);
 // Where a button with this label stands still on the screen; else {-1, -1}.
 struct Spot {

@@ -19,6 +19,10 @@ GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, const cha
   gtk_file_chooser_set_select_multiple(pChooser, look.multiple);
   gtk_file_chooser_set_do_overwrite_confirmation(pChooser, TRUE);
   gtk_file_chooser_set_current_folder(pChooser, g_get_home_dir());
+  const auto onFolder = +[](GtkDialog* pThere, void*) {
+    gtk_dialog_set_response_sensitive(pThere, GTK_RESPONSE_ACCEPT, TRUE);
+  };
+  g_signal_connect(pDialog, "current-folder-changed", G_CALLBACK(onFolder), nullptr);
   return pDialog;
 }
 
@@ -111,11 +115,13 @@ void ClearEntry(GtkWidget* pWidget, void*) {
   }
 }
 
-// The home directory, nothing selected, nothing typed.
+// The home directory, nothing selected, nothing typed. The toolkit is there only when it has looked
+// at it: whoever was quicker would choose the folder that it was left in.
 void BringToStart(GtkWidget* pDialog) {
   GtkFileChooser* pChooser = GTK_FILE_CHOOSER(pDialog);
   gtk_file_chooser_unselect_all(pChooser);
   ClearEntry(pDialog, nullptr);
+  gtk_dialog_set_response_sensitive(GTK_DIALOG(pDialog), GTK_RESPONSE_ACCEPT, FALSE);
   gtk_file_chooser_set_current_folder(pChooser, g_get_home_dir());
 }
 
