@@ -243,6 +243,7 @@ TEST_F(UI, StaysWhereTheUserPutItBetweenTheFilesOfABatch) {
 TEST_F(UI, HearsTheButtonsAndPressesNoneWithoutTheUser) {
   Host host;
   host.Progress(YRAFT_PROGRESS_CREATE, "a", 1, 2, 7, 9);
+  ASSERT_NE(user.WaitWindow(TitleAt(50)), None);
   Click(Text("YRAFT_ENG_BUTTON_PAUSE"));
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 7);
   // The next file starts unpaused.
