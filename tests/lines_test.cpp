@@ -33,21 +33,19 @@ void Require(bool holds, const std::string& what) {
 }
 
 std::string Masked(std::string text) {
+  static const std::regex newline("\n"), home("/tmp/yra-home-[A-Za-z0-9]{6}"),
+      id("signalID=[0-9]+"), address("0x(?!0\\b)[0-9a-fA-F]+"), fromGtk(" - 0x(?!0\\b)[0-9a-f]+");
   const auto has = [&](const char* part) { return text.find(part) != std::string::npos; };
-  const auto replace = [&](const char* what, const char* by) {
-    text = std::regex_replace(text, std::regex(what), by);
-  };
-  replace("\n", "\\n");
-  replace("/tmp/yra-home-[A-Za-z0-9]{6}", "~");
-  replace("signalID=[0-9]+", "signalID=*");
+  text = std::regex_replace(text, newline, "\\n");
+  text = std::regex_replace(text, home, "~");
+  text = std::regex_replace(text, id, "signalID=*");
   // Where a hexadecimal number is a code and no address.
   for (const char* code : {"ret=", "ret = ", "tatusCode=", "code is ", "failed.(", "from UI",
                            "thread.(", "message 0x", "ACCEPT. (", "Host: "}) {
     if (has(code)) return text;
   }
-  replace(has("from GTK") ? " - 0x(?!0\\b)[0-9a-f]+" : "0x(?!0\\b)[0-9a-fA-F]+",
-          has("from GTK") ? " - 0x*" : "0x*");
-  return text;
+  return has("from GTK") ? std::regex_replace(text, fromGtk, " - 0x*")
+                         : std::regex_replace(text, address, "0x*");
 }
 
 template <class T>

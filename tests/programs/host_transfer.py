@@ -108,7 +108,7 @@ def test_an_upload_into_the_folder_that_was_shown_is_obeyed(desk):
     (desk.files / "many").mkdir()
     for i in range(5000):
         (desk.files / f"many/{i}").write_bytes(b"x" * 4096)
-    program = desk.start("upload", "--rate", "4M", *(desk.files / "many").iterdir(), env={"HOME": str(desk.home)})
+    program = desk.start("upload", "--rate", "1M", *(desk.files / "many").iterdir(), env={"HOME": str(desk.home)})
     accept_folder()
     wait_until(lambda: len(os.listdir(desk.home)) > 500)
     press(PROGRESS, "Tab", "Tab", "space")
