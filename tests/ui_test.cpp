@@ -103,6 +103,9 @@ TEST_F(UI, RefusesAChoiceThatFitsNoBlockAndReleasesOneThatNobodyReceives) {
   host.RequestFiles();
   ChooseIn(chooser, AddTooMany(), true);
   ExpectNote(3, 15, YRAFT_OPT_STATUS_FAILED, 0);
+  host.RequestFiles();
+  Choose(first);
+  ExpectChoice({{first, 1024}});
   YraSetYraNotifyCallback(nullptr);
   host.RequestFiles();
   Choose(first);
