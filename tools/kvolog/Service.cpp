@@ -79,7 +79,9 @@ std::string StoreName(int fd, const RecordReader& reader) {
   constexpr char kHex[] = "0123456789abcdef";
   struct stat status {};
   fstat(fd, &status);
-  std::string name = std::to_string(status.st_ino) + "." + std::to_string(reader.session()) + ".";
+  std::string name = std::to_string(status.st_ino);
+  if (!reader.Registered()) return name;
+  name += "." + std::to_string(reader.session()) + ".";
   for (const unsigned char c : reader.identity()) name += {kHex[c >> 4], kHex[c & 15]};
   return name;
 }
@@ -286,8 +288,10 @@ void Service::Adopt(Inheritance::Connection connection) {
 // client has gone does not mean that its last lines are in the file.
 void Service::Store(Client& client) {
   const int fd = client.fd.get();
+  std::string name = StoreName(fd, client.reader);
+  if (name == client.name) return;  // it registered with a service before us, and is read again
   Unstore(client);
-  client.name = StoreName(fd, client.reader);
+  client.name = std::move(name);
   const std::string state = "FDSTORE=1\nFDPOLL=0\nFDNAME=" + client.name;
   sd_pid_notify_with_fds(0, 0, state.c_str(), &fd, 1);
 }
