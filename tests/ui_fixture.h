@@ -126,12 +126,6 @@ class UI : public testing::Test {
     user.ClickAt(spot.x, spot.y);
   }
 
-  // Brings a window to the front as a task bar does, and presses a key in it.
-  void PressIn(const std::string& title, const char* key) {
-    ASSERT_TRUE(Face(title)) << title;
-    user.Key(key);
-  }
-
   std::string TitleAt(int percent) { return std::to_string(percent) + "%"; }
 
   Notes notes;
