@@ -149,8 +149,8 @@ def test_a_slow_disk_is_no_reason_not_to_obey(desk, tmp_path):
 
 def test_a_pause_holds_until_the_window_is_closed_and_comes_back(desk):
     name = "日本語 " + "x" * 60
-    (desk.home / name).write_bytes(some(500000))
-    program = desk.download("--rate", "400K", columns=50)
+    (desk.home / name).write_bytes(some(600000))
+    program = desk.download("--rate", "100K", columns=50)
     accept_all()
     window = press(PROGRESS, "Tab", "space")
     wait_until(lambda: "KiB  paused" in program.out)
@@ -166,12 +166,12 @@ def test_a_pause_holds_until_the_window_is_closed_and_comes_back(desk):
 
     wait_until(came_back)
     assert program.wait() == 0
-    assert (desk.files / name).read_bytes() == some(500000)
+    assert (desk.files / name).read_bytes() == some(600000)
     lines = re.findall(r"\r\x1b\[K([^\r]+)(?=\r\x1b\[K)", program.out)
     assert len(lines) >= 5
     for line in lines:
         assert len(line) + line.count("日") * 3 <= 50 and line.endswith("...")
-    assert f"\r\x1b[K{name}: 500000 bytes\r\n" in program.out
+    assert f"\r\x1b[K{name}: 600000 bytes\r\n" in program.out
 
 
 def test_a_folder_that_takes_nothing_is_refused(desk):
