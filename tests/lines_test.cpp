@@ -592,14 +592,6 @@ void Close(const std::string& titlePart) {
   });
 }
 
-void* NewProgress(const char* name, uint32_t offset, uint32_t size,
-                  uint32_t operation = YRAFT_OPERATION_DOWNLOAD) {
-  auto* info = static_cast<YRAFT_PROGRESS_BAR_INFO*>(calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO)));
-  *info = {0, 4, 9, offset, size, {}, operation, 0, {}};
-  strcpy(info->name, name);
-  return info;
-}
-
 // A message that says of its size what it does not hold.
 void* NewMessage(const char* first, int lie = 0) {
   YRAFT_ERROR_MESSAGE_INFO* message = nullptr;
@@ -771,25 +763,25 @@ void ProgressEvents() {
     Send(what, YRAFT_UI_SIGNAL_PROGRESS_BAR, record, event);
   };
   send("an event without a record", 1, nullptr);
-  send("an unknown event", 9, NewProgress("a", 0, 1));
-  send("a download's begin", 1, NewProgress("dir/name", 1, 4));
-  send("its progress", 2, NewProgress("dir/name", 3, 4));
-  send("progress of another file", 2, NewProgress("other", 2, 8));
+  send("an unknown event", 9, NewProgress("a", 0, 1, 4, 9));
+  send("a download's begin", 1, NewProgress("dir/name", 1, 4, 4, 9));
+  send("its progress", 2, NewProgress("dir/name", 3, 4, 4, 9));
+  send("progress of another file", 2, NewProgress("other", 2, 8, 4, 9));
   g_text->Do("the user pauses", [] { Click("_Pause"); });
   g_text->Do("the user resumes", [] { Click("_Resume"); });
   g_hostAnswer = 5;
   g_text->Do("the user pauses, and the host answers 5", [] { Click("_Pause"); });
   g_text->Do("the user cancels, and the host answers 5", [] { Click("_Cancel"); });
   g_hostAnswer = 0;
-  send("an upload's begin", 1, NewProgress("name", 0, 4, YRAFT_OPERATION_UPLOAD));
-  send("its end", 2, NewProgress("name", 4, 4));
-  send("the begin of a file of no direction", 1, NewProgress("x", 0, 0, 0));
-  send("its close", 3, NewProgress("x", 0, 0));
+  send("an upload's begin", 1, NewProgress("name", 0, 4, 4, 9, YRAFT_OPERATION_UPLOAD));
+  send("its end", 2, NewProgress("name", 4, 4, 4, 9));
+  send("the begin of a file of no direction", 1, NewProgress("x", 0, 0, 4, 9, 0));
+  send("its close", 3, NewProgress("x", 0, 0, 4, 9));
   Request(
-      "closes the window", YRAFT_UI_SIGNAL_PROGRESS_BAR, NewProgress("y", 1, 4),
+      "closes the window", YRAFT_UI_SIGNAL_PROGRESS_BAR, NewProgress("y", 1, 4, 4, 9),
       [] { Close("25%"); }, 1);
-  send("progress without a window", 2, NewProgress("y", 2, 4));
-  send("the begin of a file without a window", 1, NewProgress("y", 2, 4));
+  send("progress without a window", 2, NewProgress("y", 2, 4, 4, 9));
+  send("the begin of a file without a window", 1, NewProgress("y", 2, 4, 4, 9));
 }
 
 void Messages() {
@@ -905,7 +897,7 @@ void ChoiceCalls() {
 }
 
 void OtherCalls() {
-  const std::unique_ptr<void, decltype(&free)> progress(NewProgress("dir/name", 1, 4), free);
+  const std::unique_ptr<void, decltype(&free)> progress(NewProgress("dir/name", 1, 4, 4, 9), free);
   const std::unique_ptr<void, decltype(&free)> message(NewMessage("first"), free);
   const std::unique_ptr<void, decltype(&free)> lie(NewMessage("first", 9), free);
   const auto run = [](int type, void* input) {

@@ -81,7 +81,7 @@ TEST_F(Order, EndsAtOnceWhateverIsOpenAndWhateverEndsIt) {
   Host host;
   host.RequestFiles();
   ASSERT_TRUE(Face(chooser));
-  user.Key("l", true);
+  user.Key("ctrl+l");
   user.Type("gone/file");
   EXPECT_TRUE(With(chooser, [&](GtkWidget*) {
     const char* text = "";

@@ -30,7 +30,7 @@ TEST_F(UI, HandsOverWhatTheUserTypesAndStartsTheNextChoiceFromTheHomeFolder) {
   const auto type = [&](const std::string& text, const char* last) {
     host.RequestFiles();
     ASSERT_TRUE(WaitFocus(chooser));  // by itself
-    user.Key("l", true);
+    user.Key("ctrl+l");
     user.Type(text);
     EXPECT_TRUE(user.WaitCentred(user.WaitWindow(chooser)));
     if (last != nullptr) user.Key(last);
@@ -225,7 +225,7 @@ TEST_F(UI, StaysWhereTheUserPutItBetweenTheFilesOfABatch) {
   host.Progress(YRAFT_PROGRESS_CREATE, std::string(60, 'W'), 1, 2, 0, 3);
   const Window window = user.WaitWindow(TitleAt(50));
   ASSERT_TRUE(user.WaitCentred(window));
-  user.Move(window, 90, 90);
+  user.Do(xdo_move_window, window, 90, 90);
   ASSERT_TRUE(WaitUntil([&] { return user.Geometry(window).x < 120; }));
   const User::Box moved = user.Geometry(window);
   for (uint16_t i = 1; i < 3; ++i) {
@@ -260,7 +260,7 @@ TEST_F(UI, HearsTheButtonsAndPressesNoneWithoutTheUser) {
   host.Progress(YRAFT_PROGRESS_CREATE, "c", 1, 2, 9, 10);
   const Window window = user.WaitWindow(TitleAt(50));
   EXPECT_FALSE(HasFocus(TitleAt(50)));
-  user.Activate(window);
+  user.Do(xdo_activate_window, window);
   ASSERT_TRUE(Face(TitleAt(50)));
   for (const char* key : {"space", "Return", "Escape", "Tab", "space"}) user.Key(key);
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 9);
@@ -331,7 +331,7 @@ TEST_F(UI, IsNeitherAnsweredByWhatTheUserWasTypingNorMinimised) {
   }
   EXPECT_TRUE(HasFocus("Oops"));
   // Nor is it lost where a window manager minimises it, which has no entry for it in a task bar.
-  user.Minimize(user.WaitWindow("Oops"));
+  user.Do(xdo_minimize_window, user.WaitWindow("Oops"));
   std::this_thread::sleep_for(std::chrono::milliseconds(300));
   ASSERT_TRUE(WaitFocus("Oops"));
   user.Key("Return");
