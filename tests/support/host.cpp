@@ -311,21 +311,6 @@ std::string CutLabels(const std::string& titlePart) {
   return cut;
 }
 
-void WaitDrawn() {
-  std::promise<void> done;
-  g_idle_add_full(
-      G_PRIORITY_LOW,
-      [](void* data) {
-        gdk_threads_enter();
-        gdk_flush();
-        gdk_threads_leave();
-        static_cast<std::promise<void>*>(data)->set_value();
-        return FALSE;
-      },
-      &done, nullptr);
-  done.get_future().wait();
-}
-
 double BarFraction() {
   double fraction = -1;
   InUI([&] {

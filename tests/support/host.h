@@ -108,7 +108,5 @@ bool HasFocus(const std::string& titlePart, bool hears = false);
 std::string LabelText(const std::string& titlePart, std::size_t nth = 0);
 // The labels that have less room than they take, and get no more.
 std::string CutLabels(const std::string& titlePart);
-// Everything that was to be drawn is on the screen.
-void WaitDrawn();
 // The bar's fraction in the visible or hidden progress window.
 double BarFraction();
