@@ -63,6 +63,7 @@ gboolean ComeBack(GtkWidget* pWindow, GdkEventWindowState* pEvent, void*) {
 // A window manager that is busy overlooks who asks before the window is there; and where there is
 // none, nobody else gives the focus to a window that is clicked.
 gboolean TakeFocus(GtkWidget* pWindow, GdkEvent* pEvent, void*) {
+  if (pEvent->type == GDK_MAP) YraLimitDialog(pWindow);
   if (pEvent->type == GDK_MAP || !YraIsManaged(pWindow)) {
     gdk_window_focus(gtk_widget_get_window(pWindow), YraDisplayTime(pWindow));
   }
@@ -93,7 +94,6 @@ void YraShowInFront(GtkWidget* pWindow) {
     g_object_set_data(G_OBJECT(pWindow), pMoment, GUINT_TO_POINTER(now));
   }
   gtk_widget_show_all(pWindow);
-  YraLimitDialog(pWindow);
   gtk_window_present_with_time(GTK_WINDOW(pWindow), now);
 }
 
