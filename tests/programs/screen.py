@@ -69,7 +69,7 @@ def close_box():
 def screen_for(home):
     """Puts a screen into the environment until it is asked to go on."""
     os.environ.update(LANG="en_US.UTF-8", LC_ALL="C.UTF-8", NO_AT_BRIDGE="1", TERM="xterm",
-                      XDG_CONFIG_HOME=str(home))
+                      XDG_CONFIG_HOME=str(home), GDK_CORE_DEVICE_EVENTS="1")  # GTK 3 hears no sent key without
     read, write = os.pipe()
     xvfb = Program("Xvfb", "-displayfd", write, "-screen", 0, "1024x768x24", "-nolisten", "tcp",
                    "-noreset", pass_fds=(write,))

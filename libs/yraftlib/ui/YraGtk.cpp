@@ -69,8 +69,12 @@ gboolean ComeBack(GtkWidget* pWindow, GdkEventWindowState* pEvent, void*) {
 // A window manager that is busy overlooks who asks before the window is there; and where there is
 // none, nobody else gives the focus to a window that is clicked.
 gboolean TakeFocus(GtkWidget* pWindow, GdkEvent* pEvent, void*) {
-  if (pEvent->type == GDK_MAP) CameUp(pWindow);
-  if (pEvent->type == GDK_MAP || !YraIsManaged(pWindow)) {
+  const bool comesUp = pEvent->type == GDK_MAP;
+  if (comesUp) {
+    CameUp(pWindow);
+    YraLimitDialog(pWindow);
+  }
+  if (comesUp || !YraIsManaged(pWindow)) {
     gdk_window_focus(gtk_widget_get_window(pWindow), YraDisplayTime(pWindow));
   }
   return FALSE;
@@ -98,7 +102,6 @@ void YraShowInFront(GtkWidget* pWindow) {
   }
   CameUp(pWindow);
   gtk_widget_show_all(pWindow);
-  YraLimitDialog(pWindow);
   gtk_window_present_with_time(GTK_WINDOW(pWindow), now);
 }
 
