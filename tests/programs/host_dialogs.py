@@ -2,8 +2,10 @@
 
 import json
 import os
+import re
 import signal
 
+from conftest import ROOT
 from screen import *
 
 
@@ -78,6 +80,16 @@ def test_without_a_display_every_command_says_so(desk):
                     ["pick-directory"], ["message", "a", "b"]):
         ends(desk.start(*command, env={"DISPLAY": None}), 2, "",
              "no display: the dialogs cannot be shown (is DISPLAY set?)")
+
+
+def test_every_catalog_has_the_texts_of_the_boxes():
+    header = re.sub(r'"?\s*\\\n\s*"', "", (ROOT / "tools/yraft-host/Texts.h").read_text())
+    english = dict(re.findall(r'4, (\d+),\s*"?(.*?)"\)', header))
+    for catalog in (ROOT / "common/libs/kvolocalise/catalogs").glob("*.msg"):
+        texts = dict(re.findall('^(\\d+) "(.*)"$', catalog.read_text().split("$set 4")[1], re.M))
+        assert catalog.stem != "en" or texts == english
+        assert {number: sorted(re.findall("%.", text)) for number, text in texts.items()} == {
+            number: sorted(re.findall("%.", text)) for number, text in english.items()}, catalog
 
 
 USAGE = [

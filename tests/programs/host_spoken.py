@@ -14,6 +14,7 @@ from screen import *
 gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi
 
+NONE = "No such file or directory"  # without a German locale
 CHOOSER = ["dialog", "file chooser"]  # by either toolkit
 
 
@@ -77,6 +78,12 @@ def test_every_dialog_tells_what_it_shows_and_hears_its_mnemonics(desk, bus, cat
     assert "a_text" in told(box, "label") and has(told(box, "button")["Close"], Atspi.StateType.FOCUSED)
     press("A_Title", "alt+c")
     ends(program, 0)
+    program = desk.start("upload", "--to", desk.files, desk.home / "a_file", "nowhere", env={"LANG": "de_DE.UTF-8"})
+    title = "Fehler bei der Dateiübertragung"
+    box = told(heard(["alert"], title), "label")
+    assert {"Angekommene Dateien: 1 von 2.", f"nowhere: lässt sich nicht öffnen: {NONE}"} <= box.keys()
+    press(title, "Escape")
+    ends(program, 1, err=f"nowhere: cannot be opened: {NONE}\nyraft-host: 1 of 2 files arrived")
     program = desk.start("upload", desk.home / "a_file")
     assert {"Cancel", "Save"} <= told(heard(CHOOSER, FOLDER), "button").keys()
     press(FOLDER, "Escape")

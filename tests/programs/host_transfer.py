@@ -78,7 +78,7 @@ def test_an_upload_brings_what_can_be_read_and_says_what_cannot(desk):
     assert contents == {"note.txt": b"old", "note (2).txt": b"new", "note (3).txt": b"new",
                         "[a,b]": some(1000), "version": pathlib.Path("/proc/version").read_bytes(), "folder/below/1": b"1"}
     assert (desk.home / "sparse").stat().st_size == 1 << 30 and (desk.home / "sparse").stat().st_blocks < 100
-    for line in ("nowhere: cannot be opened: No such file or directory", "is a device, not a file",
+    for line in ("nowhere: cannot be opened: No such file or directory", "is a folder, a device, a pipe or a socket, not a file",
                  "secret: cannot be opened: Permission denied", "6 of 9 files arrived"):
         assert line in program.err
 

@@ -15,8 +15,11 @@
 #include <stdexcept>
 #include <string>
 
+#include "Texts.h"
+
 struct FileFailed : std::runtime_error {
-  using std::runtime_error::runtime_error;
+  explicit FileFailed(const Text& text) : std::runtime_error(text.english), why(text) {}
+  Text why;
 };
 
 // Asked while something takes long, and last before a file gets its name. False ends it.
@@ -76,7 +79,7 @@ class Sink {
 class Target {
  public:
   // Tells under which name a file has arrived, or why it has not.
-  using Arrived = std::function<void(const std::string& given, const std::string& why)>;
+  using Arrived = std::function<void(const std::string& given, const Text& why)>;
 
   virtual ~Target() = default;
 

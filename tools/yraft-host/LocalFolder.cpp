@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <utility>
 
-#include "Console.h"
 #include "FileNames.h"
 
 namespace {
@@ -31,25 +30,25 @@ UniqueFd FolderOf(int folder, const std::string& name) {
     if (!at) break;
   }
   if (!at || name.find('/', start) != std::string::npos) {
-    throw FileFailed("its folder cannot be made: " + ErrorText(errno));
+    throw FileFailed(Say(Said::kNoFolder, {ErrorText(errno)}));
   }
   return at;
 }
 
 // Answers why a step failed; empty where it did not.
 template <typename Do>
-std::string WhyNot(const Do& step) {
+Text WhyNot(const Do& step) {
   try {
     step();
     return {};
   } catch (const FileFailed& failed) {
-    return failed.what();
+    return failed.why;
   }
 }
 
 }  // namespace
 
-UniqueFd OpenFolder(const std::string& path, std::string& why) {
+UniqueFd OpenFolder(const std::string& path, Text& why) {
   UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (folder && faccessat(folder.get(), ".", W_OK | X_OK, AT_EACCESS) == 0) return folder;
   why = ErrorText(errno);

@@ -10,7 +10,7 @@
 #include "UniqueFd.h"
 
 // Opens a folder that files can be put into; empty, with the reason in `why`, where it is none.
-UniqueFd OpenFolder(const std::string& path, std::string& why);
+UniqueFd OpenFolder(const std::string& path, Text& why);
 
 // Files arrive on the disk before they get their names. Small ones wait for each other, since the
 // disk takes many as fast as one.
@@ -31,7 +31,7 @@ class LocalFolder : public Target {
   struct Finished {
     std::unique_ptr<LocalSink> sink;
     Arrived arrived;
-    std::string why;  // it does not arrive; empty where it does
+    Text why;  // it does not arrive; empty where it does
   };
 
   const UniqueFd m_folder;

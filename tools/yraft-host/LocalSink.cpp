@@ -9,11 +9,10 @@
 #include <cerrno>
 
 #include "Attributes.h"
-#include "Console.h"
 
 namespace {
 
-[[noreturn]] void NotWritten() { throw FileFailed("cannot be written: " + ErrorText(errno)); }
+[[noreturn]] void NotWritten() { throw FileFailed(Say(Said::kNotWritten, {ErrorText(errno)})); }
 
 // Where the next data at or behind `offset` starts, or the end where only a hole is left.
 std::uint64_t NextData(int source, std::uint64_t offset) {
@@ -91,7 +90,7 @@ std::size_t LocalSink::Move(Source& source, std::size_t length) {
     got = descriptor < 0 ? static_cast<ssize_t>(source.Read(m_block.data(), length))
                          : pread(descriptor, m_block.data(), length, static_cast<off_t>(m_offset));
   } while (got < 0 && errno == EINTR);
-  if (got < 0) throw FileFailed("cannot be read: " + ErrorText(errno));
+  if (got < 0) throw FileFailed(Say(Said::kNotRead, {ErrorText(errno)}));
   Write(static_cast<std::size_t>(got));
   return static_cast<std::size_t>(got);
 }

@@ -70,17 +70,17 @@ bool TakesName(int folder, const std::string& name) {
 }
 
 // Why the folder did not take the name. Where it takes another, one of the characters is to blame.
-std::string WhyNot(int folder, const std::string& name, int error) {
+Text WhyNot(int folder, const std::string& name, int error) {
   if (TakesName(folder, "x")) {
     for (std::size_t at = 0; at < name.size();) {
       std::size_t length = 1;
       while ((static_cast<unsigned char>(name[at + length]) & 0xC0) == 0x80) ++length;
       const std::string character = name.substr(at, length);
-      if (!TakesName(folder, character)) return "the folder takes no '" + character + "' in a name";
+      if (!TakesName(folder, character)) return Say(Said::kNoCharacter, {Printable(character)});
       at += length;
     }
   }
-  return "cannot be created: " + ErrorText(error);
+  return Say(Said::kNotCreated, {ErrorText(error)});
 }
 
 }  // namespace
@@ -88,7 +88,7 @@ std::string WhyNot(int folder, const std::string& name, int error) {
 PartialFile::PartialFile(int folder, const std::string& name, mode_t mode) : m_folder(folder) {
   const long most = fpathconf(folder, _PC_NAME_MAX);
   if (most > 0 && name.size() > static_cast<std::size_t>(most)) {
-    throw FileFailed("the folder takes no name of more than " + std::to_string(most) + " bytes");
+    throw FileFailed(Say(Said::kNameTooLong, {std::to_string(most)}));
   }
   m_fd = UniqueFd(openat(folder, ".", O_WRONLY | O_TMPFILE | O_CLOEXEC, mode));
   if (m_fd && faccessat(AT_FDCWD, "/proc/self/fd", X_OK, 0) == 0) return;
@@ -96,7 +96,7 @@ PartialFile::PartialFile(int folder, const std::string& name, mode_t mode) : m_f
     if (Create(TemporaryName(name), mode)) return;
     if (errno != EEXIST) throw FileFailed(WhyNot(folder, name, errno));
   }
-  throw FileFailed("cannot be created: " + ErrorText(EEXIST));
+  throw FileFailed(Say(Said::kNotCreated, {ErrorText(EEXIST)}));
 }
 
 // Whoever removes leftovers may have been faster than the lock; then it is as if it were taken.
@@ -128,7 +128,7 @@ std::string PartialFile::Publish(const std::string& name) {
     error = GiveName(one);
     return error != EEXIST;
   });
-  if (error != 0) throw FileFailed("cannot be named: " + ErrorText(error));
+  if (error != 0) throw FileFailed(Say(Said::kNotNamed, {ErrorText(error)}));
   m_temporary.clear();
   return given;
 }

@@ -68,6 +68,6 @@ void RemoteFolder::SettleFirst() {
   try {
     first.arrived(first.sink->Given(), {});
   } catch (const FileFailed& failed) {
-    if (isWanted) first.arrived({}, failed.what());
+    if (isWanted) first.arrived({}, failed.why);
   }
 }
