@@ -146,17 +146,21 @@ def test_a_transfer_to_a_server_is_obeyed_and_outlives_its_connection(desk, ssh)
     assert desk.names() == ["1"]
 
 
-def test_a_transfer_goes_on_where_one_before_was_killed(desk, ssh):
+def test_a_transfer_goes_on_where_one_before_was_killed_unless_the_file_has_changed(desk, ssh):
     desk.known.write_text(desk.server_key)
-    (desk.home / "1").write_bytes(some(60000000))
-    program = desk.start("upload", "--to", ssh, "--resume", "--rate", "40M", desk.home / "1")
-    part = wait_until(lambda: [path for path in desk.files.iterdir() if path.stat().st_size > 30000000])[0]
-    program.signal(signal.SIGKILL)
-    program.wait()
-    with open(part, "r+b") as file:
-        file.write(b"not sent again")
-    ends(desk.start("upload", "--to", ssh, "--resume", desk.home / "1"), 0, "1: 60000000 bytes\n")
-    assert desk.names() == ["1"] and (desk.files / "1").read_bytes() == b"not sent again" + some(60000000)[14:]
+    for place, changes in ((ssh, False), (desk.files, False), (ssh, True), (desk.files, True)):
+        (desk.home / "1").write_bytes(some(60000000))
+        transfer = "upload", "--to", place, "--resume", desk.home / "1"
+        program = desk.start(*transfer, "--rate", "10M")
+        part = wait_until(lambda: [path for path in desk.files.iterdir() if path.stat().st_size > 25000000])[0]
+        program.signal(signal.SIGKILL)
+        program.wait()
+        with open(desk.home / "1" if changes else part, "r+b") as file:
+            file.write(b"not sent again")
+        ends(desk.start(*transfer), 0, "1: 60000000 bytes\n")
+        assert (desk.files / "1").read_bytes() == b"not sent again" + some(60000000)[14:]
+        assert os.listxattr(desk.files / "1") == [] and (changes or desk.names() == ["1"])
+        (desk.files / "1").unlink()
 
 
 def test_files_go_to_a_webdav_server_and_come_back(desk, dav):

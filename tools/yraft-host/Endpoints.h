@@ -33,6 +33,9 @@ struct FileInfo {
   mode_t mode = 0666;               // permission bits
   timespec modified{};              // zero where it is not known
   std::uint64_t most = UINT64_MAX;  // bytes to take at most, of a file that may grow for ever
+  // Another for every file and every state of it; empty where that cannot be told. What is resumed
+  // is of one version.
+  std::string version;
 };
 
 // Room for what the file seems to have behind an offset, and a byte to see its end; a little where

@@ -6,10 +6,20 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "FileNames.h"
+
 namespace {
 
 bool Same(const timespec& a, const timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+std::string Version(const struct stat& status) {
+  std::string version = std::to_string(status.st_ino) + " " + std::to_string(status.st_size);
+  for (const timespec& time : {status.st_mtim, status.st_ctim}) {
+    version += " " + std::to_string(time.tv_sec) + "." + std::to_string(time.tv_nsec);
+  }
+  return Digest(version);
 }
 
 FileFailed NotOpened() { return FileFailed(Say(Said::kNotOpened, {ErrorText(errno)})); }
@@ -25,9 +35,12 @@ LocalSource::LocalSource(const std::string& path, bool asItIs) : m_asItIs(asItIs
     if (!m_fd || fstat(m_fd.get(), &status) != 0) throw NotOpened();
   }
   if (!S_ISREG(status.st_mode)) throw FileFailed(Say(Said::kNoFile));
-  m_info = {static_cast<std::uint64_t>(status.st_size), status.st_mode & 0777, status.st_mtim};
+  m_info.size = static_cast<std::uint64_t>(status.st_size);
+  m_info.mode = status.st_mode & 0777;
+  m_info.modified = status.st_mtim;
   m_changed = status.st_ctim;
   if (asItIs && m_info.size > 0) m_info.most = m_info.size;
+  if (!asItIs && m_info.size > 0) m_info.version = Version(status);
 }
 
 std::size_t LocalSource::Read(unsigned char* bytes, std::size_t length) {

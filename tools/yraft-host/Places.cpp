@@ -66,8 +66,8 @@ ExitStatus Places::OpenTarget(const std::string& place, Console& console) {
 }
 
 void Places::TakeTarget(UniqueFd folder, const std::string& path) {
-  m_target =
-      std::make_unique<LocalFolder>(std::move(folder), path, m_options.rate == 0, m_permission);
+  m_target = std::make_unique<LocalFolder>(std::move(folder), path, m_options.rate == 0,
+                                           m_options.resumes, m_permission);
 }
 
 std::unique_ptr<Source> Places::OpenSource(const std::string& place) {

@@ -16,8 +16,7 @@ std::string TemporaryName(const std::string& name, const FileInfo& info, bool re
   static unsigned int number = 0;
   const std::size_t folder = name.rfind('/') + 1;
   const std::string mark =
-      resumes ? std::to_string(info.size) + "-" + std::to_string(info.modified.tv_sec)
-              : std::to_string(getpid()) + "-" + std::to_string(number++);
+      resumes ? info.version : std::to_string(getpid()) + "-" + std::to_string(number++);
   return name.substr(0, folder) + ".yraft-" + mark + "-" +
          CutName(name.substr(folder), kLongestName) + ".part";
 }
