@@ -25,6 +25,11 @@ def title(window):
     return " ".join(xdotool("getwindowname", window))
 
 
+def stands_still(window):
+    """Waits until a window's title has not changed for half a second."""
+    wait_until(lambda: title(window) == [time.sleep(0.5), title(window)][1])
+
+
 def face(title):
     """Waits for a window and makes it the active one."""
 
