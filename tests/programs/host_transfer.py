@@ -14,15 +14,12 @@ import pytest
 from conftest import BUILD, LIBC, wait_until
 from screen import *
 
-POOR_DISK = BUILD / "tests/poor_disk.so"
-
-
 def some(size):
     return random.Random(size).randbytes(size)
 
 
 def poor_disk(**more):
-    return {"LD_PRELOAD": str(POOR_DISK), "ASAN_OPTIONS": os.environ.get("ASAN_OPTIONS", "") +
+    return {"LD_PRELOAD": str(BUILD / "tests/poor_disk.so"), "ASAN_OPTIONS": os.environ.get("ASAN_OPTIONS", "") +
             ":verify_asan_link_order=0", **more}
 
 
@@ -129,8 +126,7 @@ def test_a_poor_disk_takes_what_it_can(desk):
 def test_a_slow_disk_is_no_reason_not_to_obey(desk, tmp_path, keys, number, status):
     """Cancel and a first Ctrl+C before the file is on the disk drop it; a second one does not wait."""
     (desk.files / "1").write_bytes(some(3000))
-    seconds = 60 if status > 1 else 8
-    disk = poor_disk(YRA_SYNC_SECONDS=str(seconds), YRA_SYNC_MARK=str(tmp_path / "mark"))
+    disk = poor_disk(YRA_SYNC_SECONDS="60" if status > 1 else "8", YRA_SYNC_MARK=str(tmp_path / "mark"))
     program = desk.start("upload", "--rate", 3000, desk.files / "1", env=disk)
     accept_folder()
     wait_until((tmp_path / "mark").exists)
@@ -160,28 +156,20 @@ def test_a_pause_holds_until_the_window_is_closed_and_comes_back(desk):
     wait_until(came_back)
     assert program.wait() == 0 and (desk.files / name).read_bytes() == some(600000)
     lines = re.findall(r"\r\x1b\[K([^\r]+)(?=\r\x1b\[K)", program.out)
-    assert len(lines) >= 5
-    assert all(len(line) + line.count("日") * 3 <= 50 and line.endswith("...") for line in lines)
+    assert lines and all(len(line) + line.count("日") * 3 <= 50 and line.endswith("...") for line in lines)
     assert f"\r\x1b[K{name}: 600000 bytes\r\n" in program.out
 
 
-def test_a_folder_that_takes_nothing_is_refused(desk):
-    (desk.home / "1").write_text("1")
-    desk.files.chmod(0o500)
-    error = f"{desk.files}: Permission denied"
-    ends(desk.download(setup=as_ordinary_user), 2, "", error)
-    program = desk.start("upload", desk.home / "1", env={"HOME": str(desk.files)}, setup=as_ordinary_user)
-    accept_folder()
-    close_box()
-    accept(FOLDER, "Escape")  # to choose again
-    ends(program, 1, "", error + "\nyraft-host: nothing was chosen")
-
-
-def test_an_upload_goes_into_the_folder_that_is_clicked(desk):
+def test_an_upload_goes_into_the_folder_that_is_clicked_and_none_that_takes_nothing(desk):
     (desk.home / "Alpha/Beta").mkdir(parents=True)
     (desk.home / "Zeta").mkdir()
     (desk.files / "1").write_text("1")
-    program = desk.start("upload", desk.files / "1", cwd="/")
+    for folder in (desk.home, desk.files):
+        folder.chmod(0o500)
+    ends(desk.download(setup=as_ordinary_user), 2, "", f"{desk.files}: Permission denied")
+    program = desk.start("upload", desk.files / "1", cwd="/", setup=as_ordinary_user)
+    accept_folder()
+    close_box()
     chooser = face(FOLDER)
 
     def entered():
@@ -191,7 +179,7 @@ def test_an_upload_goes_into_the_folder_that_is_clicked(desk):
 
     wait_until(entered)
     accept_folder()
-    ends(program, 0, "1: 1 bytes\n")
+    ends(program, 0, "1: 1 bytes\n", f"{desk.home}: Permission denied")
     assert (desk.home / "Alpha/Beta/1").exists()
 
 
