@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <sys/epoll.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
@@ -15,7 +16,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <thread>
@@ -67,38 +67,36 @@ std::size_t Waiting(int fd) {
 // that we get: not more than a batch each.
 WrittenLines WrittenBefore(const Inheritance& inheritance, const std::string& path) {
   WrittenLines lines;
-  const bool any = std::ranges::any_of(inheritance.connections,
-                                       [](const auto& one) { return Waiting(one.fd.get()) > 0; });
+  const bool any = std::ranges::any_of(
+      inheritance.connections, [](const auto& one) { return Waiting(one.second.fd.get()) > 0; });
   if (any) lines.Load(path, 16 * kBatch);
   return lines;
 }
 
-// A connection's name in the service manager's store: what its registration said, and a number that
-// no other one has.
-std::string StoreName(int fd, const RecordReader& reader) {
-  constexpr char kHex[] = "0123456789abcdef";
+// The name of a connection in the service manager's store: a number that no other one has.
+std::string StoreName(int fd) {
   struct stat status {};
   fstat(fd, &status);
-  std::string name = std::to_string(status.st_ino);
-  if (!reader.Registered()) return name;
-  name += "." + std::to_string(reader.session()) + ".";
-  for (const unsigned char c : reader.identity()) name += {kHex[c >> 4], kHex[c & 15]};
-  return name;
+  return std::to_string(status.st_ino);
 }
 
-void Restore(const std::string& name, RecordReader* reader) {
-  const std::size_t session = name.find('.') + 1;
-  const std::size_t identity = name.find('.', session) + 1;
-  if (session == 0 || identity == 0) return;
-  std::string bytes;
-  for (std::size_t at = identity; at + 1 < name.size(); at += 2) {
-    unsigned char byte = 0;
-    std::from_chars(name.data() + at, name.data() + at + 2, byte, 16);
-    bytes.push_back(static_cast<char>(byte));
-  }
-  unsigned int number = 0;
-  std::from_chars(name.data() + session, name.data() + identity, number);
-  reader->GoOn(bytes, number);
+// The service manager keeps the connection when we are gone, until it is told otherwise: that the
+// client has gone does not mean that its last lines are in the file. The registration's file is
+// kept beside it from the start, and written when there is one.
+void Store(const Inheritance::Connection& connection) {
+  const int fds[] = {connection.fd.get(), connection.registration.get()};
+  const std::string state = "FDSTORE=1\nFDPOLL=0\nFDNAME=" + StoreName(fds[0]);
+  sd_pid_notify_with_fds(0, 0, state.c_str(), fds, std::size(fds));
+}
+
+void Unstore(const std::string& name) { sd_notify(0, ("FDSTOREREMOVE=1\nFDNAME=" + name).c_str()); }
+
+void Restore(int registration, RecordReader* reader) {
+  std::array<char, sizeof(KvoLogHello)> bytes;
+  const ssize_t n = pread(registration, bytes.data(), bytes.size(), 0);
+  reader->Feed({bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(n, 0))});
+  LogRecord none{};
+  reader->Next(&none);
 }
 
 // What waits first in a socket is no registration.
@@ -125,7 +123,9 @@ Service::Service(const ServeOptions& options, Inheritance inheritance)
                        m_logFolder.fd()}) {
     if (!Watch(fd, EPOLLIN)) throw Refused("cannot wait for clients: " + Error());
   }
-  for (auto& connection : inheritance.connections) Adopt(std::move(connection));
+  for (auto& [name, connection] : inheritance.connections) {
+    connection.fd ? Adopt(std::move(connection)) : Unstore(name);
+  }
 }
 
 bool Service::Watch(int fd, std::uint32_t events) {
@@ -227,9 +227,13 @@ void Service::HandleSignal() {
 
 void Service::AcceptSome() {
   for (int n = 0; n < kMostAccepted; ++n) {
-    UniqueFd fd = m_socket.Accept();
-    if (fd) {
-      Admit(std::move(fd));
+    // Whoever is accepted is kept in the very next step.
+    Inheritance::Connection connection;
+    if (m_keeps) connection.registration = UniqueFd(memfd_create("registration", MFD_CLOEXEC));
+    if (!m_keeps || connection.registration) connection.fd = m_socket.Accept();
+    if (connection.fd) {
+      if (m_keeps) Store(connection);
+      Admit(std::move(connection));
     } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
       // Who connects now waits until a client has gone.
       const std::string why = Error();
@@ -245,12 +249,13 @@ void Service::AcceptSome() {
   }
 }
 
-Service::Client* Service::NewClient(UniqueFd fd) {
-  const int number = fd.get();
+Service::Client* Service::NewClient(Inheritance::Connection connection) {
+  const int number = connection.fd.get();
   // What stays in a socket is told once.
   if (!Watch(number, EPOLLIN | EPOLLRDHUP | (m_keeps ? EPOLLET : 0U))) return nullptr;
   Client& client = m_clients[number];
-  client.fd = std::move(fd);
+  client.fd = std::move(connection.fd);
+  client.registration = std::move(connection.registration);
   client.since = Clock::now();
   socklen_t size = sizeof client.peer;
   getsockopt(number, SOL_SOCKET, SO_PEERCRED, &client.peer, &size);
@@ -260,13 +265,14 @@ Service::Client* Service::NewClient(UniqueFd fd) {
   return &client;
 }
 
-void Service::Admit(UniqueFd fd) {
-  Client* client = NewClient(std::move(fd));
-  if (client == nullptr) return Note("a client was turned away: " + Error());
-  if (m_keeps) {
-    SetPeeked(client->fd.get(), 0);
-    Store(*client);
+void Service::Admit(Inheritance::Connection connection) {
+  const std::string name = StoreName(connection.fd.get());
+  Client* client = NewClient(std::move(connection));
+  if (client == nullptr) {
+    if (m_keeps) Unstore(name);
+    return Note("a client was turned away: " + Error());
   }
+  if (m_keeps) SetPeeked(client->fd.get(), 0);
   User& user = m_users[client->peer.uid];
   if (client->peer.uid == 0 || user.connections <= m_options.connections) return;
   user.turnedAway = true;
@@ -274,31 +280,13 @@ void Service::Admit(UniqueFd fd) {
 }
 
 void Service::Adopt(Inheritance::Connection connection) {
-  Client* client = NewClient(std::move(connection.fd));
+  Client* client = NewClient(std::move(connection));
   if (client == nullptr) return;
   const int fd = client->fd.get();
   client->again = Waiting(fd);
   SetPeeked(fd, -1);
-  if (Registered(fd)) Restore(connection.name, &client->reader);
-  client->name = connection.name;
+  if (Registered(fd)) Restore(client->registration.get(), &client->reader);
   SetPeeked(fd, 0);
-}
-
-// The service manager keeps the connection when we are gone, until it is told otherwise: that the
-// client has gone does not mean that its last lines are in the file.
-void Service::Store(Client& client) {
-  const int fd = client.fd.get();
-  std::string name = StoreName(fd, client.reader);
-  if (name == client.name) return;  // it registered with a service before us, and is read again
-  Unstore(client);
-  client.name = std::move(name);
-  const std::string state = "FDSTORE=1\nFDPOLL=0\nFDNAME=" + client.name;
-  sd_pid_notify_with_fds(0, 0, state.c_str(), &fd, 1);
-}
-
-void Service::Unstore(const Client& client) {
-  if (client.name.empty()) return;
-  sd_notify(0, ("FDSTOREREMOVE=1\nFDNAME=" + client.name).c_str());
 }
 
 // Nothing more is read from the client, and it hears of it. Its next turn is its last.
@@ -311,7 +299,7 @@ void Service::End(Client& client) {
 void Service::Forget(int fd) {
   const auto client = m_clients.find(fd);
   if (client == m_clients.end()) return;
-  Unstore(client->second);
+  if (m_keeps) Unstore(StoreName(fd));
   const auto user = m_users.find(client->second.peer.uid);
   --user->second.connections;
   m_clients.erase(client);
@@ -368,11 +356,19 @@ void Service::TakeIn(Client& client, std::string_view bytes) {
   const bool registered = reader.Registered();
   for (LogRecord record{}; reader.Next(&record);) AddLine(client, record);
   client.bytes += bytes.size();
-  if (m_keeps && !registered && reader.Registered()) Store(client);
+  if (m_keeps && !registered && reader.Registered()) KeepRegistration(client);
   if (m_keeps) Keep(client, bytes.size());
   if (reader.error().empty()) return;
   Note(client, "sent " + reader.error() + " and was dropped");
   End(client);
+}
+
+// Before its bytes are taken out of the socket.
+void Service::KeepRegistration(Client& client) {
+  const std::string& bytes = client.reader.registration();
+  if (pwrite(client.registration.get(), bytes.data(), bytes.size(), 0) < 0) {
+    Note(client, "is cut off when the log service restarts: " + Error());
+  }
 }
 
 // Takes down that so many bytes more are left in the client's socket.

@@ -31,14 +31,15 @@
 #include "UniqueFd.h"
 #include "WrittenLines.h"
 
-// What a service manager kept for the service.
+// What a service manager kept for the service: the connections by the names that they are kept
+// under.
 struct Inheritance {
   struct Connection {
     UniqueFd fd;
-    std::string name;
+    UniqueFd registration;
   };
   UniqueFd listener;
-  std::vector<Connection> connections;
+  std::map<std::string, Connection> connections;
 };
 
 class Service {
@@ -66,13 +67,13 @@ class Service {
   };
   struct Client {
     UniqueFd fd;
+    UniqueFd registration{};  // a file in memory for the next service, which is not sent it again
     ucred peer{};
     Clock::time_point since{};
     RecordReader reader{};
     bool ready = false;      // has a turn to come
     bool ended = false;      // nothing more will be read
     std::string answer{};    // to its question, as far as it is not sent
-    std::string name{};      // by which the service manager has it, too
     bool pinned = false;     // some of what was read is still in its socket, namely
     std::size_t read = 0;    // so many bytes,
     std::size_t whole = 0;   // of these, so many in whole records,
@@ -87,18 +88,17 @@ class Service {
   void Tick();
   void HandleSignal();
   void AcceptSome();
-  void Admit(UniqueFd fd);
+  void Admit(Inheritance::Connection connection);
   void Adopt(Inheritance::Connection connection);
-  Client* NewClient(UniqueFd fd);
+  Client* NewClient(Inheritance::Connection connection);
   void Turns();
   void Read(Client& client);
   void TakeIn(Client& client, std::string_view bytes);
   void AddLine(Client& client, const LogRecord& record);
   void Forward(const Client& client, const LogRecord& record, std::string_view className);
   bool MayAdd(const ucred& peer, std::size_t bytes);
+  void KeepRegistration(Client& client);
   void Keep(Client& client, std::size_t bytes);
-  static void Store(Client& client);
-  static void Unstore(const Client& client);
   void Settle();
   void Consume(Client& client, std::size_t size);
   void Discard(int fd, std::size_t size);
