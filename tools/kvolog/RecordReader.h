@@ -35,9 +35,10 @@ class RecordReader {
 
   // What is wrong with the stream; empty while nothing is.
   const std::string& error() const { return m_error; }
-  // How many bytes at the end of those so far are the start of a record. Ask when Next() has
-  // answered false.
-  std::size_t Partial() const { return m_partialIsWhole ? 0 : m_partial.size(); }
+  // The end of the bytes so far that is the start of a record. Ask when Next() has answered false.
+  std::string_view Partial() const { return m_partialIsWhole ? std::string_view() : m_partial; }
+  // It will be fed once more.
+  void DropPartial() { m_partial.clear(); }
 
   bool Registered() const { return !m_registration.empty(); }
   // The bytes that it came in; a reader that is fed with them goes on behind it.
