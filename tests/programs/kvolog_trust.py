@@ -83,18 +83,18 @@ def test_ten_restarts_under_load_lose_and_repeat_nothing(manager, start, end):
 
 
 @contextlib.contextmanager
-def stalled(service):
-    """A disk that hangs: the thread that writes does not come back."""
-    def trace(request, thread):
-        return LIBC.ptrace(ctypes.c_long(request), thread, None, None) == 0
+def stalled(service, thread="kvolog-writer"):
+    """A disk that hangs, say: the thread that writes does not come back."""
+    def trace(request):
+        return LIBC.ptrace(ctypes.c_long(request), number, None, None) == 0
 
     tasks = pathlib.Path(f"/proc/{service.pid}/task")
-    writer = next(int(task.name) for task in tasks.iterdir() if "writer" in (task / "comm").read_text())
-    assert trace(0x4206, writer) and trace(0x4207, writer)  # PTRACE_SEIZE, PTRACE_INTERRUPT
-    os.waitpid(writer, 0x40000000)  # __WALL
+    number = next(int(task.name) for task in tasks.iterdir() if (task / "comm").read_text() == f"{thread}\n")
+    assert trace(0x4206) and trace(0x4207)  # PTRACE_SEIZE, PTRACE_INTERRUPT
+    os.waitpid(number, 0x40000000)  # __WALL
     yield
-    if not trace(17, writer):  # PTRACE_DETACH; it was killed meanwhile
-        os.waitpid(writer, 0x40000000)
+    if not trace(17):  # PTRACE_DETACH; it was killed meanwhile
+        os.waitpid(number, 0x40000000)
 
 
 def test_a_service_or_a_disk_that_stands_still_costs_no_line(manager, start):
@@ -105,8 +105,12 @@ def test_a_service_or_a_disk_that_stands_still_costs_no_line(manager, start):
         manager.service.signal(signal.SIGSTOP)
         time.sleep(1.5)
         manager.service.signal(signal.SIGCONT)
-    with stalled(manager.service):
-        time.sleep(1.5)  # longer than a client waits
+    with contextlib.ExitStack() as stack:
+        with stalled(manager.service):
+            time.sleep(1.5)  # longer than a client waits
+            stack.enter_context(stalled(manager.service, "kvolog"))
+            size = LOG.stat().st_size
+        wait_until(lambda: LOG.stat().st_size > size)  # and it dies before it knows
         manager.service.signal(signal.SIGKILL)
     manager.service.wait()
     manager.run()
