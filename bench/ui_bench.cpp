@@ -251,7 +251,7 @@ Seen Film(const char* title, Feed feed) {
   const auto settle = [] { std::this_thread::sleep_for(std::chrono::milliseconds(500)); };
   User user;
   const Window window = user.WaitWindow(title);
-  user.Activate(window);
+  user.Do(xdo_activate_window, window);
   settle();
   Camera camera(window);
   feed(50);

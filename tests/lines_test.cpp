@@ -12,7 +12,7 @@
 #include <fstream>
 #include <mutex>
 #include <regex>
-#include <set>
+#include <sstream>
 #include <utility>
 
 #include "YraWinUI.h"
@@ -72,10 +72,9 @@ class Transcript {
     Require(KvoLogInit() == 1 && m_service.Accept(), "no log");
     m_out << "Behind ==, a call and its answer. Then the lines: class, level, function, text; "
              "behind --\n"
-             "those of another thread. 0x* is an address, ~ the home directory, and … the lines of "
-             "a\n"
-             "function that stand above already. \"Host\" is the notify function and its "
-             "arguments.\n\n";
+             "those of another thread. 0x* is an address, ~ the home directory, and \"Host\" the "
+             "notify\n"
+             "function and its arguments.\n\n";
     KvoLogSetCurrentLevel(KVO_CLASS_ALL, KVO_LOG_VERBOSE);
     m_reader = std::thread([this] {
       while (const auto record = m_service.Next()) {
@@ -112,15 +111,13 @@ class Transcript {
     }
     m_out << std::endl;         // the last one is the one that broke
     if (m_serves) InUI([] {});  // what was queued there is done with
-    std::vector<std::string> texts[2];
+    std::ostringstream own, others;
     for (const Line& line : Take()) {
-      texts[line.head.thread == m_own ? 0 : 1].push_back(std::to_string(line.head.classId) + ' ' +
-                                                         std::to_string(line.head.level) + ' ' +
-                                                         Masked(line.text));
+      (line.head.thread == m_own ? own : others)
+          << int{line.head.classId} << ' ' << int{line.head.level} << ' ' << Masked(line.text)
+          << '\n';
     }
-    Write(texts[0]);
-    if (!texts[1].empty()) m_out << "--\n";
-    Write(texts[1]);
+    m_out << own.str() << (others.str().empty() ? "" : "--\n") << others.str();
   }
 
   // What `body` does is not written down.
@@ -134,34 +131,6 @@ class Transcript {
   }
 
  private:
-  // Behind the lines of the function that enters at a line; the next line where none does.
-  static std::size_t Behind(const std::vector<std::string>& lines, std::size_t at) {
-    const auto in = [&](std::size_t i) { return lines[i].ends_with("] In."); };
-    const std::string who = lines[at].substr(4, lines[at].find("] ") - 4);
-    int depth = 0;
-    for (std::size_t i = at; i < lines.size() && in(at); ++i) {
-      if (lines[i].find(who) == std::string::npos) continue;
-      if (in(i)) ++depth;
-      if (lines[i].find("] Out") != std::string::npos && --depth == 0) return i + 1;
-    }
-    return at + 1;
-  }
-
-  // Writes lines down. Of a function that another one calls, and whose lines are all the same as
-  // they were before, stand the first and the last in one.
-  void Write(const std::vector<std::string>& lines) {
-    for (std::size_t i = 0; i < lines.size();) {
-      const std::size_t behind = Behind(lines, i);
-      std::string text;
-      for (std::size_t j = i; j < behind; ++j) text += lines[j] + '\n';
-      const bool known = !m_known.insert(text).second && i > 0 && behind > i + 1;
-      m_out << lines[i];
-      if (known) m_out << " …" << lines[behind - 1].substr(lines[behind - 1].find("] ") + 1);
-      m_out << '\n';
-      i = known ? behind : i + 1;
-    }
-  }
-
   // The lines since the last time: those in front of a mark.
   std::vector<Line> Take() {
     const std::string mark = ": mark " + std::to_string(++m_marks);
@@ -181,7 +150,6 @@ class Transcript {
   std::mutex m_mutex;
   std::condition_variable m_came;
   std::vector<Line> m_lines;
-  std::set<std::string> m_known;  // what functions have written
   int m_marks = 0;
   bool m_serves = false;
   int m_quiet = 0;
@@ -592,14 +560,6 @@ void Close(const std::string& titlePart) {
   });
 }
 
-void* NewProgress(const char* name, uint32_t offset, uint32_t size,
-                  uint32_t operation = YRAFT_OPERATION_DOWNLOAD) {
-  auto* info = static_cast<YRAFT_PROGRESS_BAR_INFO*>(calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO)));
-  *info = {0, 4, 9, offset, size, {}, operation, 0, {}};
-  strcpy(info->name, name);
-  return info;
-}
-
 // A message that says of its size what it does not hold.
 void* NewMessage(const char* first, int lie = 0) {
   YRAFT_ERROR_MESSAGE_INFO* message = nullptr;
@@ -771,25 +731,25 @@ void ProgressEvents() {
     Send(what, YRAFT_UI_SIGNAL_PROGRESS_BAR, record, event);
   };
   send("an event without a record", 1, nullptr);
-  send("an unknown event", 9, NewProgress("a", 0, 1));
-  send("a download's begin", 1, NewProgress("dir/name", 1, 4));
-  send("its progress", 2, NewProgress("dir/name", 3, 4));
-  send("progress of another file", 2, NewProgress("other", 2, 8));
+  send("an unknown event", 9, NewProgress("a", 0, 1, 4, 9));
+  send("a download's begin", 1, NewProgress("dir/name", 1, 4, 4, 9));
+  send("its progress", 2, NewProgress("dir/name", 3, 4, 4, 9));
+  send("progress of another file", 2, NewProgress("other", 2, 8, 4, 9));
   g_text->Do("the user pauses", [] { Click("_Pause"); });
   g_text->Do("the user resumes", [] { Click("_Resume"); });
   g_hostAnswer = 5;
   g_text->Do("the user pauses, and the host answers 5", [] { Click("_Pause"); });
   g_text->Do("the user cancels, and the host answers 5", [] { Click("_Cancel"); });
   g_hostAnswer = 0;
-  send("an upload's begin", 1, NewProgress("name", 0, 4, YRAFT_OPERATION_UPLOAD));
-  send("its end", 2, NewProgress("name", 4, 4));
-  send("the begin of a file of no direction", 1, NewProgress("x", 0, 0, 0));
-  send("its close", 3, NewProgress("x", 0, 0));
+  send("an upload's begin", 1, NewProgress("name", 0, 4, 4, 9, YRAFT_OPERATION_UPLOAD));
+  send("its end", 2, NewProgress("name", 4, 4, 4, 9));
+  send("the begin of a file of no direction", 1, NewProgress("x", 0, 0, 4, 9, 0));
+  send("its close", 3, NewProgress("x", 0, 0, 4, 9));
   Request(
-      "closes the window", YRAFT_UI_SIGNAL_PROGRESS_BAR, NewProgress("y", 1, 4),
+      "closes the window", YRAFT_UI_SIGNAL_PROGRESS_BAR, NewProgress("y", 1, 4, 4, 9),
       [] { Close("25%"); }, 1);
-  send("progress without a window", 2, NewProgress("y", 2, 4));
-  send("the begin of a file without a window", 1, NewProgress("y", 2, 4));
+  send("progress without a window", 2, NewProgress("y", 2, 4, 4, 9));
+  send("the begin of a file without a window", 1, NewProgress("y", 2, 4, 4, 9));
 }
 
 void Messages() {
@@ -905,7 +865,7 @@ void ChoiceCalls() {
 }
 
 void OtherCalls() {
-  const std::unique_ptr<void, decltype(&free)> progress(NewProgress("dir/name", 1, 4), free);
+  const std::unique_ptr<void, decltype(&free)> progress(NewProgress("dir/name", 1, 4, 4, 9), free);
   const std::unique_ptr<void, decltype(&free)> message(NewMessage("first"), free);
   const std::unique_ptr<void, decltype(&free)> lie(NewMessage("first", 9), free);
   const auto run = [](int type, void* input) {

@@ -40,7 +40,7 @@ class UI : public testing::Test {
     return WaitUntil([&] {
       if (HasFocus(title, true)) return true;
       const Window window = user.Find(title);
-      if (window != None && ++looks % 100 == 0) user.Activate(window);
+      if (window != None && ++looks % 100 == 0) user.Do(xdo_activate_window, window);
       return false;
     });
   }

@@ -45,7 +45,10 @@ class Language : public UI, public testing::WithParamInterface<std::string> {
     EXPECT_TRUE(user.WaitCentred(user.WaitWindow(title))) << title;
     const char* folder = getenv("YRA_PICTURES");
     if (folder == nullptr) return;
-    WaitDrawn();
+    InUI([] {
+      while (gtk_events_pending()) gtk_main_iteration();
+      gdk_flush();
+    });
     const std::string command =
         "import -window root '" + std::string(folder) + "/" + GetParam() + "-" + name + ".png'";
     EXPECT_EQ(system(command.c_str()), 0) << command;  // NOLINT: a fixed command

@@ -6,6 +6,8 @@
 
 namespace {
 
+const std::string kText(40, 't');  // longer than what a string holds by itself
+
 class Memory : public UI {
  protected:
   // Closes what comes up until it is so; the folder chooser, whose button's place is known, by
@@ -15,71 +17,65 @@ class Memory : public UI {
     return WaitUntil([&] {
       if (condition()) return true;
       for (const Window window : user.Windows()) {
-        if (user.Title(window) == folderChooser) {
-          user.ClickAt(save.x, save.y);
-        } else {
-          user.Close(window);
-        }
+        user.Title(window) == folderChooser ? user.ClickAt(save.x, save.y) : user.Close(window);
       }
       return false;
     });
   }
+
+  // Lets one allocation after the other fail, until all that `attempt` makes have: it answers
+  // whether the chosen one was made. Each leaves no window.
+  void Sweep(const std::function<bool(int nth)>& attempt) {
+    bool failed = true;
+    for (int nth = 1; failed; ++nth) {
+      failed = attempt(nth);
+      ASSERT_TRUE(CloseUntil([&] { return user.Windows().empty(); })) << nth;
+    }
+  }
   Spot save{};
 };
 
-void* NewProgress() {
-  auto* info = static_cast<YRAFT_PROGRESS_BAR_INFO*>(calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO)));
-  strcpy(info->name, "a/name that is longer than what a string holds by itself");
-  info->fileSize = 2;
-  return info;
-}
-
 TEST_F(Memory, AnswersARequestOnceOrDropsWhatHasNoAnswer) {
-  const std::string text(40, 't');
   const struct {
     int signalType, evtType;
-    bool answered;
     std::function<void*()> record;
   } kRequests[] = {
-      {1, 0, true, [] { return calloc(1, sizeof(YRAFT_THRESHOLD_INFO)); }},
-      {2, 0, true, [] { return Yraft_FileInfoItemAllocate("upload.bin", 10, 3, 1); }},
-      {3, YRAFT_PROGRESS_CREATE, false, NewProgress},
-      {3, YRAFT_PROGRESS_REFRESH, false, NewProgress},
-      {4, 0, false,
-       [&] { return Yraft_ErrorMessageAllocate(text.c_str(), text.c_str(), text.c_str()); }},
+      {1, 0, [] { return calloc(1, sizeof(YRAFT_THRESHOLD_INFO)); }},
+      {2, 0, [] { return Yraft_FileInfoItemAllocate("upload.bin", 10, 3, 1); }},
+      {3, YRAFT_PROGRESS_CREATE, [] { return NewProgress(kText, 0, 2); }},
+      {3, YRAFT_PROGRESS_REFRESH, [] { return NewProgress(kText, 0, 2); }},
+      {4, 0,
+       [] { return Yraft_ErrorMessageAllocate(kText.c_str(), kText.c_str(), kText.c_str()); }},
   };
+  const auto isAnswered = [&] { return notes.Pending() > 0; };
   Host host;
   host.RequestDirectory(1);
   save = ButtonSpot("gtk-save");
-  ASSERT_TRUE(CloseUntil([&] { return notes.Pending() > 0; }));
+  ASSERT_TRUE(CloseUntil(isAnswered));
   free(notes.Next().pData);
   for (const auto& request : kRequests) {
     for (const bool inUI : {false, true}) {
-      bool failed = true;
-      for (int nth = 1; failed; ++nth) {
+      Sweep([&](int nth) {
         void* record = request.record();
         std::optional<AllocationWatch> watch;
-        if (inUI) {
-          InUI([&] { watch.emplace(nth); });
-          host.Send(request.signalType, request.evtType, record);
-        } else {
-          watch.emplace(nth);
-          host.Send(request.signalType, request.evtType, record);
-          watch->End();
-        }
-        if (request.answered) {
-          ASSERT_TRUE(CloseUntil([&] { return notes.Pending() > 0; })) << nth;
+        const auto begin = [&] { watch.emplace(nth); };
+        inUI ? InUI(begin) : begin();
+        host.Send(request.signalType, request.evtType, record);
+        if (!inUI) watch->End();
+        if (request.signalType <= YRAFT_UI_SIGNAL_SELECT_DIR) {
+          EXPECT_TRUE(CloseUntil(isAnswered)) << nth;
           const Note note = notes.Next();
           EXPECT_EQ(note.status == YRAFT_OPT_STATUS_SUCCESS, note.pData != nullptr);
           free(note.pData);
         }
+        bool failed = false;
         InUI([&] {
           failed = watch->Failed();
-          if (inUI) watch.reset();
+          watch->End();
         });
-        ASSERT_TRUE(CloseUntil([&] { return user.Windows().empty(); }));
-        ASSERT_EQ(notes.Pending(), 0U) << nth;
-      }
+        EXPECT_EQ(notes.Pending(), 0U) << nth;
+        return failed;
+      });
     }
   }
   EXPECT_TRUE(host.End());
@@ -90,9 +86,8 @@ TEST_F(Memory, EndsACallAndAStart) {
   g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_FATAL_MASK));
   YRAFT_THRESHOLD_INFO limits = {};
   YRAFT_PROGRESS_BAR_INFO info = {};
-  const std::string text(40, 't');
   const std::unique_ptr<YRAFT_ERROR_MESSAGE_INFO, decltype(&free)> error(
-      Yraft_ErrorMessageAllocate(text.c_str(), text.c_str(), text.c_str()), free);
+      Yraft_ErrorMessageAllocate(kText.c_str(), kText.c_str(), kText.c_str()), free);
   YRAFT_SELF_SIGNAL table = {};
   YraWinUI* ui = nullptr;
   const std::function<void()> calls[] = {
@@ -107,9 +102,8 @@ TEST_F(Memory, EndsACallAndAStart) {
       [&] { YraMainWinUICreate(0, nullptr, &table, &ui); },
   };
   for (const auto& call : calls) {
-    bool failed = true;
-    for (int nth = 1; failed; ++nth) {
-      auto ended = std::async(std::launch::async, [&] {
+    Sweep([&](int nth) {
+      auto failed = std::async(std::launch::async, [&] {
         AllocationWatch watch(nth);
         try {
           call();
@@ -117,17 +111,17 @@ TEST_F(Memory, EndsACallAndAStart) {
           // A constructor may say so.
         }
         watch.End();
-        failed = watch.Failed();
+        return watch.Failed();
       });
-      ASSERT_TRUE(CloseUntil([&] {
+      EXPECT_TRUE(CloseUntil([&] {
         YraSendSelfSignal(&table, YRAFT_UI_SIGNAL_THREAD_DESTORY, 0, 0, nullptr);
-        return ended.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+        return failed.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
       })) << nth;
       YraMainWinUIDestory(std::exchange(ui, nullptr));
-    }
+      return failed.get();
+    });
   }
   while (notes.Pending() > 0) notes.Next();  // of the progress window
-  EXPECT_TRUE(user.Windows().empty());
 }
 
 }  // namespace

@@ -6,14 +6,16 @@
 #include <string>
 #include <vector>
 
-struct xdo;
+extern "C" {
+#include <xdo.h>
+}
 
 // The home directory. Made ready for the toolkit on first use.
 class Desktop {
  public:
   static Desktop& Get();
   const std::string& Home() const { return m_home; }
-  // Writes a file of `size` random bytes (or a hole) below the home directory; answers its path.
+  // Makes a file (of nothing but a hole) or a folder below the home directory; answers its path.
   std::string AddFile(const std::string& name, std::size_t size);
   std::string AddFolder(const std::string& name);
 
@@ -36,13 +38,18 @@ class User {
   // The whole window is on the screen, and in its middle.
   bool WaitCentred(Window window);
 
-  void Type(const std::string& text);
-  void Key(const std::string& keysym, bool control = false);
+  // One of libxdo's functions, and the server has done it.
+  template <class Function, class... Argument>
+  void Do(Function function, Argument... argument) {
+    function(m_xdo, argument...);
+    XSync(m_xdo->xdpy, False);
+  }
+  void Type(const std::string& text) { Do(xdo_enter_text_window, CURRENTWINDOW, text.c_str(), 0); }
+  void Key(const std::string& keys) {
+    Do(xdo_send_keysequence_window, CURRENTWINDOW, keys.c_str(), 0);
+  }
   void ClickAt(int x, int y);
-  void Close(Window window);     // as by a click on the window's close control
-  void Activate(Window window);  // as by a click in a task bar
-  void Minimize(Window window);
-  void Move(Window window, int x, int y);
+  void Close(Window window);  // as by a click on the window's close control
   std::string Title(Window window);
   std::vector<Window> Windows();
   struct Box {
@@ -54,5 +61,5 @@ class User {
   Window Find(const std::string& titlePart);
 
  private:
-  xdo* m_xdo;
+  xdo_t* m_xdo;
 };

@@ -60,6 +60,14 @@ void Notes::OnNext(std::function<void()> act) {
   g_onNext = std::move(act);
 }
 
+YRAFT_PROGRESS_BAR_INFO* NewProgress(const std::string& name, uint32_t offset, uint32_t size,
+                                     uint16_t number, uint16_t count, uint32_t operation) {
+  auto* info = static_cast<YRAFT_PROGRESS_BAR_INFO*>(calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO)));
+  *info = {0, number, count, offset, size, {}, operation, 0, {}};
+  name.copy(info->name, sizeof(info->name) - 1);
+  return info;
+}
+
 Host::Host() : m_winUI(m_ended.get_future()) {
   m_thread = std::thread([this] {
     YraWinUI* pWinUI = nullptr;
@@ -67,9 +75,7 @@ Host::Host() : m_winUI(m_ended.get_future()) {
     m_ended.set_value(pWinUI);
   });
   // A signal of no consequence tells when the channel is served.
-  WaitUntil([this] {
-    return Send(YRAFT_UI_SIGNAL_PROGRESS_BAR, 0, calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO))) == 0;
-  });
+  WaitUntil([this] { return Send(YRAFT_UI_SIGNAL_PROGRESS_BAR, 0, NewProgress("", 0, 0)) == 0; });
 }
 
 Host::~Host() {
@@ -92,24 +98,11 @@ unsigned int Host::Send(int signalType, int evtType, void* pInput) {
 }
 
 void Host::RequestFiles() {
-  auto* info = static_cast<YRAFT_THRESHOLD_INFO*>(calloc(1, sizeof(YRAFT_THRESHOLD_INFO)));
-  Send(YRAFT_UI_SIGNAL_SELECT_FLIES, 0, info);
+  Send(YRAFT_UI_SIGNAL_SELECT_FLIES, 0, calloc(1, sizeof(YRAFT_THRESHOLD_INFO)));
 }
 
 void Host::RequestDirectory(uint64_t size) {
   Send(YRAFT_UI_SIGNAL_SELECT_DIR, 0, Yraft_FileInfoItemAllocate("upload.bin", 10, 3, size));
-}
-
-void Host::Progress(int event, const std::string& name, uint32_t offset, uint32_t size,
-                    uint16_t number, uint16_t count) {
-  auto* info = static_cast<YRAFT_PROGRESS_BAR_INFO*>(calloc(1, sizeof(YRAFT_PROGRESS_BAR_INFO)));
-  info->fileContext = number;
-  info->filesNum = count;
-  info->fileOffset = offset;
-  info->fileSize = size;
-  info->fileTransferOperation = YRAFT_OPERATION_DOWNLOAD;
-  memcpy(info->name, name.data(), std::min(name.size(), sizeof(info->name) - 1));
-  Send(YRAFT_UI_SIGNAL_PROGRESS_BAR, event, info);
 }
 
 void Host::Error(const std::string& title, const std::string& first, const std::string& second) {
@@ -316,21 +309,6 @@ std::string CutLabels(const std::string& titlePart) {
     return cut.empty();
   });
   return cut;
-}
-
-void WaitDrawn() {
-  std::promise<void> done;
-  g_idle_add_full(
-      G_PRIORITY_LOW,
-      [](void* data) {
-        gdk_threads_enter();
-        gdk_flush();
-        gdk_threads_leave();
-        static_cast<std::promise<void>*>(data)->set_value();
-        return FALSE;
-      },
-      &done, nullptr);
-  done.get_future().wait();
 }
 
 double BarFraction() {

@@ -36,6 +36,11 @@ class Notes {
                               unsigned int value, void* pData);
 };
 
+// A record for YraSendSelfSignal, of a download unless told.
+YRAFT_PROGRESS_BAR_INFO* NewProgress(const std::string& name, uint32_t offset, uint32_t size,
+                                     uint16_t number = 0, uint16_t count = 1,
+                                     uint32_t operation = YRAFT_OPERATION_DOWNLOAD);
+
 // A persistent UI on a thread of its own. Ends it when it goes, if the test has not.
 class Host {
  public:
@@ -44,8 +49,10 @@ class Host {
   unsigned int Send(int signalType, int evtType, void* pInput);
   void RequestFiles();
   void RequestDirectory(uint64_t size);
-  void Progress(int event, const std::string& name, uint32_t offset, uint32_t size,
-                uint16_t number = 0, uint16_t count = 1);
+  template <class... Figure>  // as NewProgress takes them
+  void Progress(int event, const std::string& name, Figure... figure) {
+    Send(YRAFT_UI_SIGNAL_PROGRESS_BAR, event, NewProgress(name, figure...));
+  }
   void Error(const std::string& title, const std::string& first, const std::string& second);
   // Sends signal 5 and waits for YraMainWinUICreate; answers its object.
   YraWinUI* Return();
@@ -101,7 +108,5 @@ bool HasFocus(const std::string& titlePart, bool hears = false);
 std::string LabelText(const std::string& titlePart, std::size_t nth = 0);
 // The labels that have less room than they take, and get no more.
 std::string CutLabels(const std::string& titlePart);
-// Everything that was to be drawn is on the screen.
-void WaitDrawn();
 // The bar's fraction in the visible or hidden progress window.
 double BarFraction();
