@@ -42,7 +42,7 @@ std::vector<std::string> LinesOf(std::string_view stream, std::size_t piece) {
     }
   }
   lines.push_back(reader.error() +
-                  (reader.error().empty() && reader.Partial() > 0 ? " inside" : ""));
+                  (reader.error().empty() && !reader.Partial().empty() ? " inside" : ""));
   return lines;
 }
 

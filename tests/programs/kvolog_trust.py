@@ -24,17 +24,19 @@ class Manager:
         self.listener = socket.socket(socket.AF_UNIX)
         self.listener.bind(str(SOCKET))
         self.listener.listen(64)
-        self.ready = threading.Event()
+        self.ready, self.kept = threading.Event(), threading.Event()
         threading.Thread(target=self.attend, daemon=True).start()
 
     def attend(self):
         while True:
-            text, descriptors, _, _ = socket.recv_fds(self.inbox, 4096, 1)
+            text, descriptors, _, _ = socket.recv_fds(self.inbox, 4096, 2)
             state = dict(one.split("=", 1) for one in text.decode().splitlines())
             if "FDSTORE" in state:
-                self.store[state["FDNAME"]] = descriptors[0]
+                self.store.setdefault(state["FDNAME"], []).extend(descriptors)
+                self.kept.set()
             if "FDSTOREREMOVE" in state:
-                os.close(self.store.pop(state["FDNAME"]))
+                for fd in self.store.pop(state["FDNAME"]):
+                    os.close(fd)
             if "READY" in state:
                 self.ready.set()
 
@@ -44,8 +46,8 @@ class Manager:
             ours.sendto(b"READY=1", self.path)
         assert self.ready.wait(30)
         self.ready.clear()
-        names = ["kvologd.socket", *self.store]
-        kept = [fcntl.fcntl(fd, fcntl.F_DUPFD, 300) for fd in (self.listener.fileno(), *self.store.values())]
+        given = [("kvologd.socket", self.listener.fileno()), *((name, fd) for name in self.store for fd in self.store[name])]
+        names, kept = zip(*((name, fcntl.fcntl(fd, fcntl.F_DUPFD, 300)) for name, fd in given))
         moves = " ".join(f"{3 + i}<&{fd}" for i, fd in enumerate(kept))
         self.service = self.start(
             "bash", "-c", f"exec {moves}; export LISTEN_PID=$$; exec {KVOLOG} serve", pass_fds=kept,
@@ -64,45 +66,55 @@ def manager(kvolog, start, tmp_path):
 def test_ten_restarts_under_load_lose_and_repeat_nothing(manager, start, end):
     writers = start_writers(start, 8, 10000, 4000)  # who comes before the service waits for it
     manager.run()
-    # Between the two calls that give a kept connection its client's name nobody keeps it.
-    wait_until(lambda: sum("." in one for one in list(manager.store)) == len(writers))
+    wait_until(lambda: len(manager.store) == 1 + len(writers))
     for n in range(10):
-        if n % 3:  # else it dies before it has read all that its predecessor had
+        if n % 3 == 1:  # it dies when it has just got a client
+            manager.kept.clear()
+            writers += start_writers(start, 1, 10000, 4000, len(writers))
+            assert manager.kept.wait(30)
+        elif n % 3:  # else it dies before it has read all that its predecessor had
             await_text(f" {n * 600}\n")
         manager.service.signal(end)
         manager.service.wait()
         manager.run()
     check_whole(manager.service, writers, 10000)
     assert SOCKET.exists()
-    wait_until(lambda: not manager.store)
+    wait_until(lambda: [*manager.store] == ["inbox"])
 
 
 @contextlib.contextmanager
-def stalled(service):
-    """A disk that hangs: the thread that writes does not come back."""
-    def trace(request, thread):
-        assert LIBC.ptrace(ctypes.c_long(request), thread, None, None) == 0, os.strerror(ctypes.get_errno())
+def stalled(service, thread="kvolog-writer"):
+    """A disk that hangs, say: the thread that writes does not come back."""
+    def trace(request):
+        return LIBC.ptrace(ctypes.c_long(request), number, None, None) == 0
 
     tasks = pathlib.Path(f"/proc/{service.pid}/task")
-    writer = next(int(task.name) for task in tasks.iterdir() if "writer" in (task / "comm").read_text())
-    trace(0x4206, writer)  # PTRACE_SEIZE
-    trace(0x4207, writer)  # PTRACE_INTERRUPT
-    os.waitpid(writer, 0x40000000)  # __WALL
+    number = next(int(task.name) for task in tasks.iterdir() if (task / "comm").read_text() == f"{thread}\n")
+    assert trace(0x4206) and trace(0x4207)  # PTRACE_SEIZE, PTRACE_INTERRUPT
+    os.waitpid(number, 0x40000000)  # __WALL
     yield
-    trace(17, writer)  # PTRACE_DETACH
+    if not trace(17):  # PTRACE_DETACH; it was killed meanwhile
+        os.waitpid(number, 0x40000000)
 
 
-def test_a_service_or_a_disk_that_stands_still_costs_no_line(serve, start):
-    service = serve()
+def test_a_service_or_a_disk_that_stands_still_costs_no_line(manager, start):
+    manager.run()
     writers = start_writers(start, 4, 9000, 3000)
     await_text("w3 10\n")
-    with stalled(service):
-        time.sleep(1.5)  # longer than a client waits
     if SOCKET_ROOM >= 4 << 20:
-        service.signal(signal.SIGSTOP)
+        manager.service.signal(signal.SIGSTOP)
         time.sleep(1.5)
-        service.signal(signal.SIGCONT)
-    check_whole(service, writers, 9000)
+        manager.service.signal(signal.SIGCONT)
+    with contextlib.ExitStack() as stack:
+        with stalled(manager.service):
+            time.sleep(1.5)  # longer than a client waits
+            stack.enter_context(stalled(manager.service, "kvolog"))
+            size = LOG.stat().st_size
+        wait_until(lambda: LOG.stat().st_size > size)  # and it dies before it knows
+        manager.service.signal(signal.SIGKILL)
+    manager.service.wait()
+    manager.run()
+    check_whole(manager.service, writers, 9000)
 
 
 def test_what_a_stall_does_cost_is_told(serve):

@@ -94,8 +94,8 @@ def await_text(text, path=LOG):
     return wait_until(lambda: path.exists() and text in path.read_text(errors="replace"))
 
 
-def start_writers(start, count, lines, rate=0):
-    return [start(TRACE_WRITER, f"w{n}", lines, rate) for n in range(count)]
+def start_writers(start, count, lines, rate=0, first=0):
+    return [start(TRACE_WRITER, f"w{first + n}", lines, rate) for n in range(count)]
 
 
 def check_whole(service, writers, lines):

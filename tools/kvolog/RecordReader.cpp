@@ -82,13 +82,9 @@ std::size_t RecordReader::SizeOf(std::string_view bytes) {
 void RecordReader::Register(std::string_view bytes) {
   const std::string_view identity = bytes.substr(kHelloText);
   if (identity.find('\0') != identity.size() - 1) return Fail("an identity that ends nowhere");
+  m_registration = bytes;
   m_identity = identity.substr(0, identity.size() - 1);
   m_session = Field<std::uint16_t>(bytes, offsetof(KvoLogHello, session));
-}
-
-void RecordReader::GoOn(std::string_view identity, unsigned int session) {
-  m_identity = identity;
-  m_session = session;
 }
 
 bool RecordReader::Decode(std::string_view bytes, LogRecord* record) {

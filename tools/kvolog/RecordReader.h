@@ -33,16 +33,16 @@ class RecordReader {
   // used up or the stream is malformed.
   bool Next(LogRecord* record);
 
-  // The stream goes on behind its registration, which another reader has read.
-  void GoOn(std::string_view identity, unsigned int session);
-
   // What is wrong with the stream; empty while nothing is.
   const std::string& error() const { return m_error; }
-  // How many bytes at the end of those so far are the start of a record. Ask when Next() has
-  // answered false.
-  std::size_t Partial() const { return m_partialIsWhole ? 0 : m_partial.size(); }
+  // The end of the bytes so far that is the start of a record. Ask when Next() has answered false.
+  std::string_view Partial() const { return m_partialIsWhole ? std::string_view() : m_partial; }
+  // It will be fed once more.
+  void DropPartial() { m_partial.clear(); }
 
-  bool Registered() const { return !m_identity.empty(); }
+  bool Registered() const { return !m_registration.empty(); }
+  // The bytes that it came in; a reader that is fed with them goes on behind it.
+  const std::string& registration() const { return m_registration; }
   const std::string& identity() const { return m_identity; }
   unsigned int session() const { return m_session; }
 
@@ -57,6 +57,7 @@ class RecordReader {
   std::string_view m_input;       // not looked at yet
   std::string m_partial;          // the start of a record whose end has not come yet
   bool m_partialIsWhole = false;  // its end has come, and it was handed out
+  std::string m_registration;
   std::string m_identity;
   unsigned int m_session = 0;
   std::string m_error;

@@ -39,8 +39,12 @@ Inheritance Inherit() {
     UniqueFd fd(SD_LISTEN_FDS_START + i);
     if (sd_is_socket_unix(fd.get(), SOCK_STREAM, 1, KVO_LOG_SOCKET_PATH, 0) > 0) {
       inheritance.listener = std::move(fd);
-    } else if (sd_is_socket_unix(fd.get(), SOCK_STREAM, 0, nullptr, 0) > 0) {
-      inheritance.connections.push_back({std::move(fd), names[i]});
+    } else if (names[i] == kInboxName) {
+      inheritance.inbox = std::move(fd);
+    } else {
+      Inheritance::Connection& connection = inheritance.connections[names[i]];
+      const bool socket = sd_is_socket_unix(fd.get(), SOCK_STREAM, 0, nullptr, 0) > 0;
+      (socket ? connection.fd : connection.registration) = std::move(fd);
     }
     std::free(names[i]);
   }

@@ -1,9 +1,8 @@
 #include "Service.h"
 
-#include <linux/sockios.h>
 #include <signal.h>
 #include <sys/epoll.h>
-#include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/signalfd.h>
 #include <sys/stat.h>
@@ -15,7 +14,6 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstdio>
 #include <cstring>
 #include <thread>
@@ -31,7 +29,6 @@ constexpr std::chrono::milliseconds kRow{1};
 constexpr std::chrono::microseconds kGathering{200};
 constexpr std::chrono::seconds kRegistrationPatience{5};
 constexpr std::chrono::seconds kPatienceAtTheEnd{5};
-constexpr std::size_t kTurn = std::size_t{64} << 10;         // bytes that a client's turn reads
 constexpr std::size_t kBatch = std::size_t{1} << 20;         // bytes that are written at once
 constexpr std::size_t kWrite = std::size_t{256} << 10;       // bytes, or
 constexpr std::chrono::milliseconds kDelay{5};               // since the last write
@@ -53,59 +50,43 @@ UniqueFd OpenSignals() {
   return UniqueFd(signalfd(-1, &set, SFD_CLOEXEC | SFD_NONBLOCK));
 }
 
-// How far into what waits in a socket we have looked.
-void SetPeeked(int fd, int bytes) { setsockopt(fd, SOL_SOCKET, SO_PEEK_OFF, &bytes, sizeof bytes); }
-
-// How much waits in a socket.
-std::size_t Waiting(int fd) {
-  int bytes = 0;
-  ioctl(fd, SIOCINQ, &bytes);
-  return static_cast<std::size_t>(std::max(bytes, 0));
-}
-
-// The lines that services before us may have written without having taken them out of the sockets
-// that we get: not more than a batch each.
-WrittenLines WrittenBefore(const Inheritance& inheritance, const std::string& path) {
+// The lines of what is in the inbox may have been written.
+WrittenLines WrittenBefore(const Inbox& inbox, const std::string& path) {
+  constexpr std::size_t kGrowth = 10;  // a record becomes a line of so many times its size at most
+  std::size_t size = 0;
+  const auto add = [&](std::uint64_t, std::string_view bytes, bool) { size += bytes.size(); };
+  inbox.Before(add);
+  inbox.Since(add);
   WrittenLines lines;
-  const bool any = std::ranges::any_of(inheritance.connections,
-                                       [](const auto& one) { return Waiting(one.fd.get()) > 0; });
-  if (any) lines.Load(path, 16 * kBatch);
+  if (size > 0) lines.Load(path, std::min(kGrowth * size, 2 * kMostWaiting));
   return lines;
 }
 
-// A connection's name in the service manager's store: what its registration said, and a number that
-// no other one has.
-std::string StoreName(int fd, const RecordReader& reader) {
-  constexpr char kHex[] = "0123456789abcdef";
+// By which the service manager has it, too: the number of a socket is its own as long as it is
+// open.
+std::uint64_t IdOf(int fd) {
   struct stat status {};
   fstat(fd, &status);
-  std::string name = std::to_string(status.st_ino);
-  if (!reader.Registered()) return name;
-  name += "." + std::to_string(reader.session()) + ".";
-  for (const unsigned char c : reader.identity()) name += {kHex[c >> 4], kHex[c & 15]};
-  return name;
+  return status.st_ino;
 }
 
-void Restore(const std::string& name, RecordReader* reader) {
-  const std::size_t session = name.find('.') + 1;
-  const std::size_t identity = name.find('.', session) + 1;
-  if (session == 0 || identity == 0) return;
-  std::string bytes;
-  for (std::size_t at = identity; at + 1 < name.size(); at += 2) {
-    unsigned char byte = 0;
-    std::from_chars(name.data() + at, name.data() + at + 2, byte, 16);
-    bytes.push_back(static_cast<char>(byte));
-  }
-  unsigned int number = 0;
-  std::from_chars(name.data() + session, name.data() + identity, number);
-  reader->GoOn(bytes, number);
+std::string StoreAs(const std::string& name) { return "FDSTORE=1\nFDPOLL=0\nFDNAME=" + name; }
+
+// The service manager keeps the connection when we are gone, until it is told otherwise: that the
+// client has gone does not mean that its last lines are in the file. The registration's file is
+// kept beside it from the start, and written when there is one.
+void Store(const Inheritance::Connection& connection) {
+  const int fds[] = {connection.fd.get(), connection.registration.get()};
+  const std::string state = StoreAs(std::to_string(IdOf(fds[0])));
+  sd_pid_notify_with_fds(0, 0, state.c_str(), fds, std::size(fds));
 }
 
-// What waits first in a socket is no registration.
-bool Registered(int fd) {
+void Unstore(const std::string& name) { sd_notify(0, ("FDSTOREREMOVE=1\nFDNAME=" + name).c_str()); }
+
+bool IsRegistration(std::string_view bytes) {
   KvoLogRecordHead head{};
-  const ssize_t n = recv(fd, &head, sizeof head, MSG_PEEK | MSG_DONTWAIT);
-  return n != sizeof head || head.type != KVO_LOG_RECORD_HELLO;
+  bytes.copy(reinterpret_cast<char*>(&head), sizeof head);
+  return head.type == KVO_LOG_RECORD_HELLO;
 }
 
 }  // namespace
@@ -117,15 +98,23 @@ Service::Service(const ServeOptions& options, Inheritance inheritance)
       m_syslog(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0)),
       m_socket(std::move(inheritance.listener)),
       m_target(m_configuration.Now()),
-      m_written(WrittenBefore(inheritance, m_target.path)),
+      m_inbox(std::move(inheritance.inbox)),
+      m_written(WrittenBefore(m_inbox, m_target.path)),
       m_writer(m_target, [](const std::string& what) { Complain(kError, what); }),
-      m_received(kTurn),
       m_nextTick(Clock::now()) {
   for (const int fd : {m_signals.get(), m_socket.get(), m_writer.event(), m_configuration.event(),
                        m_logFolder.fd()}) {
     if (!Watch(fd, EPOLLIN)) throw Refused("cannot wait for clients: " + Error());
   }
-  for (auto& connection : inheritance.connections) Adopt(std::move(connection));
+  if (m_keeps && m_inbox.fresh()) {
+    const int inbox = m_inbox.fd();
+    const std::string state = StoreAs(std::string(kInboxName));
+    sd_pid_notify_with_fds(0, 0, state.c_str(), &inbox, 1);
+  }
+  for (auto& [name, connection] : inheritance.connections) {
+    connection.fd ? static_cast<void>(NewClient(std::move(connection))) : Unstore(name);
+  }
+  TakeOver();
 }
 
 bool Service::Watch(int fd, std::uint32_t events) {
@@ -155,14 +144,13 @@ void Service::Gather() {
 }
 
 void Service::Wait() {
+  if (!m_ready.empty() && !MayRead()) return static_cast<void>(m_writer.Await(kDelay));
   std::array<epoll_event, 256> events{};
-  const bool turns = !m_ready.empty() && (m_lines.size() < kBatch || m_stalled);
   const auto tick = std::chrono::ceil<std::chrono::milliseconds>(m_nextTick - Clock::now());
-  const auto patience = !m_lines.empty()   ? (m_keeps && m_idle ? kDelay.zero() : kDelay)
-                        : m_pinned.empty() ? std::max(tick, tick.zero())
-                                           : kWriterPatience;
+  const bool idle = m_lines.empty() && !m_inbox.received();
+  const auto patience = idle ? std::max(tick, tick.zero()) : kDelay;
   const int n = epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()),
-                           turns ? 0 : static_cast<int>(patience.count()));
+                           m_ready.empty() ? static_cast<int>(patience.count()) : 0);
   for (int i = 0; i < n; ++i) {
     const int fd = events[static_cast<std::size_t>(i)].data.fd;
     if (fd == m_signals.get()) {
@@ -227,9 +215,13 @@ void Service::HandleSignal() {
 
 void Service::AcceptSome() {
   for (int n = 0; n < kMostAccepted; ++n) {
-    UniqueFd fd = m_socket.Accept();
-    if (fd) {
-      Admit(std::move(fd));
+    // Whoever is accepted is kept in the very next step.
+    Inheritance::Connection connection;
+    if (m_keeps) connection.registration = UniqueFd(memfd_create("registration", MFD_CLOEXEC));
+    if (!m_keeps || connection.registration) connection.fd = m_socket.Accept();
+    if (connection.fd) {
+      if (m_keeps) Store(connection);
+      Admit(std::move(connection));
     } else if (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM) {
       // Who connects now waits until a client has gone.
       const std::string why = Error();
@@ -245,12 +237,13 @@ void Service::AcceptSome() {
   }
 }
 
-Service::Client* Service::NewClient(UniqueFd fd) {
-  const int number = fd.get();
-  // What stays in a socket is told once.
-  if (!Watch(number, EPOLLIN | EPOLLRDHUP | (m_keeps ? EPOLLET : 0U))) return nullptr;
+Service::Client* Service::NewClient(Inheritance::Connection connection) {
+  const int number = connection.fd.get();
+  if (!Watch(number, EPOLLIN | EPOLLRDHUP)) return nullptr;
   Client& client = m_clients[number];
-  client.fd = std::move(fd);
+  client.fd = std::move(connection.fd);
+  client.id = IdOf(number);
+  client.registration = std::move(connection.registration);
   client.since = Clock::now();
   socklen_t size = sizeof client.peer;
   getsockopt(number, SOL_SOCKET, SO_PEERCRED, &client.peer, &size);
@@ -260,12 +253,12 @@ Service::Client* Service::NewClient(UniqueFd fd) {
   return &client;
 }
 
-void Service::Admit(UniqueFd fd) {
-  Client* client = NewClient(std::move(fd));
-  if (client == nullptr) return Note("a client was turned away: " + Error());
-  if (m_keeps) {
-    SetPeeked(client->fd.get(), 0);
-    Store(*client);
+void Service::Admit(Inheritance::Connection connection) {
+  const std::string name = std::to_string(IdOf(connection.fd.get()));
+  Client* client = NewClient(std::move(connection));
+  if (client == nullptr) {
+    if (m_keeps) Unstore(name);
+    return Note("a client was turned away: " + Error());
   }
   User& user = m_users[client->peer.uid];
   if (client->peer.uid == 0 || user.connections <= m_options.connections) return;
@@ -273,47 +266,51 @@ void Service::Admit(UniqueFd fd) {
   End(*client);
 }
 
-void Service::Adopt(Inheritance::Connection connection) {
-  Client* client = NewClient(std::move(connection.fd));
-  if (client == nullptr) return;
-  const int fd = client->fd.get();
-  client->again = Waiting(fd);
-  SetPeeked(fd, -1);
-  if (Registered(fd)) Restore(connection.name, &client->reader);
-  client->name = connection.name;
-  SetPeeked(fd, 0);
+void Service::Restore(Client& client) {
+  std::array<char, sizeof(KvoLogHello)> bytes;
+  const ssize_t n = pread(client.registration.get(), bytes.data(), bytes.size(), 0);
+  client.reader.Feed({bytes.data(), static_cast<std::size_t>(std::max<ssize_t>(n, 0))});
+  LogRecord none{};
+  client.reader.Next(&none);
 }
 
-// The service manager keeps the connection when we are gone, until it is told otherwise: that the
-// client has gone does not mean that its last lines are in the file.
-void Service::Store(Client& client) {
-  const int fd = client.fd.get();
-  std::string name = StoreName(fd, client.reader);
-  if (name == client.name) return;  // it registered with a service before us, and is read again
-  Unstore(client);
-  client.name = std::move(name);
-  const std::string state = "FDSTORE=1\nFDPOLL=0\nFDNAME=" + client.name;
-  sd_pid_notify_with_fds(0, 0, state.c_str(), &fd, 1);
+// Reads what is in the inbox once more, and is then where the service before us was. What a client
+// sends first is its registration: where that is not there any more, it was kept.
+void Service::TakeOver() {
+  std::map<std::uint64_t, Client*> clients;
+  for (auto& [fd, client] : m_clients) clients[client.id] = &client;
+  const auto again = [&](std::uint64_t id, std::string_view bytes, bool carried) {
+    const auto found = clients.find(id);
+    if (found == clients.end()) return;
+    RecordReader& reader = found->second->reader;
+    if (carried) reader.DropPartial();
+    if (!reader.Registered() && !IsRegistration(bytes)) Restore(*found->second);
+    TakeIn(*found->second, bytes);
+  };
+  m_inbox.Before(again);
+  m_handed = Clock::now();
+  if (!m_lines.empty()) m_writer.Write(&m_lines);
+  m_inbox.Since(again);
+  for (auto& [id, client] : clients) {
+    if (!client->reader.Registered()) Restore(*client);
+  }
+  m_written = {};
 }
 
-void Service::Unstore(const Client& client) {
-  if (client.name.empty()) return;
-  sd_notify(0, ("FDSTOREREMOVE=1\nFDNAME=" + client.name).c_str());
-}
-
-// Nothing more is read from the client, and it hears of it. Its next turn is its last.
+// Nothing more is read from the client, and it hears of it. It is forgotten when its lines are
+// written: until then a next service needs to know whose they are.
 void Service::End(Client& client) {
-  client.ended = true;
+  if (std::exchange(client.ended, true)) return;
   shutdown(client.fd.get(), SHUT_RDWR);
-  if (!std::exchange(client.ready, true)) m_ready.push_back(client.fd.get());
+  epoll_ctl(m_epoll.get(), EPOLL_CTL_DEL, client.fd.get(), nullptr);
+  --m_users.at(client.peer.uid).connections;
+  m_ending.push_back(client.fd.get());
 }
 
 void Service::Forget(int fd) {
   const auto client = m_clients.find(fd);
   if (client == m_clients.end()) return;
-  Unstore(client->second);
-  const auto user = m_users.find(client->second.peer.uid);
-  --user->second.connections;
+  if (m_keeps) Unstore(std::to_string(client->second.id));
   m_clients.erase(client);
 }
 
@@ -322,40 +319,34 @@ void Service::Forget(int fd) {
 // Each client that has something gets one turn.
 void Service::Turns() {
   for (std::size_t turns = m_ready.size(); turns > 0; --turns) {
-    if (m_lines.size() >= kBatch && !m_stalled) return;
+    if (!MayRead()) return;
     const int fd = m_ready.front();
     m_ready.pop_front();
     const auto client = m_clients.find(fd);
     if (client == m_clients.end() || !client->second.ready) continue;
     Read(client->second);
-    if (client->second.ended && !client->second.pinned) {
-      Forget(fd);
-    } else if (client->second.ready) {
-      m_ready.push_back(fd);
-    }
+    if (client->second.ready) m_ready.push_back(fd);
   }
 }
 
-// Looks at what was sent since the last turn, and leaves it where it is if that is of use.
+// While lines are written, only so much more is taken in.
+bool Service::MayRead() const {
+  return m_stalled || std::max(m_lines.size(), m_inbox.size()) < kBatch;
+}
+
 void Service::Read(Client& client) {
   client.ready = false;
   if (client.ended) return;
   if (!client.answer.empty()) return SendAnswer(client);
-  const ssize_t n = recv(client.fd.get(), m_received.data(), m_received.size(),
-                         MSG_DONTWAIT | (m_keeps ? MSG_PEEK : 0));
-  if (n < 0 && errno == EAGAIN) {
-    // A record that comes in pieces: there may be no room for the others.
-    if (client.whole == 0) Discard(client.fd.get(), std::exchange(client.read, 0));
-    return;
-  }
-  client.ready = n == static_cast<ssize_t>(m_received.size());
+  std::string_view bytes;
+  const ssize_t n = m_inbox.Receive(client.fd.get(), client.id, &bytes);
+  if (n < 0 && errno == EAGAIN) return;
   m_any = m_any || n > 0;
   if (n > 0) {
-    TakeIn(client, {m_received.data(), static_cast<std::size_t>(n)});
-    client.ready = client.ready || (m_keeps && client.reader.Partial() > 0);
-    return;
+    client.ready = bytes.size() == Inbox::kTurn;
+    return TakeIn(client, bytes);
   }
-  if (client.reader.Partial() > 0) Note(client, "ended within a record");
+  if (!client.reader.Partial().empty()) Note(client, "ended within a record");
   End(client);
 }
 
@@ -368,19 +359,18 @@ void Service::TakeIn(Client& client, std::string_view bytes) {
   const bool registered = reader.Registered();
   for (LogRecord record{}; reader.Next(&record);) AddLine(client, record);
   client.bytes += bytes.size();
-  if (m_keeps && !registered && reader.Registered()) Store(client);
-  if (m_keeps) Keep(client, bytes.size());
+  if (m_keeps && !registered && reader.Registered()) KeepRegistration(client);
   if (reader.error().empty()) return;
   Note(client, "sent " + reader.error() + " and was dropped");
   End(client);
 }
 
-// Takes down that so many bytes more are left in the client's socket.
-void Service::Keep(Client& client, std::size_t bytes) {
-  client.again -= std::min(client.again, bytes);
-  client.read += bytes;
-  client.whole = client.read - std::min(client.read, client.reader.Partial());
-  if (client.whole > 0 && !std::exchange(client.pinned, true)) m_pinned.push_back(client.fd.get());
+// While it still is in the inbox.
+void Service::KeepRegistration(Client& client) {
+  const std::string& bytes = client.reader.registration();
+  if (pwrite(client.registration.get(), bytes.data(), bytes.size(), 0) < 0) {
+    Note(client, "is cut off when the log service restarts: " + Error());
+  }
 }
 
 void Service::AddLine(Client& client, const LogRecord& record) {
@@ -397,7 +387,7 @@ void Service::AddLine(Client& client, const LogRecord& record) {
        static_cast<unsigned int>(client.peer.pid), client.peer.uid, client.reader.session(),
        record.thread, cut ? WholeCharacters(record.text) : record.text},
       &m_lines);
-  if (client.again > 0 && m_written.Take(m_lines.substr(before))) {
+  if (!m_written.empty() && m_written.Take(m_lines.substr(before))) {
     m_lines.resize(before);
   } else if (before >= kMostWaiting || !MayAdd(client.peer, m_lines.size() - before)) {
     if (before >= kMostWaiting) ++m_dropped;
@@ -445,51 +435,39 @@ bool Service::MayAdd(const ucred& peer, std::size_t bytes) {
 
 // ---- What becomes of it ------------------------------------------------------------------------
 
-// Takes out of the sockets what is written, and hands the next lines to the writer.
+// Hands the next lines to the writer when the last ones are written: under load few large writes.
 void Service::Settle() {
-  const bool idle = m_idle = m_writer.Idle();
-  m_stalled = !idle && Clock::now() - m_handed > kWriterPatience;
-  if (!idle && !m_stalled) return;
-  std::erase_if(m_pinned, [&](int fd) {
-    Client& client = m_clients.at(fd);
-    Consume(client, m_stalled ? client.whole : client.handed);
-    client.handed = 0;
-    const bool settled = !client.pinned;
-    if (settled && client.ended) Forget(fd);
-    return settled;
-  });
+  const bool idle = m_writer.Idle();
+  const auto now = Clock::now();
+  m_stalled = !idle && now - m_handed > kWriterPatience;
   if (!idle) return;
+  Written();
   if (m_dropped != 0) {
     Note(std::to_string(m_dropped) + " lines are missing here: the file could not be written");
     m_lost += std::exchange(m_dropped, 0);
   }
-  // Under load few large writes; but where lines are kept in the sockets, nothing more may come
-  // until there is room.
-  const auto now = Clock::now();
-  const bool more = (m_any || !m_keeps) && m_lines.size() < kWrite && now - m_handed < kDelay;
-  if (!m_lines.empty() && more) return;
-  for (const int fd : m_pinned) m_clients.at(fd).handed = m_clients.at(fd).whole;
-  if (m_lines.empty()) return;
-  m_writer.Write(&m_lines);
-  m_handed = now;
-  m_idle = false;
+  const std::size_t size = std::max(m_lines.size(), m_inbox.size());
+  if ((m_lines.empty() && !m_inbox.received()) || (size < kWrite && now - m_handed < kDelay))
+    return;
+  HandOver();
 }
 
-void Service::Consume(Client& client, std::size_t size) {
-  client.read -= size;
-  client.whole -= size;
-  Discard(client.fd.get(), size);
-  client.pinned = client.whole > 0;
-  const bool partial = client.read > 0 && !client.pinned;
-  if (partial && !std::exchange(client.ready, true)) m_ready.push_back(client.fd.get());
+// What was handed over before is in the file.
+void Service::Written() {
+  m_inbox.Free();
+  for (const int fd : std::exchange(m_ended, {})) Forget(fd);
 }
 
-void Service::Discard(int fd, std::size_t size) {
-  while (size > 0) {
-    const ssize_t n = recv(fd, m_received.data(), std::min(size, m_received.size()), MSG_DONTWAIT);
-    if (n <= 0) break;
-    size -= static_cast<std::size_t>(n);
+// Only when all before is written.
+void Service::HandOver() {
+  for (const auto& [fd, client] : m_clients) {
+    const std::string_view partial = client.reader.Partial();
+    if (!partial.empty() && !client.ended) m_inbox.Carry(client.id, partial);
   }
+  m_inbox.Turn();
+  m_ended.swap(m_ending);
+  m_handed = Clock::now();
+  if (!m_lines.empty()) m_writer.Write(&m_lines);
 }
 
 // Takes in what was sent until now and nothing more. Who sends again hears that we have gone,
@@ -511,28 +489,29 @@ std::uint64_t Service::Drain() {
       }
     }
     if (!m_socket.Outlives()) {
+      for (auto* fds : {&m_ending, &m_ended}) fds->clear();
       m_clients.clear();
-      m_pinned.clear();
     }
   }
   const std::uint64_t lost = m_writer.Finish(m_lines) + m_dropped;
-  if (lost == 0) {
-    for (auto& [fd, client] : m_clients) Consume(client, client.whole);
-    while (!m_clients.empty()) {
-      const auto client = m_clients.begin();
-      client->second.ended ? Forget(client->first) : static_cast<void>(m_clients.erase(client));
-    }
-    return 0;
+  if (lost != 0) {
+    Complain(kError, std::to_string(lost) + " lines could not be written and are lost");
+    return lost;
   }
-  Complain(kError, std::to_string(lost) + " lines could not be written and are lost");
-  return lost;
+  m_lines.clear();
+  Written();
+  HandOver();
+  Written();
+  return 0;
 }
 
 // So that what many sockets hold does not have to fit into the memory for lines.
 void Service::HandOverAtEnd() {
   if (m_late || m_lines.size() < kBatch) return;
   m_late = !m_writer.Await(kPatienceAtTheEnd);
-  if (!m_late) m_writer.Write(&m_lines);
+  if (m_late) return;
+  Written();
+  HandOver();
 }
 
 // ---- What is told ------------------------------------------------------------------------------
@@ -559,7 +538,7 @@ void Service::SendAnswer(Client& client) {
 Json Service::Status() const {
   Json clients = Json::array();
   for (const auto& [fd, client] : m_clients) {
-    if (!client.reader.Registered()) continue;
+    if (!client.reader.Registered() || client.ended) continue;
     clients.push_back({{"pid", client.peer.pid},
                        {"uid", client.peer.uid},
                        {"identity", client.reader.identity()},

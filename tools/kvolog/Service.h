@@ -1,10 +1,10 @@
 // The log service: reads what the agent's processes send and has it written into the log file.
 //
 // One thread waits for all clients and gives each that has sent something a turn, in which it reads
-// so much and no more. What is read stays in the client's socket until its lines are in the file,
-// so that a service that is killed loses nothing: the next one, which gets the sockets from the
-// service manager, reads it again. Only when the file cannot be written in time are lines kept in
-// memory alone, and dropped when there are too many.
+// so much and no more. What is read stays in the inbox until its lines are in the file, so that a
+// service that is killed loses nothing: the next one, which gets the inbox and the sockets from the
+// service manager, reads it again. Only when the file could not be written for long are lines
+// dropped.
 #pragma once
 
 #include <sys/socket.h>
@@ -22,6 +22,7 @@
 #include "Commands.h"
 #include "Configuration.h"
 #include "FileWatch.h"
+#include "Inbox.h"
 #include "Json.h"
 #include "LogLine.h"
 #include "LogWriter.h"
@@ -31,14 +32,19 @@
 #include "UniqueFd.h"
 #include "WrittenLines.h"
 
-// What a service manager kept for the service.
+// Under which name a service manager keeps the inbox.
+constexpr std::string_view kInboxName = "inbox";
+
+// What a service manager kept for the service: the connections by the names that they are kept
+// under.
 struct Inheritance {
   struct Connection {
     UniqueFd fd;
-    std::string name;
+    UniqueFd registration;
   };
   UniqueFd listener;
-  std::vector<Connection> connections;
+  UniqueFd inbox;
+  std::map<std::string, Connection> connections;
 };
 
 class Service {
@@ -66,18 +72,14 @@ class Service {
   };
   struct Client {
     UniqueFd fd;
+    std::uint64_t id = 0;     // that no other client has, nor had one whose lines are in the inbox
+    UniqueFd registration{};  // a file in memory for the next service, which is not sent it again
     ucred peer{};
     Clock::time_point since{};
     RecordReader reader{};
-    bool ready = false;      // has a turn to come
-    bool ended = false;      // nothing more will be read
-    std::string answer{};    // to its question, as far as it is not sent
-    std::string name{};      // by which the service manager has it, too
-    bool pinned = false;     // some of what was read is still in its socket, namely
-    std::size_t read = 0;    // so many bytes,
-    std::size_t whole = 0;   // of these, so many in whole records,
-    std::size_t handed = 0;  // of these, so many whose lines are being written
-    std::size_t again = 0;   // so many bytes to come may have been read by one that died
+    bool ready = false;    // has a turn to come
+    bool ended = false;    // nothing more will be read
+    std::string answer{};  // to its question, as far as it is not sent
     std::uint64_t lines = 0, bytes = 0, dropped = 0;
   };
 
@@ -87,21 +89,21 @@ class Service {
   void Tick();
   void HandleSignal();
   void AcceptSome();
-  void Admit(UniqueFd fd);
-  void Adopt(Inheritance::Connection connection);
-  Client* NewClient(UniqueFd fd);
+  void Admit(Inheritance::Connection connection);
+  static void Restore(Client& client);
+  void TakeOver();
+  Client* NewClient(Inheritance::Connection connection);
   void Turns();
+  bool MayRead() const;
   void Read(Client& client);
   void TakeIn(Client& client, std::string_view bytes);
   void AddLine(Client& client, const LogRecord& record);
   void Forward(const Client& client, const LogRecord& record, std::string_view className);
   bool MayAdd(const ucred& peer, std::size_t bytes);
-  void Keep(Client& client, std::size_t bytes);
-  static void Store(Client& client);
-  static void Unstore(const Client& client);
+  void KeepRegistration(Client& client);
   void Settle();
-  void Consume(Client& client, std::size_t size);
-  void Discard(int fd, std::size_t size);
+  void HandOver();
+  void Written();
   void End(Client& client);
   void Forget(int fd);
   std::uint64_t Drain();
@@ -122,24 +124,24 @@ class Service {
   ConfigurationWatch m_configuration;
   LogTarget m_target;
   FileWatch m_logFolder;
+  Inbox m_inbox;
   WrittenLines m_written;  // by a service that died
   LogWriter m_writer;
   LogLineWriter m_line;
   std::string m_lines;  // not handed to the writer yet
   Clock::time_point m_handed;
-  bool m_stalled = false;            // the writer takes too long: nothing stays in the sockets
+  bool m_stalled = false;            // the writer takes too long
   std::uint64_t m_dropped = 0;       // lines, since they were last told
   std::uint64_t m_lost = 0;          // lines, since the start
   std::uint64_t m_notForwarded = 0;  // lines, since the start
   std::map<int, Client> m_clients;
   std::map<uid_t, User> m_users;
   std::deque<int> m_ready;
-  std::vector<int> m_pinned;
-  std::vector<char> m_received;
+  // Who has ended, but may have lines that are not in the file: not handed over yet, or since.
+  std::vector<int> m_ending, m_ended;
   Clock::time_point m_nextTick;
   Clock::time_point m_round;  // when the last one ended in which something came
   bool m_any = false;         // has come in this round
-  bool m_idle = true;         // the writer was, last
   bool m_accepting = true;    // false while no descriptor is free
   bool m_running = true;
   bool m_late = false;  // at the end, the writer was waited for in vain

@@ -12,6 +12,7 @@ class WrittenLines {
   // that was not written to its end: it will be read again.
   void Load(const std::string& path, std::size_t size);
 
+  bool empty() const { return m_lines.empty(); }
   // Answers whether the line, which has its line feed, is one of them; it is not any more then.
   bool Take(const std::string& line);
 
