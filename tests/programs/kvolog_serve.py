@@ -195,15 +195,6 @@ def test_a_log_that_was_removed_comes_back_within_a_second(serve):
         wait_until(LOG.exists, 1)
 
 
-def test_the_journal_gets_priorities(kvolog, start, tmp_path):
-    kvolog("output", "/var/qmz/.kvologd.lock/log")
-    (errors := tmp_path / "errors").touch()
-    status = errors.stat()
-    start("sh", "-c", f"exec {KVOLOG} serve 2>{errors}", env={"JOURNAL_STREAM": f"{status.st_dev}:{status.st_ino}"})
-    wait_until(lambda: "trying again" in errors.read_text())
-    assert errors.read_text().count("<3>cannot open '/var/qmz/.kvologd.lock/log': Not a directory") == 1
-
-
 def test_its_status_names_who_logs(kvolog, serve):
     service = serve()
     sender = Sender("brelka-vcagent").line("one").line("two", FATAL)

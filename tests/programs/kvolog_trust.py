@@ -77,9 +77,9 @@ def test_ten_restarts_under_load_lose_and_repeat_nothing(manager, start, end):
         manager.service.signal(end)
         manager.service.wait()
         manager.run()
+    wait_until(lambda: [*manager.store] == ["inbox"], 60)  # nothing of those who have ended
     check_whole(manager.service, writers, 10000)
     assert SOCKET.exists()
-    wait_until(lambda: [*manager.store] == ["inbox"])
 
 
 @contextlib.contextmanager
