@@ -133,7 +133,8 @@ unsigned int Yraft_GetFile(void);
  * starts; one of the two threads then runs the callbacks of both. A call from the UI thread itself
  * stands on top of the UI, whose end ends it too, as declined. A thread that holds GDK's lock, in a
  * GTK callback say, is refused a dialog, which would wait for that lock: after two seconds, with
- * the status YRAFT_OPT_STATUS_FAILED.
+ * the status YRAFT_OPT_STATUS_FAILED. Built with GTK 3, which lets nobody see whether its lock is
+ * held, the library cannot refuse: there such a call never returns, so give the lock up first.
  *
  * A dialog that comes up has the keyboard, but for the progress window. It does not hear what the
  * user was typing elsewhere just then: keys count after half a second without one, or two seconds.

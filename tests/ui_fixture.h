@@ -33,12 +33,14 @@ class UI : public testing::Test {
       : chooser(Text("YRAFT_ENG_CHOOSE_DIALOG_TITLE")),
         folderChooser(Text("YRAFT_ENG_DIRECTORY_DIALOG_TITLE")) {}
 
-  // A window with this title part has the keyboard focus and hears the keys. A window manager under
-  // load leaves one without that comes up quickly after another; a user then clicks it.
+  // A window with this title part has the keyboard focus and hears the keys.
+  bool HasFocus(const std::string& title) { return user.HasFocus(title) && Hears(title); }
+  // A window manager under load leaves one without that comes up quickly after another; a user then
+  // clicks it.
   bool Face(const std::string& title) {
     int looks = 0;
     return WaitUntil([&] {
-      if (HasFocus(title, true)) return true;
+      if (HasFocus(title)) return true;
       const Window window = user.Find(title);
       if (window != None && ++looks % 100 == 0) user.Do(xdo_activate_window, window);
       return false;

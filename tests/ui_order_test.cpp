@@ -118,8 +118,8 @@ TEST_F(Order, EndsTheCallsThatStandOnTopOfIt) {
     EXPECT_TRUE(Await(answer));
     EXPECT_TRUE(user.WaitNoWindow("Open:"));
   }
-  // A dialog would wait for the lock that its caller holds.
-  if (getenv("YRA_GDK_THREADS") == nullptr) return;
+  // A dialog would wait for the lock that its caller holds, which GTK 3 lets nobody see.
+  if (getenv("YRA_GDK_THREADS") == nullptr || GTK_MAJOR_VERSION > 2) return;
   gdk_threads_enter();
   EXPECT_FALSE(call());
   gdk_threads_leave();

@@ -145,10 +145,4 @@ def run(start):
 
 def as_user(uid):
     """For `setup`: the program belongs to an ordinary user."""
-
-    def become():
-        os.setgroups([])
-        os.setresgid(uid, uid, uid)
-        os.setresuid(uid, uid, uid)
-
-    return become
+    return lambda: (os.setgroups([]), os.setresgid(uid, uid, uid), os.setresuid(uid, uid, uid))

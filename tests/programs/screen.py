@@ -1,4 +1,4 @@
-"""A virtual screen with a window manager, and the user in front of it. `import screen` the fixtures."""
+"""The user in front of the screen of tools/screen, and yraft-host on it. Import all of it."""
 
 import os
 import subprocess
@@ -6,7 +6,7 @@ import time
 
 import pytest
 
-from conftest import BUILD, Program, wait_until
+from conftest import BUILD, wait_until
 
 HOST = BUILD / "tools/yraft-host/yraft-host"
 OPEN, PICK, FOLDER, BOX = "Select Files to Download", "Open:", "Select Upload Folder", "File Transfer Error"
@@ -21,8 +21,10 @@ def windows(title):
     return xdotool("search", "--onlyvisible", "--name", title)
 
 
-def title(window):
-    return " ".join(xdotool("getwindowname", window))
+def stands_still(window):
+    """Waits until a window's title has not changed for half a second."""
+    name = lambda: xdotool("getwindowname", window)
+    wait_until(lambda: name() == [time.sleep(0.5), name()][1])
 
 
 def face(title):
@@ -66,30 +68,6 @@ def close_box():
     accept(BOX, "Escape")
 
 
-def screen_for(home):
-    """Puts a screen into the environment until it is asked to go on."""
-    os.environ.update(LANG="en_US.UTF-8", LC_ALL="C.UTF-8", NO_AT_BRIDGE="1", TERM="xterm",
-                      XDG_CONFIG_HOME=str(home))
-    read, write = os.pipe()
-    xvfb = Program("Xvfb", "-displayfd", write, "-screen", 0, "1024x768x24", "-nolisten", "tcp",
-                   "-noreset", pass_fds=(write,))
-    os.close(write)
-    with open(read) as number:
-        os.environ["DISPLAY"] = ":" + number.readline().strip()
-    manager = Program("openbox")
-    wait_until(lambda: "window id" in subprocess.run(
-        ["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"], capture_output=True, text=True).stdout)
-    yield
-    manager.close()
-    xvfb.close()
-    os.environ.pop("DISPLAY", None)
-
-
-@pytest.fixture(scope="session")
-def screen(tmp_path_factory):
-    yield from screen_for(tmp_path_factory.mktemp("screen"))
-
-
 class Desk:
     """A user's home, a folder beside it, and yraft-host started in them."""
 
@@ -100,7 +78,8 @@ class Desk:
             folder.mkdir(parents=True)
 
     def start(self, *words, env=None, **how):
-        environment = {"HOME": str(self.home), "XDG_DATA_HOME": str(self.home / ".local/share")}
+        environment = {"HOME": str(self.home), "XDG_DATA_HOME": str(self.home / ".local/share"), "TERM": "xterm",
+                       "GDK_CORE_DEVICE_EVENTS": "1"}  # GTK 3 hears no sent key without
         return self._start(HOST, *words, env={**environment, **(env or {})}, **how)
 
     def download(self, *words, **how):
@@ -111,7 +90,7 @@ class Desk:
 
 
 @pytest.fixture
-def desk(screen, tmp_path, start):
+def desk(tmp_path, start):
     return Desk(tmp_path, start)
 
 

@@ -101,19 +101,40 @@ std::string User::Title(Window window) {
 
 Window User::Find(const std::string& titlePart) {
   for (const Window window : Windows()) {
-    if (Title(window).find(titlePart) != std::string::npos) return window;
+    if (Title(window).find(titlePart) == std::string::npos) continue;
+    XWindowAttributes seen{};
+    XGetWindowAttributes(m_xdo->xdpy, window, &seen);
+    if (seen.map_state == IsViewable) return window;
   }
   return None;
 }
 
 Window User::WaitWindow(const std::string& titlePart) {
   Window window = None;
-  WaitUntil([&] { return (window = Find(titlePart)) != None; });
+  // A window that is used again stands in the manager's list from before until that has seen it go:
+  // one that is on the screen first, and in the list then, is there to stay.
+  WaitUntil([&] { return (window = Find(titlePart)) != None && Find(titlePart) == window; });
   return window;
 }
 
 bool User::WaitNoWindow(const std::string& titlePart) {
   return WaitUntil([&] { return Find(titlePart) == None; });
+}
+
+bool User::HasFocus(const std::string& titlePart) {
+  const Window window = Find(titlePart);
+  Window focus = None;
+  int revert = 0;
+  XGetInputFocus(m_xdo->xdpy, &focus, &revert);
+  if (window == None || focus == window || focus <= PointerRoot) return focus == window;
+  // The toolkit hands it on to a window inside of its own.
+  Window root = None;
+  Window parent = None;
+  Window* children = nullptr;
+  unsigned int count = 0;
+  if (XQueryTree(m_xdo->xdpy, focus, &root, &parent, &children, &count) == 0) return false;
+  if (children != nullptr) XFree(children);
+  return parent == window;
 }
 
 bool User::WaitCentred(Window window) {

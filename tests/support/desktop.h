@@ -57,7 +57,9 @@ class User {
   };
   Box Geometry(Window window);
 
-  // None where there is none.
+  // It would get the keys that are pressed now.
+  bool HasFocus(const std::string& titlePart);
+  // On the screen, as the server knows it; None where there is none.
   Window Find(const std::string& titlePart);
 
  private:

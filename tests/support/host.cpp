@@ -154,13 +154,6 @@ std::vector<GtkWidget*> FindAll(const std::string& titlePart, const Wanted& want
   return search.found;
 }
 
-// It drops what the user types in its first half second, and half a second from there.
-bool Hears(GtkWidget* window) {
-  const void* dropped = g_object_get_data(G_OBJECT(window), "yraft-dropped");
-  return dropped == nullptr ||
-         gdk_x11_get_server_time(gtk_widget_get_window(window)) - GPOINTER_TO_UINT(dropped) >= 500;
-}
-
 }  // namespace
 
 void InUI(const std::function<void()>& function) {
@@ -266,20 +259,18 @@ Spot ButtonSpot(const std::string& label) {
   return found ? spot : Spot{-1, -1};
 }
 
-bool HasFocus(const std::string& titlePart, bool hears) {
-  bool has = false;
+bool Hears(const std::string& titlePart) {
+  bool hears = false;
   InUI([&] {
-    const auto focused = FindAll(titlePart, [hears](GtkWidget* widget) {
-      return GTK_IS_WINDOW(widget) && gtk_widget_get_mapped(widget) &&
-             gtk_window_has_toplevel_focus(GTK_WINDOW(widget)) && (!hears || Hears(widget));
-    });
-    has = !focused.empty();
+    GtkWidget* window = Find(titlePart, GTK_TYPE_WINDOW);
+    if (window == nullptr) return;
+    // It drops what the user types in its first half second, and half a second from there.
+    const void* dropped = g_object_get_data(G_OBJECT(window), "yraft-dropped");
+    hears =
+        dropped == nullptr ||
+        gdk_x11_get_server_time(gtk_widget_get_window(window)) - GPOINTER_TO_UINT(dropped) >= 500;
   });
-  return has;
-}
-
-bool WaitFocus(const std::string& titlePart) {
-  return WaitUntil([&] { return HasFocus(titlePart, true); });
+  return hears;
 }
 
 std::string LabelText(const std::string& titlePart, std::size_t nth) {

@@ -101,9 +101,8 @@ struct Spot {
   int x, y;
 };
 Spot ButtonSpot(const std::string& label);
-// The window has the keyboard focus and hears the keys.
-bool WaitFocus(const std::string& titlePart);
-bool HasFocus(const std::string& titlePart, bool hears = false);
+// The window no longer drops keys, which it does while it comes up.
+bool Hears(const std::string& titlePart);
 // The text of the nth label (from 0), as it is now.
 std::string LabelText(const std::string& titlePart, std::size_t nth = 0);
 // The labels that have less room than they take, and get no more.

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr char kTitle[] = "File Transfer Error";
-
 // No limit is this program's own; the whole of every field is allowed.
 Allocated<YRAFT_THRESHOLD_INFO> NoLimits() {
   auto limits = NewRecord<YRAFT_THRESHOLD_INFO>();
@@ -55,10 +53,7 @@ bool IsTooLarge(const Event& event) {
 std::string TooManyFiles() {
   constexpr int kLength = 100;
   constexpr int kFit = (YRAFT_BLOCK_MAX - 12) / (kLength + YRAFT_FILE_IN_BLOCK);
-  return "One choice holds " + std::to_string(kFit) + " files whose paths have " +
-         std::to_string(kLength) +
-         " bytes, more of shorter ones. Choose fewer files, and the others "
-         "after these have been copied.";
+  return Say(Said::kTooManyMore, {std::to_string(kFit), std::to_string(kLength)}).local;
 }
 
 Choice ChooseFiles(Session& session, Console& console) {
@@ -67,8 +62,7 @@ Choice ChooseFiles(Session& session, Console& console) {
     const auto event = Ask(session, console, YRAFT_UI_SIGNAL_SELECT_FLIES, NoLimits(), none.status);
     if (!event) return none;
     if (!IsTooLarge(*event)) return ReadChoice(*event, console);
-    none.status = ShowErrorBox(session, console, kTitle, "These are too many files for one choice.",
-                               TooManyFiles());
+    none.status = ShowFailure(session, console, Say(Said::kTooManyFiles), TooManyFiles());
     if (none.status != kExitDone) return none;
   }
 }
@@ -83,13 +77,12 @@ FolderChoice ChooseFolder(Session& session, Console& console,
     choice.status = chosen.status;
     if (choice.status != kExitDone) return choice;
     choice.path = chosen.paths.front();
-    std::string why;
+    Text why;
     choice.folder = OpenFolder(choice.path, why);
     if (choice.folder) return choice;
-    why.insert(0, Printable(choice.path) + ": ");
-    console.Complain(why);
-    choice.status =
-        ShowErrorBox(session, console, kTitle, "No file can be put into this folder.", why);
+    const std::string head = Printable(choice.path) + ": ";
+    console.Complain(head + why.english);
+    choice.status = ShowFailure(session, console, Say(Said::kFolderTakesNone), head + why.local);
     if (choice.status != kExitDone) return choice;
   }
 }

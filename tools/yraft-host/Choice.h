@@ -15,7 +15,7 @@ struct Choice {
   std::vector<std::string> paths;  // not empty where the status is kExitDone
 };
 
-// Where more was chosen than one choice can hold: what to tell the user.
+// What to tell the user in a box where more was chosen than one choice can hold.
 std::string TooManyFiles();
 
 // Asks for files, and again where there are too many for one choice, which a box says. Where there

@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
-#include <system_error>
 
 #include "Terminal.h"
 
@@ -141,5 +140,3 @@ std::string Printable(const std::string& name) {
   }
   return shown;
 }
-
-std::string ErrorText(int error) { return std::generic_category().message(error); }

@@ -42,6 +42,3 @@ class Console {
 
 // A file name as a line may show it: a name can hold line feeds and escape sequences.
 std::string Printable(const std::string& name);
-
-// The text of a system error number.
-std::string ErrorText(int error);

@@ -15,8 +15,11 @@
 #include <stdexcept>
 #include <string>
 
+#include "Texts.h"
+
 struct FileFailed : std::runtime_error {
-  using std::runtime_error::runtime_error;
+  explicit FileFailed(const Text& text) : std::runtime_error(text.english), why(text) {}
+  Text why;
 };
 
 // Asked while something takes long, and last before a file gets its name. False ends it.
@@ -30,6 +33,9 @@ struct FileInfo {
   mode_t mode = 0666;               // permission bits
   timespec modified{};              // zero where it is not known
   std::uint64_t most = UINT64_MAX;  // bytes to take at most, of a file that may grow for ever
+  // Another for every file and every state of it; empty where that cannot be told. What is resumed
+  // is of one version.
+  std::string version;
 };
 
 // Room for what the file seems to have behind an offset, and a byte to see its end; a little where
@@ -76,7 +82,7 @@ class Sink {
 class Target {
  public:
   // Tells under which name a file has arrived, or why it has not.
-  using Arrived = std::function<void(const std::string& given, const std::string& why)>;
+  using Arrived = std::function<void(const std::string& given, const Text& why)>;
 
   virtual ~Target() = default;
 

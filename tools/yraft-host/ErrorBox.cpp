@@ -28,3 +28,8 @@ ExitStatus ShowErrorBox(Session& session, Console& console, const std::string& t
              ? kExitDone
              : kExitIncomplete;
 }
+
+ExitStatus ShowFailure(Session& session, Console& console, const Text& text,
+                       const std::string& more) {
+  return ShowErrorBox(session, console, Say(Said::kErrorTitle).local, text.local, more);
+}

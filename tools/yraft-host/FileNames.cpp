@@ -1,6 +1,9 @@
 #include "FileNames.h"
 
+#include <glib.h>
+
 #include <climits>
+#include <memory>
 
 namespace {
 
@@ -28,6 +31,13 @@ std::string Numbered(const std::string& name, int number) {
   }
   const std::string extension = name.substr(dot);
   return CutName(name.substr(0, dot), NAME_MAX - mark.size() - extension.size()) + mark + extension;
+}
+
+std::string Digest(const std::string& description) {
+  constexpr std::size_t kLength = 24;
+  const std::unique_ptr<char, decltype(&g_free)> digest(
+      g_compute_checksum_for_string(G_CHECKSUM_SHA256, description.c_str(), -1), g_free);
+  return std::string(digest.get(), kLength);
 }
 
 std::string FirstFreeName(const std::string& name,

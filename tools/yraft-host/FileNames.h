@@ -14,6 +14,9 @@ std::string Numbered(const std::string& name, int number);
 // The start of a name, at most `length` bytes, cut at the border of a character.
 std::string CutName(const std::string& name, std::size_t length);
 
+// A short name for what is described, as good as never that of anything else.
+std::string Digest(const std::string& description);
+
 // Tries a name, then its numbered followers, for as long as `take` answers that one is taken.
 // Answers the one that it got; empty where all are taken.
 std::string FirstFreeName(const std::string& name,

@@ -8,13 +8,13 @@
 #include <filesystem>
 #include <utility>
 
-#include "Console.h"
 #include "FileNames.h"
 
 namespace {
 
 constexpr std::uint64_t kLeastTogether = std::uint64_t{1} << 20;  // bytes
 constexpr std::uint64_t kMostTogether = std::uint64_t{64} << 20;
+constexpr std::uint64_t kWorthResuming = std::uint64_t{1} << 20;
 constexpr long kMostFiles = 256;
 constexpr auto kLongestWait = std::chrono::seconds(1);  // for others
 constexpr auto kLong = std::chrono::milliseconds(200);  // for the disk; what a user notices
@@ -31,25 +31,25 @@ UniqueFd FolderOf(int folder, const std::string& name) {
     if (!at) break;
   }
   if (!at || name.find('/', start) != std::string::npos) {
-    throw FileFailed("its folder cannot be made: " + ErrorText(errno));
+    throw FileFailed(Say(Said::kNoFolder, {ErrorText(errno)}));
   }
   return at;
 }
 
 // Answers why a step failed; empty where it did not.
 template <typename Do>
-std::string WhyNot(const Do& step) {
+Text WhyNot(const Do& step) {
   try {
     step();
     return {};
   } catch (const FileFailed& failed) {
-    return failed.what();
+    return failed.why;
   }
 }
 
 }  // namespace
 
-UniqueFd OpenFolder(const std::string& path, std::string& why) {
+UniqueFd OpenFolder(const std::string& path, Text& why) {
   UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (folder && faccessat(folder.get(), ".", W_OK | X_OK, AT_EACCESS) == 0) return folder;
   why = ErrorText(errno);
@@ -57,11 +57,12 @@ UniqueFd OpenFolder(const std::string& path, std::string& why) {
 }
 
 // Each file that waits holds two descriptors.
-LocalFolder::LocalFolder(UniqueFd folder, const std::string& path, bool shares,
+LocalFolder::LocalFolder(UniqueFd folder, const std::string& path, bool shares, bool resumes,
                          const Permission& permission)
     : m_folder(std::move(folder)),
       m_path(path),
       m_shares(shares),
+      m_resumes(resumes),
       m_permission(permission),
       m_mostFinished(
           static_cast<std::size_t>(std::clamp(sysconf(_SC_OPEN_MAX) / 4, 1L, kMostFiles))) {
@@ -81,8 +82,8 @@ std::unique_ptr<Sink> LocalFolder::Begin(const std::string& name, const FileInfo
   if (m_finishedBytes + info.size > m_together || Clock::now() - m_finishedSince > kLongestWait) {
     Settle();
   }
-  return std::make_unique<LocalSink>(FolderOf(m_folder.get(), name), BaseName(name), info,
-                                     m_shares);
+  return std::make_unique<LocalSink>(FolderOf(m_folder.get(), name), BaseName(name), info, m_shares,
+                                     m_resumes && info.size >= kWorthResuming);
 }
 
 void LocalFolder::Finish(std::unique_ptr<Sink> sink, const Arrived& arrived) {

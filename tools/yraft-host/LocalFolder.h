@@ -10,15 +10,17 @@
 #include "UniqueFd.h"
 
 // Opens a folder that files can be put into; empty, with the reason in `why`, where it is none.
-UniqueFd OpenFolder(const std::string& path, std::string& why);
+UniqueFd OpenFolder(const std::string& path, Text& why);
 
 // Files arrive on the disk before they get their names. Small ones wait for each other, since the
 // disk takes many as fast as one.
 class LocalFolder : public Target {
  public:
-  // path    what the folder is called
-  // shares  let the file system share a file's blocks where it can, which takes no time
-  LocalFolder(UniqueFd folder, const std::string& path, bool shares, const Permission& permission);
+  // path     what the folder is called
+  // shares   let the file system share a file's blocks where it can, which takes no time
+  // resumes  go on with what other processes have left, and leave what does not arrive
+  LocalFolder(UniqueFd folder, const std::string& path, bool shares, bool resumes,
+              const Permission& permission);
   ~LocalFolder() override;
 
   std::unique_ptr<Sink> Begin(const std::string& name, const FileInfo& info) override;
@@ -31,12 +33,13 @@ class LocalFolder : public Target {
   struct Finished {
     std::unique_ptr<LocalSink> sink;
     Arrived arrived;
-    std::string why;  // it does not arrive; empty where it does
+    Text why;  // it does not arrive; empty where it does
   };
 
   const UniqueFd m_folder;
   const std::string m_path;
   const bool m_shares;
+  const bool m_resumes;
   const Permission& m_permission;
   const std::size_t m_mostFinished;
   bool m_named = false;  // a file, since the folder was last on the disk

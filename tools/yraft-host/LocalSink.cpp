@@ -7,13 +7,16 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "Attributes.h"
-#include "Console.h"
 
 namespace {
 
-[[noreturn]] void NotWritten() { throw FileFailed("cannot be written: " + ErrorText(errno)); }
+using Clock = std::chrono::steady_clock;
+constexpr auto kKeepInterval = std::chrono::seconds(1);  // so much is lost at most
+
+[[noreturn]] void NotWritten() { throw FileFailed(Say(Said::kNotWritten, {ErrorText(errno)})); }
 
 // Where the next data at or behind `offset` starts, or the end where only a hole is left.
 std::uint64_t NextData(int source, std::uint64_t offset) {
@@ -31,19 +34,25 @@ std::uint64_t NextHole(int source, std::uint64_t offset) {
 
 }  // namespace
 
-LocalSink::LocalSink(UniqueFd folder, const std::string& name, const FileInfo& info, bool shares)
+LocalSink::LocalSink(UniqueFd folder, const std::string& name, const FileInfo& info, bool shares,
+                     bool resumes)
     : m_folder(std::move(folder)),
       m_name(name),
       m_info(info),
       m_shares(shares),
-      m_file(m_folder.get(), name, info.mode),
-      m_writeBack(m_file.fd()) {}
+      m_file(m_folder.get(), name, info.mode, resumes ? info.version : ""),
+      m_writeBack(m_file.fd()),
+      m_offset(m_file.Resumed()),
+      m_written(m_offset) {}
 
 Step LocalSink::Take(Source& source, std::size_t length) {
   const int descriptor = source.Descriptor();
-  if (m_offset == 0 && Share(descriptor)) {
-    End(source);
-    return {m_offset, 0, true};
+  if (!std::exchange(m_begun, true)) {
+    if (m_offset > 0) source.Seek(m_offset);
+    if (m_offset == 0 && Share(descriptor)) {
+      End(source);
+      return {m_offset, 0, true};
+    }
   }
   if (m_offset > m_info.size && m_info.size > 0) source.ExpectUnchanged();  // it grows as we copy
   if (descriptor >= 0) {
@@ -60,6 +69,10 @@ Step LocalSink::Take(Source& source, std::size_t length) {
   m_offset += moved;
   m_written = m_offset;
   m_writeBack.Wrote(m_offset);
+  if (Clock::now() - m_kept > kKeepInterval) {
+    m_file.Keep(m_offset);
+    m_kept = Clock::now();
+  }
   return {m_offset, moved, false};
 }
 
@@ -91,7 +104,7 @@ std::size_t LocalSink::Move(Source& source, std::size_t length) {
     got = descriptor < 0 ? static_cast<ssize_t>(source.Read(m_block.data(), length))
                          : pread(descriptor, m_block.data(), length, static_cast<off_t>(m_offset));
   } while (got < 0 && errno == EINTR);
-  if (got < 0) throw FileFailed("cannot be read: " + ErrorText(errno));
+  if (got < 0) throw FileFailed(Say(Said::kNotRead, {ErrorText(errno)}));
   Write(static_cast<std::size_t>(got));
   return static_cast<std::size_t>(got);
 }

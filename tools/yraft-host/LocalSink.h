@@ -1,6 +1,7 @@
 // One file on its way into a folder of this machine.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,8 +12,11 @@
 
 class LocalSink : public Sink {
  public:
-  // name  of the file in the open folder
-  LocalSink(UniqueFd folder, const std::string& name, const FileInfo& info, bool shares);
+  // name     of the file in the open folder
+  // shares   let the file system share blocks where it can
+  // resumes  go on with what another process has left, and leave it to another
+  LocalSink(UniqueFd folder, const std::string& name, const FileInfo& info, bool shares,
+            bool resumes);
 
   Step Take(Source& source, std::size_t length) override;
 
@@ -36,5 +40,7 @@ class LocalSink : public Sink {
   std::vector<unsigned char> m_block;
   std::uint64_t m_offset = 0;
   std::uint64_t m_written = 0;  // the end of the last bytes that are no hole
+  bool m_begun = false;
+  std::chrono::steady_clock::time_point m_kept = std::chrono::steady_clock::now();
   bool m_kernelCopies = true;
 };

@@ -6,22 +6,23 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "Console.h"
+#include "FileNames.h"
 
 namespace {
-
-const char* KindOf(mode_t mode) {
-  if (S_ISDIR(mode)) return "is a folder";
-  if (S_ISFIFO(mode)) return "is a pipe";
-  if (S_ISSOCK(mode)) return "is a socket";
-  return "is a device";
-}
 
 bool Same(const timespec& a, const timespec& b) {
   return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
-FileFailed NotOpened() { return FileFailed("cannot be opened: " + ErrorText(errno)); }
+std::string Version(const struct stat& status) {
+  std::string version = std::to_string(status.st_ino) + " " + std::to_string(status.st_size);
+  for (const timespec& time : {status.st_mtim, status.st_ctim}) {
+    version += " " + std::to_string(time.tv_sec) + "." + std::to_string(time.tv_nsec);
+  }
+  return Digest(version);
+}
+
+FileFailed NotOpened() { return FileFailed(Say(Said::kNotOpened, {ErrorText(errno)})); }
 
 }  // namespace
 
@@ -33,11 +34,13 @@ LocalSource::LocalSource(const std::string& path, bool asItIs) : m_asItIs(asItIs
     m_fd = UniqueFd(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!m_fd || fstat(m_fd.get(), &status) != 0) throw NotOpened();
   }
-  if (!S_ISREG(status.st_mode))
-    throw FileFailed(KindOf(status.st_mode) + std::string(", not a file"));
-  m_info = {static_cast<std::uint64_t>(status.st_size), status.st_mode & 0777, status.st_mtim};
+  if (!S_ISREG(status.st_mode)) throw FileFailed(Say(Said::kNoFile));
+  m_info.size = static_cast<std::uint64_t>(status.st_size);
+  m_info.mode = status.st_mode & 0777;
+  m_info.modified = status.st_mtim;
   m_changed = status.st_ctim;
   if (asItIs && m_info.size > 0) m_info.most = m_info.size;
+  if (!asItIs && m_info.size > 0) m_info.version = Version(status);
 }
 
 std::size_t LocalSource::Read(unsigned char* bytes, std::size_t length) {
@@ -45,14 +48,14 @@ std::size_t LocalSource::Read(unsigned char* bytes, std::size_t length) {
   ssize_t got;
   while ((got = read(m_fd.get(), bytes, length)) < 0 && errno == EINTR) {
   }
-  if (got < 0) throw FileFailed("cannot be read: " + ErrorText(errno));
+  if (got < 0) throw FileFailed(Say(Said::kNotRead, {ErrorText(errno)}));
   m_read += static_cast<std::size_t>(got);
   return static_cast<std::size_t>(got);
 }
 
 void LocalSource::Seek(std::uint64_t offset) {
   if (lseek(m_fd.get(), static_cast<off_t>(offset), SEEK_SET) < 0) {
-    throw FileFailed("cannot be read: " + ErrorText(errno));
+    throw FileFailed(Say(Said::kNotRead, {ErrorText(errno)}));
   }
   m_read = offset;
 }
@@ -62,6 +65,6 @@ void LocalSource::ExpectUnchanged() const {
   if (m_asItIs) return;
   if (fstat(m_fd.get(), &now) != 0 || static_cast<std::uint64_t>(now.st_size) != m_info.size ||
       !Same(now.st_mtim, m_info.modified) || !Same(now.st_ctim, m_changed)) {
-    throw FileFailed("changed while it was copied");
+    throw FileFailed(Say(Said::kChanged));
   }
 }

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/xattr.h>
 
 #include <atomic>
 #include <cerrno>
@@ -19,6 +20,8 @@ namespace {
 
 constexpr char kHead[] = ".yraft-";
 constexpr char kTail[] = ".part";
+constexpr char kResumableHead[] = ".yraft+";  // which nobody removes as left over
+constexpr char kMark[] = "user.yraft-host";   // the attribute: a version, and the bytes of it
 constexpr int kAttempts = 1000;
 
 std::string OwnHead() { return kHead + std::to_string(getpid()) + '-'; }
@@ -70,25 +73,35 @@ bool TakesName(int folder, const std::string& name) {
 }
 
 // Why the folder did not take the name. Where it takes another, one of the characters is to blame.
-std::string WhyNot(int folder, const std::string& name, int error) {
+Text WhyNot(int folder, const std::string& name, int error) {
   if (TakesName(folder, "x")) {
     for (std::size_t at = 0; at < name.size();) {
       std::size_t length = 1;
       while ((static_cast<unsigned char>(name[at + length]) & 0xC0) == 0x80) ++length;
       const std::string character = name.substr(at, length);
-      if (!TakesName(folder, character)) return "the folder takes no '" + character + "' in a name";
+      if (!TakesName(folder, character)) return Say(Said::kNoCharacter, {Printable(character)});
       at += length;
     }
   }
-  return "cannot be created: " + ErrorText(error);
+  return Say(Said::kNotCreated, {ErrorText(error)});
 }
 
 }  // namespace
 
-PartialFile::PartialFile(int folder, const std::string& name, mode_t mode) : m_folder(folder) {
+PartialFile::PartialFile(int folder, const std::string& name, mode_t mode,
+                         const std::string& version)
+    : m_folder(folder), m_version(version) {
   const long most = fpathconf(folder, _PC_NAME_MAX);
   if (most > 0 && name.size() > static_cast<std::size_t>(most)) {
-    throw FileFailed("the folder takes no name of more than " + std::to_string(most) + " bytes");
+    throw FileFailed(Say(Said::kNameTooLong, {std::to_string(most)}));
+  }
+  if (!version.empty()) {
+    const std::string temporary =
+        kResumableHead + CutName(name, NAME_MAX - sizeof(kResumableHead) - sizeof(kTail)) + kTail;
+    if (Resume(temporary) || (Create(temporary, mode) && Mark(0))) return;
+    if (!m_temporary.empty()) unlinkat(folder, temporary.c_str(), 0);
+    m_temporary.clear();
+    m_version.clear();
   }
   m_fd = UniqueFd(openat(folder, ".", O_WRONLY | O_TMPFILE | O_CLOEXEC, mode));
   if (m_fd && faccessat(AT_FDCWD, "/proc/self/fd", X_OK, 0) == 0) return;
@@ -96,7 +109,7 @@ PartialFile::PartialFile(int folder, const std::string& name, mode_t mode) : m_f
     if (Create(TemporaryName(name), mode)) return;
     if (errno != EEXIST) throw FileFailed(WhyNot(folder, name, errno));
   }
-  throw FileFailed("cannot be created: " + ErrorText(EEXIST));
+  throw FileFailed(Say(Said::kNotCreated, {ErrorText(EEXIST)}));
 }
 
 // Whoever removes leftovers may have been faster than the lock; then it is as if it were taken.
@@ -118,17 +131,55 @@ bool PartialFile::Create(const std::string& temporary, mode_t mode) {
   return true;
 }
 
+// What a process that is gone has left of the same version goes on, up to where that is on the
+// disk; anything else of ours goes.
+bool PartialFile::Resume(const std::string& temporary) {
+  constexpr int kFlags = O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
+  UniqueFd left(openat(m_folder, temporary.c_str(), kFlags));
+  struct stat status {};
+  if (!left || flock(left.get(), LOCK_EX | LOCK_NB) != 0 || fstat(left.get(), &status) != 0 ||
+      !S_ISREG(status.st_mode) || status.st_uid != geteuid() || status.st_nlink != 1) {
+    return false;
+  }
+  char mark[64] = "";
+  const ssize_t length = fgetxattr(left.get(), kMark, mark, sizeof(mark) - 1);
+  const bool same = length > 0 && std::string_view(mark).substr(0, m_version.size()) == m_version;
+  const std::uint64_t end = same ? std::strtoull(mark + m_version.size(), nullptr, 10) : 0;
+  if (end == 0 || end > static_cast<std::uint64_t>(status.st_size) ||
+      ftruncate(left.get(), static_cast<off_t>(end)) != 0) {
+    unlinkat(m_folder, temporary.c_str(), 0);
+    return false;
+  }
+  m_fd = std::move(left);
+  m_temporary = temporary;
+  m_resumed = end;
+  return true;
+}
+
+bool PartialFile::Mark(std::uint64_t end) {
+  const std::string mark = m_version + " " + std::to_string(end);
+  return fsetxattr(m_fd.get(), kMark, mark.data(), mark.size(), 0) == 0;
+}
+
+// A mark that is not made leaves the one before.
+void PartialFile::Keep(std::uint64_t end) {
+  if (m_version.empty()) return;
+  if (fdatasync(m_fd.get()) != 0) throw FileFailed(Say(Said::kNotWritten, {ErrorText(errno)}));
+  Mark(end);
+}
+
 PartialFile::~PartialFile() {
-  if (!m_temporary.empty()) unlinkat(m_folder, m_temporary.c_str(), 0);
+  if (!m_temporary.empty() && m_version.empty()) unlinkat(m_folder, m_temporary.c_str(), 0);
 }
 
 std::string PartialFile::Publish(const std::string& name) {
   int error = 0;
+  if (!m_version.empty()) fremovexattr(m_fd.get(), kMark);
   std::string given = FirstFreeName(name, [this, &error](const std::string& one) {
     error = GiveName(one);
     return error != EEXIST;
   });
-  if (error != 0) throw FileFailed("cannot be named: " + ErrorText(error));
+  if (error != 0) throw FileFailed(Say(Said::kNotNamed, {ErrorText(error)}));
   m_temporary.clear();
   return given;
 }

@@ -14,6 +14,7 @@
 #include "Failure.h"
 #include "PrintPaths.h"
 #include "Session.h"
+#include "Texts.h"
 #include "YraWinUI.h"
 
 namespace {
@@ -34,9 +35,9 @@ struct ProgramName {
 };
 
 // A box, in this thread as well.
-void Tell(const char* text, const std::string& more) {
+void Tell(const std::string& text, const std::string& more) {
   const Allocated<YRAFT_ERROR_MESSAGE_INFO> record(
-      Yraft_ErrorMessageAllocate("File Transfer Error", text, more.c_str()));
+      Yraft_ErrorMessageAllocate(Say(Said::kErrorTitle).local.c_str(), text.c_str(), more.c_str()));
   ProgramName program;
   if (record) const YraWinUI box(4, 1, program.argv, record.get());
 }
@@ -108,7 +109,7 @@ ExitStatus PickFiles(const Limits& limits, const ChooserLook& look, PathFormat f
   Answer answer = AskForFiles(limits);
   while (answer.result == YRAFT_STATUS_BUFFER_TOO_SMALL) {
     ShapeNextChooser(look);
-    Tell("These are too many files for one choice.", TooManyFiles());
+    Tell(Say(Said::kTooManyFiles).local, TooManyFiles());
     answer = AskForFiles(limits);
   }
   return Report(answer, format, limits.bytes);

@@ -33,15 +33,14 @@ Places::Places(Session& session, const TransferOptions& options)
 bool Places::Trusts(const std::string& host, const std::string& fingerprint) {
   Console console;
   // The box comes up once the UI runs; before that it waits in line.
-  m_session.Ask("File Transfer", "You have not met " + host + " before. Its key is\n" +
-                                     fingerprint + "\nIs this the machine that you mean?");
+  m_session.Ask(Say(Said::kQuestionTitle).local, Say(Said::kUnknownKey, {host, fingerprint}).local);
   const auto answer = Await(
       m_session, console, [](const Event& event) { return event.kind == Event::Kind::kAnswered; });
   return answer && answer->status == 1;
 }
 
 ExitStatus Places::OpenTarget(const std::string& place, Console& console) {
-  std::string why;
+  Text why;
   if (!IsUrl(place)) {
     UniqueFd folder = OpenFolder(place, why);
     if (folder) TakeTarget(std::move(folder), place);
@@ -57,18 +56,18 @@ ExitStatus Places::OpenTarget(const std::string& place, Console& console) {
       target->Visit();
       m_target = std::move(target);
     } catch (const FileFailed& failed) {
-      why = shown ? failed.what() : kNoDisplay;
+      why = shown ? failed.why : kNoDisplay;
     }
     m_permission.goOn = [] { return true; };
   }
   if (m_target) return kExitDone;
-  console.Complain(Printable(place) + ": " + why);
+  console.Complain(Printable(place) + ": " + why.english);
   return kExitNoStart;
 }
 
 void Places::TakeTarget(UniqueFd folder, const std::string& path) {
-  m_target =
-      std::make_unique<LocalFolder>(std::move(folder), path, m_options.rate == 0, m_permission);
+  m_target = std::make_unique<LocalFolder>(std::move(folder), path, m_options.rate == 0,
+                                           m_options.resumes, m_permission);
 }
 
 std::unique_ptr<Source> Places::OpenSource(const std::string& place) {

@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <ctime>
 
 #include "FileNames.h"
@@ -15,8 +16,7 @@ std::string TemporaryName(const std::string& name, const FileInfo& info, bool re
   static unsigned int number = 0;
   const std::size_t folder = name.rfind('/') + 1;
   const std::string mark =
-      resumes ? std::to_string(info.size) + "-" + std::to_string(info.modified.tv_sec)
-              : std::to_string(getpid()) + "-" + std::to_string(number++);
+      resumes ? info.version : std::to_string(getpid()) + "-" + std::to_string(number++);
   return name.substr(0, folder) + ".yraft-" + mark + "-" +
          CutName(name.substr(folder), kLongestName) + ".part";
 }
@@ -108,7 +108,7 @@ bool RemoteFile::GiveName(Server& server, const std::string& name) const {
   }
   if (Command(server, words, true)) return true;
   if (IsTaken(server, name)) return false;
-  throw FileFailed("the server takes no such name");
+  throw FileFailed(Say(Said::kNoSuchName));
 }
 
 // SFTP says only that a rename failed.
@@ -128,6 +128,6 @@ std::string RemoteFile::Publish(Server& server) const {
   std::string given = FirstFreeName(m_name.substr(folder), [&](const std::string& one) {
     return GiveName(server, m_name.substr(0, folder) + one);
   });
-  if (given.empty()) throw FileFailed("cannot be named: all names are taken");
+  if (given.empty()) throw FileFailed(Say(Said::kNotNamed, {ErrorText(EEXIST)}));
   return given;
 }

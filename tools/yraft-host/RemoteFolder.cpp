@@ -19,7 +19,7 @@ void RemoteFolder::Visit() {
 }
 
 std::unique_ptr<Sink> RemoteFolder::Begin(const std::string& name, const FileInfo& info) {
-  const bool resumes = m_lanes && m_resumes && info.size > 0 && !SmallSink::Takes(info);
+  const bool resumes = m_lanes && m_resumes && !info.version.empty() && !SmallSink::Takes(info);
   const RemoteFile file(m_url, name, info, resumes);
   if (m_lanes && SmallSink::Takes(info)) return std::make_unique<SmallSink>(*m_lanes, file, info);
   if (!m_lanes) MakeFolderOf(name);
@@ -68,6 +68,6 @@ void RemoteFolder::SettleFirst() {
   try {
     first.arrived(first.sink->Given(), {});
   } catch (const FileFailed& failed) {
-    if (isWanted) first.arrived({}, failed.what());
+    if (isWanted) first.arrived({}, failed.why);
   }
 }

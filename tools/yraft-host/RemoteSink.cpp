@@ -81,7 +81,7 @@ void RemoteSink::Load(Source& source, std::size_t length) {
 
 // Hands the piece over, and waits for the server's word behind the last one.
 CURLcode RemoteSink::Send() {
-  if (m_done) return m_end ? CURLE_OK : throw FileFailed("became longer while it was copied");
+  if (m_done) return m_end ? CURLE_OK : throw FileFailed(Say(Said::kChanged));
   curl_easy_pause(m_request.get(), CURLPAUSE_CONT);
   const auto result =
       m_server.Run(m_request.get(), [this] { return !m_end && m_at == m_piece.size(); });

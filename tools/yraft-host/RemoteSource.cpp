@@ -4,6 +4,8 @@
 #include <chrono>
 #include <thread>
 
+#include "FileNames.h"
+
 namespace {
 
 constexpr std::size_t kBuffer = 2UL << 20;  // that is held at most, and what curl adds
@@ -20,6 +22,9 @@ RemoteSource::RemoteSource(Server& server, const std::string& url) : m_server(se
   curl_easy_getinfo(m_request.get(), CURLINFO_FILETIME_T, &time);
   m_info.size = static_cast<std::uint64_t>(std::max(size, curl_off_t{0}));
   m_info.modified.tv_sec = std::max(time, curl_off_t{0});
+  if (size > 0 && time > 0) {
+    m_info.version = Digest(url + " " + std::to_string(size) + " " + std::to_string(time));
+  }
 }
 
 RemoteSource::~RemoteSource() { m_server.Drop(m_request.get()); }

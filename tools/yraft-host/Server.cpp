@@ -50,20 +50,20 @@ std::string Fingerprint(const curl_khkey& key) {
   return shown.substr(0, shown.find('='));
 }
 
-std::string HttpWords(long code) {
+Text HttpWords(long code) {
   switch (code) {
     case 401:
     case 403:
-      return "permission denied by the server";
+      return Say(Said::kServerDenies);
     case 404:
     case 409:
-      return "no such folder or file on the server";
+      return Say(Said::kNotOnServer);
     case 413:
-      return "too large for the server";
+      return Say(Said::kTooLargeForServer);
     case 507:
-      return "the server's disk is full";
+      return Say(Said::kServerFull);
     default:
-      return "the server answers " + std::to_string(code);
+      return Say(Said::kServerAnswers, {std::to_string(code)});
   }
 }
 
@@ -195,34 +195,34 @@ void Server::Drop(CURL* request) {
   m_running = nullptr;
 }
 
-std::string Server::Words(CURL* request, CURLcode result) const {
+Text Server::Words(CURL* request, CURLcode result) const {
   long code = 0;
   switch (result) {
     case CURLE_COULDNT_RESOLVE_HOST:
-      return m_host + " is not known";
+      return Say(Said::kUnknownHost, {m_host});
     case CURLE_COULDNT_CONNECT:
     case CURLE_OPERATION_TIMEDOUT:
-      return m_host + " does not answer";
+      return Say(Said::kNoAnswer, {m_host});
     case CURLE_PEER_FAILED_VERIFICATION:
-      return m_keyChanged ? "the key of " + m_host + " is not the one in ~/.ssh/known_hosts"
-                          : m_host + " is not trusted: " + m_error;
+      return m_keyChanged ? Say(Said::kOtherKey, {m_host})
+                          : Say(Said::kNotTrusted, {m_host, m_error});
     case CURLE_LOGIN_DENIED:
-      return m_host + " lets you not in: no key or password that it takes";
+      return Say(Said::kLoginDenied, {m_host});
     case CURLE_REMOTE_ACCESS_DENIED:
     case CURLE_UPLOAD_FAILED:
-      return "permission denied by the server";
+      return Say(Said::kServerDenies);
     case CURLE_REMOTE_FILE_NOT_FOUND:
-      return "no such folder or file on the server";
+      return Say(Said::kNotOnServer);
     case CURLE_REMOTE_DISK_FULL:
-      return "the server's disk is full";
+      return Say(Said::kServerFull);
     case CURLE_HTTP_RETURNED_ERROR:
       curl_easy_getinfo(request, CURLINFO_RESPONSE_CODE, &code);
       return HttpWords(code);
     case CURLE_SEND_ERROR:
     case CURLE_SSH:
-      return "the server takes no more of it: its disk is full, or the connection is lost";
+      return Say(Said::kServerTakesNoMore);
     default:
-      return IsLost(result) ? "the connection is lost" : curl_easy_strerror(result);
+      return IsLost(result) ? Say(Said::kLost) : Text(curl_easy_strerror(result));
   }
 }
 

@@ -54,7 +54,7 @@ class Server {
   CURLcode RunShort(CURL* request);
 
   // Why a request failed, for the user.
-  std::string Words(CURL* request, CURLcode result) const;
+  Text Words(CURL* request, CURLcode result) const;
 
   // Ends a request that is under way.
   void Drop(CURL* request);

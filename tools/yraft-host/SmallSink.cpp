@@ -39,7 +39,7 @@ SmallSink::~SmallSink() {
 
 Step SmallSink::Take(Source& source, std::size_t length) {
   const std::size_t before = m_bytes.size();
-  if (before > m_info.size) throw FileFailed("became longer while it was copied");
+  if (before > m_info.size) throw FileFailed(Say(Said::kChanged));
   m_bytes.resize(before + std::min(length, RoomFor(m_info, before)));
   const std::size_t moved = source.Read(&m_bytes[before], m_bytes.size() - before);
   m_bytes.resize(before + moved);

@@ -79,9 +79,8 @@ class Transfer {
  private:
   void Copy(std::size_t index, Target& target);
   bool PieceDone(const Step& step);
-  void Arrived(std::size_t index, std::uint64_t size, const std::string& given,
-               const std::string& why);
-  void Failed(std::size_t index, const std::string& why);
+  void Arrived(std::size_t index, std::uint64_t size, const std::string& given, const Text& why);
+  void Failed(std::size_t index, const Text& why);
   ExitStatus Sum();
   void Refresh();
   void ShowLine();
@@ -99,7 +98,7 @@ class Transfer {
   std::uint64_t m_offset = 0;
   std::uint64_t m_size = 0;
   std::vector<Arrival> m_arrivals;
-  std::vector<std::string> m_failures;
+  std::vector<std::string> m_failures;         // in the user's language
   std::uint64_t m_total = 0;                   // bytes of all files, 0 where it is not known
   std::uint64_t m_passed = 0;                  // of them, of files that are done with
   std::uint64_t m_moved = 0;                   // bytes, by the transfer itself
@@ -145,11 +144,11 @@ void Transfer::Copy(std::size_t index, Target& target) try {
   if (!PieceDone(step)) return;
   source->ExpectUnchanged();
   target.Finish(std::move(sink),
-                [this, index, size = step.done](const std::string& given, const std::string& why) {
+                [this, index, size = step.done](const std::string& given, const Text& why) {
                   Arrived(index, size, given, why);
                 });
 } catch (const FileFailed& failed) {
-  if (!m_cancelled) Failed(index, failed.what());
+  if (!m_cancelled) Failed(index, failed.why);
 }
 
 // Answers false where the transfer is to end.
@@ -162,7 +161,7 @@ bool Transfer::PieceDone(const Step& step) {
 }
 
 void Transfer::Arrived(std::size_t index, std::uint64_t size, const std::string& given,
-                       const std::string& why) {
+                       const Text& why) {
   if (!why.empty()) {
     Failed(index, why);
     return;
@@ -175,9 +174,10 @@ void Transfer::Arrived(std::size_t index, std::uint64_t size, const std::string&
   m_console.Say(line);
 }
 
-void Transfer::Failed(std::size_t index, const std::string& why) {
-  m_failures.push_back(Printable(m_order.items[index].place) + ": " + why);
-  m_console.Complain(m_failures.back());
+void Transfer::Failed(std::size_t index, const Text& why) {
+  const std::string head = Printable(m_order.items[index].place) + ": ";
+  m_failures.push_back(head + why.local);
+  m_console.Complain(head + why.english);
 }
 
 // Whoever looks at the screen is told there as well, unless it was they who ended the transfer.
@@ -187,18 +187,18 @@ ExitStatus Transfer::Sum() {
     PrintArrivals(m_arrivals, m_order.options.format);
   }
   if (m_arrivals.size() == count) return kExitDone;
-  const std::string sum = std::to_string(m_arrivals.size()) + " of " + std::to_string(count) +
-                          (count == 1 ? " file" : " files") + " arrived";
-  m_console.Complain((m_cancelled ? "cancelled; " : "") + sum);
+  const std::string arrived = std::to_string(m_arrivals.size()), all = std::to_string(count);
+  m_console.Complain((m_cancelled ? "cancelled; " : "") + arrived + " of " + all +
+                     (count == 1 ? " file" : " files") + " arrived");
   if (m_cancelled || m_windowGone) return kExitIncomplete;
   std::string list;
   for (std::size_t i = 0; i < std::min(m_failures.size(), kListed); ++i) {
     list += (i > 0 ? "\n" : "") + m_failures[i];
   }
   if (m_failures.size() > kListed) {
-    list += "\nand " + std::to_string(m_failures.size() - kListed) + " more";
+    list += "\n" + Say(Said::kMore, {std::to_string(m_failures.size() - kListed)}).local;
   }
-  ShowErrorBox(m_session, m_console, "File Transfer Error", sum + ".", list);
+  ShowFailure(m_session, m_console, Say(Said::kArrived, {arrived, all}), list);
   return kExitIncomplete;
 }
 

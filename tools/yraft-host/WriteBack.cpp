@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <chrono>
 
-#include "Console.h"
 #include "Endpoints.h"
 
 namespace {
@@ -22,7 +21,7 @@ void SyncRange(int fd, std::uint64_t from, std::uint64_t to, unsigned int how) {
   const int result =
       sync_file_range(fd, static_cast<off_t>(from), static_cast<off_t>(to - from), how);
   if (result != 0 && (errno == EIO || errno == ENOSPC || errno == EDQUOT)) {
-    throw FileFailed("cannot be written: " + ErrorText(errno));
+    throw FileFailed(Say(Said::kNotWritten, {ErrorText(errno)}));
   }
 }
 

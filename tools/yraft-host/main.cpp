@@ -121,8 +121,9 @@ void AddTransfers(CLI::App& app, Given& given) {
   for (CLI::App* command : {download, upload}) {
     command->add_flag("--as-it-is", given.options.asItIs,
                       "take a file that is written meanwhile, up to the\nsize that it begins with");
-    command->add_flag("--resume", given.options.resumes,
-                      "leave what does not arrive whole on an SFTP server, and\ngo on with it");
+    command->add_flag(
+        "--resume", given.options.resumes,
+        "leave what does not arrive whole, in a folder or on an\nSFTP server, and go on with it");
     command->add_flag("-q,--quiet", given.options.quiet, "say only what goes wrong");
     AddFormats(command, given.options.format,
                "print an array of objects with the \"source\", the\n\"path\" and the \"bytes\" of "

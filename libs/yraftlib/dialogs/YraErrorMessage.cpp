@@ -93,6 +93,7 @@ class Filling {
   // Of texts that are too long for the screen the box shows the beginning. Neither takes the
   // other's half of the room.
   void Fill() {
+    YraRenewFonts(m_pDialog);
     for (const unsigned int nth : {0U, 1U}) YraLimitLine(LabelAt(m_pDialog, nth));
     ShowFirst(0);
     ShowSecond(0);

@@ -83,9 +83,11 @@ void YraDialog::Watch(GtkWidget* pDialog, GCallback onDestroy, GCallback onDelet
     return gtk_widget_hide_on_delete(pWidget);
   };
   // The toolkit's own handler would answer before the log has heard of the event.
-  g_signal_handlers_disconnect_matched(
-      pDialog, static_cast<GSignalMatchType>(G_SIGNAL_MATCH_ID | G_SIGNAL_MATCH_DATA),
-      g_signal_lookup("delete-event", GTK_TYPE_WIDGET), 0, nullptr, nullptr, nullptr);
+  const guint close = g_signal_lookup("delete-event", GTK_TYPE_WIDGET);
+  while (const gulong id = g_signal_handler_find(pDialog, G_SIGNAL_MATCH_ID, close, 0, nullptr,
+                                                 nullptr, nullptr)) {
+    g_signal_handler_disconnect(pDialog, id);
+  }
   g_signal_connect(pDialog, "destroy", onDestroy, m_pWinUI);
   g_signal_connect(pDialog, "delete-event", onDelete, m_pWinUI);
   g_signal_connect(pDialog, "delete-event", G_CALLBACK(onClosed), this);

@@ -52,6 +52,12 @@ gboolean DropTypedAhead(GtkWidget* pWindow, GdkEventKey* pEvent, void*) {
   return TRUE;
 }
 
+void CameUp(GtkWidget* pWindow) {
+  for (const char* pMoment : {kShown, kDropped}) {
+    g_object_set_data(G_OBJECT(pWindow), pMoment, GUINT_TO_POINTER(YraDisplayTime(pWindow)));
+  }
+}
+
 // A dialog stands in no task bar: once minimised, nothing else would bring it back.
 gboolean ComeBack(GtkWidget* pWindow, GdkEventWindowState* pEvent, void*) {
   if ((pEvent->changed_mask & pEvent->new_window_state & GDK_WINDOW_STATE_ICONIFIED) != 0) {
@@ -63,7 +69,12 @@ gboolean ComeBack(GtkWidget* pWindow, GdkEventWindowState* pEvent, void*) {
 // A window manager that is busy overlooks who asks before the window is there; and where there is
 // none, nobody else gives the focus to a window that is clicked.
 gboolean TakeFocus(GtkWidget* pWindow, GdkEvent* pEvent, void*) {
-  if (pEvent->type == GDK_MAP || !YraIsManaged(pWindow)) {
+  const bool comesUp = pEvent->type == GDK_MAP;
+  if (comesUp) {
+    CameUp(pWindow);
+    YraLimitDialog(pWindow);
+  }
+  if (comesUp || !YraIsManaged(pWindow)) {
     gdk_window_focus(gtk_widget_get_window(pWindow), YraDisplayTime(pWindow));
   }
   return FALSE;
@@ -89,11 +100,8 @@ void YraShowInFront(GtkWidget* pWindow) {
     g_signal_connect(pWindow, "map-event", G_CALLBACK(TakeFocus), nullptr);
     g_signal_connect(pWindow, "button-press-event", G_CALLBACK(TakeFocus), nullptr);
   }
-  for (const char* pMoment : {kShown, kDropped}) {
-    g_object_set_data(G_OBJECT(pWindow), pMoment, GUINT_TO_POINTER(now));
-  }
+  CameUp(pWindow);
   gtk_widget_show_all(pWindow);
-  YraLimitDialog(pWindow);
   gtk_window_present_with_time(GTK_WINDOW(pWindow), now);
 }
 

@@ -48,6 +48,7 @@ GtkWidget* YraNewTwoLineLabel(const char* pText) {
   return pLabel;
 }
 
+void YraRenewFonts(GtkWidget*) {}
 void YraLimitLine(GtkLabel*) {}
 void YraLimitDialog(GtkWidget*) {}
 
@@ -99,6 +100,18 @@ GtkWidget* YraNewTwoLineLabel(const char* pText) {
   void* pLabel = g_object_new(TwoLineLabelType(), "label", pText, "ellipsize",
                               PANGO_ELLIPSIZE_MIDDLE, nullptr);
   return GTK_WIDGET(pLabel);
+}
+
+// A style that changed is taken over when the window is shown, later than its size is asked for.
+void YraRenewFonts(GtkWidget* pWindow) {
+  const auto renew = +[](GtkWidget* pWidget, void*) { YraRenewFonts(pWidget); };
+  PangoFontDescription* pFont = nullptr;
+  gtk_style_context_get(gtk_widget_get_style_context(pWindow), gtk_widget_get_state_flags(pWindow),
+                        GTK_STYLE_PROPERTY_FONT, &pFont, nullptr);
+  pango_context_set_font_description(gtk_widget_get_pango_context(pWindow), pFont);
+  pango_font_description_free(pFont);
+  gtk_widget_queue_resize(pWindow);
+  if (GTK_IS_CONTAINER(pWindow)) gtk_container_forall(GTK_CONTAINER(pWindow), renew, nullptr);
 }
 
 void YraLimitLine(GtkLabel* pLabel) {
