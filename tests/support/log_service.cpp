@@ -1,14 +1,34 @@
 #include "log_service.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
 #include <cstring>
 #include <stdexcept>
 #include <string_view>
+
+namespace {
+
+bool Readable(int fd, int patience = 30000) {
+  pollfd source{fd, POLLIN, 0};
+  return poll(&source, 1, patience) == 1;
+}
+
+// Reads `size` bytes; answers false at the end of the stream.
+bool ReadWhole(int fd, char* data, std::size_t size) {
+  while (size > 0) {
+    const ssize_t got = Readable(fd) ? read(fd, data, size) : -1;
+    if (got <= 0) return false;
+    data += got;
+    size -= static_cast<std::size_t>(got);
+  }
+  return true;
+}
+
+}  // namespace
 
 int BoundSocket(const char* path, int type) {
   unlink(path);
@@ -19,8 +39,6 @@ int BoundSocket(const char* path, int type) {
     throw std::runtime_error(std::string("cannot listen at ") + path);
   }
   chmod(path, 0777);
-  const timeval patience{30, 0};
-  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
   return fd;
 }
 
@@ -36,22 +54,16 @@ LogService::~LogService() {
 
 bool LogService::Accept() {
   HangUp();
-  m_connection = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-  const timeval patience{30, 0};
-  setsockopt(m_connection, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
+  if (Readable(m_listener)) m_connection = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
   return m_connection >= 0;
 }
 
 std::optional<std::string> LogService::Next() {
-  std::string record(sizeof(KvoLogRecordHead), '\0');
-  std::size_t read = 0;
-  for (std::size_t missing; (missing = record.size() - read) > 0; read += missing) {
-    const ssize_t got = recv(m_connection, record.data() + read, missing, MSG_WAITALL);
-    if (got != static_cast<ssize_t>(missing)) return std::nullopt;
-    KvoLogRecordHead head;
-    std::memcpy(&head, record.data(), sizeof(head));
-    record.resize(sizeof(head) + head.length);
-  }
+  KvoLogRecordHead head;
+  if (!ReadWhole(m_connection, reinterpret_cast<char*>(&head), sizeof(head))) return std::nullopt;
+  std::string record(sizeof(head) + head.length, '\0');
+  std::memcpy(record.data(), &head, sizeof(head));
+  if (!ReadWhole(m_connection, record.data() + sizeof(head), head.length)) return std::nullopt;
   return record;
 }
 
