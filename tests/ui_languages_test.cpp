@@ -75,11 +75,9 @@ TEST_P(Language, FitsIntoEveryDialog) {
   Press(Title(42), Text("YRAFT_ENG_BUTTON_PAUSE"));
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 122);
   ASSERT_NE(ButtonSpot(Text("YRAFT_ENG_BUTTON_RESUME")).x, -1);
-  EXPECT_NE(Text("YRAFT_ENG_BUTTON_RESUME"), Text("YRAFT_ENG_BUTTON_CANCEL"));
   Look(Title(42), "paused");
   host.Progress(YRAFT_PROGRESS_CLOSE, "", 0, 0);  // the next one begins in the middle again
   host.Progress(YRAFT_PROGRESS_CREATE, "dir/" + std::string(251, 'W') + ".txt", 10, 100, 0, 3);
-  ASSERT_NE(user.WaitWindow(Title(10)), None);
   Look(Title(10), "long");
   host.Progress(YRAFT_PROGRESS_CLOSE, "", 0, 0);
   EXPECT_TRUE(user.WaitNoWindow(Title(10)));
