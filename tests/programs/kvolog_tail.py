@@ -48,7 +48,7 @@ def test_it_follows_across_rollovers_and_into_another_file(kvolog, serve, start)
     other = LOG.parent / "other.log"
     kvolog("output", other)
     wait_until(other.exists)
-    sender.line("moved")
+    sender.line("moved", seconds=int(time.time()) + 1)  # not before the move, by a clock of whole seconds
     wait_until(lambda: tail.out.endswith("moved\n"))
     assert last_words(tail.out) == expected + ["moved"]
     kvolog("output", LOG)
