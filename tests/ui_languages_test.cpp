@@ -26,10 +26,12 @@ class Language : public UI, public testing::WithParamInterface<std::string> {
   }
 
   // By its mnemonic, where the language's text names a letter of every keyboard.
-  void Press(const std::string& button) {
+  void Press(const std::string& title, const std::string& button) {
     const char key = button[button.find('_') + 1];
-    const bool named = button.find('_') != std::string::npos && g_ascii_isalpha(key);
-    named ? user.Key(std::string("alt+") + g_ascii_tolower(key)) : Click(button);
+    if (button.find('_') == std::string::npos || !g_ascii_isalpha(key)) return Click(button);
+    EXPECT_TRUE(With(title, [key](GtkWidget* window) {
+      return gtk_window_mnemonic_activate(GTK_WINDOW(window), g_ascii_tolower(key), GDK_MOD1_MASK);
+    }));
   }
 
   static std::string Title(int percent) {
@@ -70,14 +72,12 @@ TEST_P(Language, FitsIntoEveryDialog) {
   host.Progress(YRAFT_PROGRESS_CREATE, "dir/photo album.zip", 42, 100, 122, 1234);
   Look(Title(42), "progress");
   EXPECT_EQ(LabelText(Title(42)).rfind(Text("YRAFT_ENG_TRANSFER_DOWNLOAD"), 0), 0U);
-  Press(Text("YRAFT_ENG_BUTTON_PAUSE"));
+  Press(Title(42), Text("YRAFT_ENG_BUTTON_PAUSE"));
   ExpectNote(8, 7, YRAFT_OPT_STATUS_PAUSED, 122);
   ASSERT_NE(ButtonSpot(Text("YRAFT_ENG_BUTTON_RESUME")).x, -1);
-  EXPECT_NE(Text("YRAFT_ENG_BUTTON_RESUME"), Text("YRAFT_ENG_BUTTON_CANCEL"));
   Look(Title(42), "paused");
   host.Progress(YRAFT_PROGRESS_CLOSE, "", 0, 0);  // the next one begins in the middle again
   host.Progress(YRAFT_PROGRESS_CREATE, "dir/" + std::string(251, 'W') + ".txt", 10, 100, 0, 3);
-  ASSERT_NE(user.WaitWindow(Title(10)), None);
   Look(Title(10), "long");
   host.Progress(YRAFT_PROGRESS_CLOSE, "", 0, 0);
   EXPECT_TRUE(user.WaitNoWindow(Title(10)));

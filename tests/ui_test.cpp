@@ -129,20 +129,28 @@ TEST_F(UI, EndsWhileTheHostHearsOfARefusalAndServesAgainByTheSameSignals) {
   EXPECT_EQ(ids[0], ids[1]);
 }
 
-// A host's other threads use the toolkit under its lock.
-TEST_F(UI, OpensADialogWhenTheLockIsFree) {
+// A host's other threads, which use the toolkit under its lock, wait while a dialog is built up.
+TEST_F(UI, OpensADialogUnderTheLock) {
   if (getenv("YRA_GDK_THREADS") == nullptr) return;
+  static std::future<void> other;
+  const auto onShow = [](GSignalInvocationHint*, guint, const GValue*, void*) -> gboolean {
+    other = std::async(std::launch::async, [] {
+      gdk_threads_enter();
+      gdk_threads_leave();
+    });
+    EXPECT_NE(other.wait_for(std::chrono::milliseconds(200)), std::future_status::ready);
+    return FALSE;
+  };
   Host host;
   for (const Choice& choice : kChoices) {
-    gdk_threads_enter();
+    g_signal_add_emission_hook(g_signal_lookup("show", GTK_TYPE_WIDGET), 0, onShow, nullptr,
+                               nullptr);
     choice.request(host);
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
-    EXPECT_EQ(user.Find(this->*choice.title), None);
-    gdk_threads_leave();
     ASSERT_TRUE(Face(this->*choice.title));
     user.Key("Escape");
     ExpectDeclined(choice.event);
   }
+  Await(other);
 }
 
 // ---- Progress ----------------------------------------------------------------------------------

@@ -50,7 +50,6 @@ def test_who_sends_nonsense_is_dropped_with_a_word(serve):
         (b"GET / HTTP/1.1\r\n\r\n", "not registered, sent a record of the unknown type 8276"),
         (line("x"), "a line before the registration"), (h + h, "brelka-bad, sent a second registration"),
         (record(3, 2, 3 * b"\0"), "a record of type 2 with the length 3"),
-        (record(35, 2, 35 * b"i"), "a record of type 2 with the length 35"),
         (record(7, 2, b"12b\0ela"), "an identity that ends nowhere"),
         (h + record(18, 1, 18 * b"\1"), "a record of type 1 with the length 18"),
         (h + record(8211, 1), "a record of type 1 with the length 8211"),
@@ -118,7 +117,7 @@ def test_it_follows_the_configuration_and_its_file(kvolog, serve):
     await_text("waits", other / "agent.log")
     wait_until(lambda: "is written again" in service.err)
 
-    # The configuration's own file gives way to another one, changes without a sound, and is damaged.
+    # The configuration's own file gives way to another one, and changes without a sound.
     new = CONFIG.with_name("new")
     shutil.copy(CONFIG, new)
     kvolog("output", other / "wrong.log")
@@ -126,9 +125,6 @@ def test_it_follows_the_configuration_and_its_file(kvolog, serve):
     with open(CONFIG, "r+b") as file, mmap.mmap(file.fileno(), 1076) as mapped:
         mapped[808:834] = b"/var/log/other/right.log\0\0"
     wait_until((other / "right.log").exists)
-    os.truncate(CONFIG, 10)
-    sender.line("while damaged")
-    await_text("while damaged", other / "right.log")
 
 
 def old(number, end=""):
@@ -195,15 +191,6 @@ def test_a_log_that_was_removed_comes_back_within_a_second(serve):
         wait_until(LOG.exists, 1)
 
 
-def test_the_journal_gets_priorities(kvolog, start, tmp_path):
-    kvolog("output", "/var/qmz/.kvologd.lock/log")
-    (errors := tmp_path / "errors").touch()
-    status = errors.stat()
-    start("sh", "-c", f"exec {KVOLOG} serve 2>{errors}", env={"JOURNAL_STREAM": f"{status.st_dev}:{status.st_ino}"})
-    wait_until(lambda: "trying again" in errors.read_text())
-    assert errors.read_text().count("<3>cannot open '/var/qmz/.kvologd.lock/log': Not a directory") == 1
-
-
 def test_its_status_names_who_logs(kvolog, serve):
     service = serve()
     sender = Sender("brelka-vcagent").line("one").line("two", FATAL)
@@ -249,6 +236,6 @@ def test_a_full_disk_costs_lines_that_are_counted_and_cuts_none(serve, run):
     assert service.err.count("No space") == 1
     kept = [int(one.removesuffix(" " + 8000 * "x")) for one in texts() if one.endswith("x")]
     missing = next(int(one.split()[0]) for one in texts() if "are missing here" in one)
-    assert len(kept) + missing == 60 * 131 and kept == sorted(kept)
-    service.stop()
+    assert len(kept) + missing == 60 * 131 and kept == sorted(kept) and len(kept) > 3000
+    assert service.stop() == 1 and "lines were lost" in service.err
     run("umount", LOG.parent)

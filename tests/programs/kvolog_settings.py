@@ -102,22 +102,8 @@ def test_other_groups_may_look_and_not_touch(kvolog):
     assert other("levels").out == kvolog("levels").out
     for words in ("set ALL 1", "flags +1", "output /x", "rollover 1 1", "reset"):
         assert "only a process of group 0 may change" in other(*words.split()).err
-    os.truncate(CONFIG, 1075)
-    assert "too short" in other("levels").err
     CONFIG.unlink()
     assert "does not exist yet" in other("serve").err
-
-
-def test_the_completion_knows_the_names(kvolog, run):
-    script = f"""PATH={KVOLOG.parent}:$PATH
-        source /usr/share/bash-completion/bash_completion; source {ROOT}/packaging/completions/kvolog
-        COMP_WORDS=("$@") COMP_CWORD=$(($# - 1)) COMP_LINE="$*" COMPREPLY=(); COMP_POINT=${{#COMP_LINE}}
-        _kvolog || true; echo "${{COMPREPLY[*]}}" """
-    for words, expected in [("se", "set serve"), ("set YRAFT yraft_w", "YRAFT_WS YRAFT_WIN"), ("set YRAFT_WIN verb", "VERBOSE"),
-                            ("tail -f --class loc", "LOCALISE"), ("tail --level w", "WARNING"),
-                            ("flags -", "-FUNCTION -THREAD --json --help"), ("flags clear T", "THREAD")]:
-        done = run("bash", "-c", script, "-", "kvolog", *words.split())
-        assert done.out == expected + "\n", (words, done.err)
 
 
 def test_the_units_are_understood_and_sandboxed(run, tmp_path):

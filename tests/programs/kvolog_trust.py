@@ -77,9 +77,9 @@ def test_ten_restarts_under_load_lose_and_repeat_nothing(manager, start, end):
         manager.service.signal(end)
         manager.service.wait()
         manager.run()
+    wait_until(lambda: [*manager.store] == ["inbox"], 60)  # nothing of those who have ended
     check_whole(manager.service, writers, 10000)
     assert SOCKET.exists()
-    wait_until(lambda: [*manager.store] == ["inbox"])
 
 
 @contextlib.contextmanager
@@ -115,21 +115,6 @@ def test_a_service_or_a_disk_that_stands_still_costs_no_line(manager, start):
     manager.service.wait()
     manager.run()
     check_whole(manager.service, writers, 9000)
-
-
-def test_what_a_stall_does_cost_is_told(serve):
-    service = serve()
-    sender = Sender().line("start")
-    await_text("start")
-    with stalled(service):
-        for n in range(6000):
-            sender.line(f"{n} " + 8000 * "x")
-        sender.line("end")
-    await_text("are missing here")
-    kept = sum(text.endswith("x") for text in texts())
-    missing = next(int(text.split()[0]) for text in texts() if "are missing here" in text)
-    assert kept + missing >= 6000 and kept > 3000
-    assert service.stop() == 1 and "lines were lost" in service.err
 
 
 def test_a_process_says_once_that_it_logs_nothing_more(serve, start):

@@ -147,8 +147,7 @@ void Service::Wait() {
   if (!m_ready.empty() && !MayRead()) return static_cast<void>(m_writer.Await(kDelay));
   std::array<epoll_event, 256> events{};
   const auto tick = std::chrono::ceil<std::chrono::milliseconds>(m_nextTick - Clock::now());
-  const bool idle = m_lines.empty() && !m_inbox.received();
-  const auto patience = idle ? std::max(tick, tick.zero()) : kDelay;
+  const auto patience = AnythingNew() ? kDelay : std::max(tick, tick.zero());
   const int n = epoll_wait(m_epoll.get(), events.data(), static_cast<int>(events.size()),
                            m_ready.empty() ? static_cast<int>(patience.count()) : 0);
   for (int i = 0; i < n; ++i) {
@@ -447,9 +446,12 @@ void Service::Settle() {
     m_lost += std::exchange(m_dropped, 0);
   }
   const std::size_t size = std::max(m_lines.size(), m_inbox.size());
-  if ((m_lines.empty() && !m_inbox.received()) || (size < kWrite && now - m_handed < kDelay))
-    return;
-  HandOver();
+  if (AnythingNew() && (size >= kWrite || now - m_handed >= kDelay)) HandOver();
+}
+
+// Since the last lines were handed over.
+bool Service::AnythingNew() const {
+  return !m_lines.empty() || m_inbox.received() || !m_ending.empty();
 }
 
 // What was handed over before is in the file.

@@ -102,6 +102,7 @@ class Service {
   bool MayAdd(const ucred& peer, std::size_t bytes);
   void KeepRegistration(Client& client);
   void Settle();
+  bool AnythingNew() const;
   void HandOver();
   void Written();
   void End(Client& client);

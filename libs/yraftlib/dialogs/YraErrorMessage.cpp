@@ -141,7 +141,7 @@ class Filling {
     for (; bad < whole && fits(bad); bad *= 2) good = bad;
     bad = std::min(bad, whole);
     if (bad == whole && fits(whole)) return true;
-    while (bad - good > 8) {
+    while (bad - good > 8 + good / 16) {
       const std::size_t middle = good + (bad - good) / 2;
       (fits(middle) ? good : bad) = middle;
     }
