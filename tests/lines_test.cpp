@@ -3,6 +3,7 @@
 // stored text. Addresses are masked; figures are not, as nothing here is left to chance.
 #include "dialogs/YraDialogs.h"
 // The trace vocabulary comes first.
+#include <gtest/gtest.h>
 #include <sys/mount.h>
 #include <unistd.h>
 
@@ -49,21 +50,8 @@ std::string Masked(std::string text) {
 }
 
 template <class T>
-std::string Shown(T value) {
-  if constexpr (std::is_same_v<T, std::string>) {
-    return value;
-  } else if constexpr (std::is_same_v<T, bool>) {
-    return value ? "true" : "false";
-  } else if constexpr (std::is_convertible_v<T, const char*>) {
-    return value == nullptr ? "null" : '"' + std::string(value) + '"';
-  } else if constexpr (std::is_pointer_v<T>) {
-    return value == nullptr ? "null" : "a pointer";
-  } else {
-    char number[32];
-    snprintf(number, sizeof(number), value > 0xFFFF ? "0x%llX" : "%lld",
-             static_cast<long long>(value));
-    return number;
-  }
+std::string Shown(const T& value) {
+  return Masked(testing::PrintToString(value));
 }
 
 class Transcript {
