@@ -224,7 +224,14 @@ bool Respond(const std::string& titlePart, int response) {
     if (button != nullptr && !gtk_widget_get_sensitive(button)) return false;
     const bool chooses = GTK_IS_FILE_CHOOSER(window) && response == GTK_RESPONSE_ACCEPT;
     if (chooses && !IsSelected(window, "")) return false;
-    return gtk_dialog_response(GTK_DIALOG(window), response), true;
+    // A chooser keeps to itself that it was accepted where its list is being read anew.
+    bool heard = false;
+    const auto hear = +[](GtkDialog*, int, void* data) { *static_cast<bool*>(data) = true; };
+    g_signal_connect(g_object_ref(window), "response", G_CALLBACK(hear), &heard);
+    gtk_dialog_response(GTK_DIALOG(window), response);
+    g_signal_handlers_disconnect_by_func(window, reinterpret_cast<void*>(hear), &heard);
+    g_object_unref(window);
+    return heard;
   });
 }
 
