@@ -223,6 +223,22 @@ TEST_F(Connected, WritesALineExactlyWhereTheWorkingLevelAdmitsIt) {
   }
 }
 
+TEST_F(Connected, LosesNoLineToAChangeOfItsLevelBetweenTwoThatAdmitIt) {
+  KvoLogSetCurrentLevel(KVO_CLASS_YRAFT, 1);
+  std::atomic<bool> stop{false};
+  std::thread changer([&] {
+    for (unsigned int i = 0; !stop; ++i) KvoLogSetCurrentLevel(188, i % 2);
+  });
+  std::size_t written = 0;
+  for (int batch = 0; batch < 2000; ++batch) {
+    for (int i = 0; i < 50; ++i) __KvoTrace(188, KVO_LOG_VERBOSE, "file", "f", 1, "text");
+    written += service.Waiting().size();
+  }
+  stop = true;
+  changer.join();
+  EXPECT_EQ(written, 100000 * (22 + sizeof("f: text")));
+}
+
 TEST_F(Connected, WritesNothingForBadArgumentsOrWithoutALevelAnywhere) {
   __KvoTrace(188, 4, nullptr, "f", 1, "x");
   __KvoTrace(188, 4, "file", nullptr, 1, "x");
@@ -326,6 +342,11 @@ TEST_F(Connected, WaitsASecondForAServiceThatStoppedReadingWhateverComesMeanwhil
   EXPECT_GE(seconds, 0.9);
   EXPECT_LE(seconds, 4.0);
   EXPECT_FALSE(HasService());
+  const std::string text("Function: nobody reads this\0", 28);
+  const std::string records = service.Waiting();  // whole, whoever wrote beside whom
+  for (std::size_t at = 22; at + text.size() <= records.size(); at += 22 + text.size()) {
+    ASSERT_EQ(records.substr(at, text.size()), text);
+  }
 }
 
 TEST_F(Log, StartsWithoutAServiceOrWithOneThatTakesNoCallers) {
