@@ -82,8 +82,6 @@ TEST_F(Memory, AnswersARequestOnceOrDropsWhatHasNoAnswer) {
 }
 
 TEST_F(Memory, EndsACallAndAStart) {
-  // GTK complains of a chooser that goes while it reads its folder, as no user is quick enough for.
-  g_log_set_always_fatal(static_cast<GLogLevelFlags>(G_LOG_FATAL_MASK));
   YRAFT_THRESHOLD_INFO limits = {};
   YRAFT_PROGRESS_BAR_INFO info = {};
   const std::unique_ptr<YRAFT_ERROR_MESSAGE_INFO, decltype(&free)> error(

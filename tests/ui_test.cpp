@@ -116,7 +116,6 @@ TEST_F(UI, EndsWhileTheHostHearsOfARefusalAndServesAgainByTheSameSignals) {
   uint32_t ids[2];
   for (uint32_t& id : ids) {
     Host host;
-    id = host.table.entries[1].signalId;
     for (const int type : {-1, 0, 6, 7}) {
       EXPECT_EQ(YraSendSelfSignal(&host.table, type, 0, 0, nullptr), YRAFT_STATUS_INVALID_PARAM);
     }
@@ -125,6 +124,7 @@ TEST_F(UI, EndsWhileTheHostHearsOfARefusalAndServesAgainByTheSameSignals) {
     ExpectNote(3, 7, YRAFT_OPT_STATUS_FAILED, 0);
     EXPECT_EQ(notes.Pending(), 0U);
     EXPECT_EQ(host.Send(4, 0, calloc(1, 1)), YRAFT_STATUS_BAD_STATE);  // and the record is ours
+    id = host.table.entries[1].signalId;
   }
   EXPECT_EQ(ids[0], ids[1]);
 }

@@ -31,14 +31,9 @@ void GuardAgainstXErrors() {
 }
 
 // The toolkit complains, and goes on, when its location entry looks for completions while the
-// folder is still being read, and when a chooser goes while it looks for icons: its own faults, and
-// harmless. Everything else is fatal.
+// folder is still being read: its own fault, and harmless. Everything else is fatal.
 gboolean IsFatal(const gchar*, GLogLevelFlags, const gchar* message, gpointer) {
-  for (const char* harmless : {"gtk_tree_model_get_iter_first: assertion 'GTK_IS_TREE_MODEL",
-                               "gtk_widget_get_screen: assertion 'GTK_IS_WIDGET"}) {
-    if (strstr(message, harmless) != nullptr) return FALSE;
-  }
-  return TRUE;
+  return strstr(message, "gtk_tree_model_get_iter_first: assertion 'GTK_IS_TREE_MODEL") == nullptr;
 }
 
 }  // namespace

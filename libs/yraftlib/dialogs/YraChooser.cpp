@@ -6,6 +6,25 @@
 
 #include "ui/YraNotify.h"
 
+namespace {
+
+// The path bar asks the file system for icons, and takes the answer also when its chooser is gone:
+// its memory outlives it.
+void KeepPathBar(GtkWidget* pWidget, void*) {
+  constexpr guint kLongest = 5;  // seconds
+  if (g_str_equal(G_OBJECT_TYPE_NAME(pWidget), "GtkPathBar")) {
+    const auto release = +[](void* pBar) -> gboolean {
+      g_object_unref(pBar);
+      return FALSE;
+    };
+    gdk_threads_add_timeout_seconds(kLongest, release, g_object_ref(pWidget));
+  } else if (GTK_IS_CONTAINER(pWidget)) {
+    gtk_container_forall(GTK_CONTAINER(pWidget), KeepPathBar, nullptr);
+  }
+}
+
+}  // namespace
+
 GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, const char* pTitle) {
   GtkWidget* pDialog =
       gtk_file_chooser_dialog_new(pTitle, nullptr, look.action, GTK_STOCK_CANCEL,
@@ -23,6 +42,7 @@ GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, const cha
     gtk_dialog_set_response_sensitive(pThere, GTK_RESPONSE_ACCEPT, TRUE);
   };
   g_signal_connect(pDialog, "current-folder-changed", G_CALLBACK(onFolder), nullptr);
+  g_signal_connect(pDialog, "destroy", G_CALLBACK(KeepPathBar), nullptr);
   return pDialog;
 }
 
