@@ -874,7 +874,7 @@ void OtherCalls() {
 
 }  // namespace
 
-int main(int, char** argv) {
+int main(int, char** argv) try {
   for (const char* folder : {"one", "two", "folders/a", "folders/b"}) {
     Desktop::Get().AddFolder(folder);
   }
@@ -905,4 +905,6 @@ int main(int, char** argv) {
   OtherCalls();
   text.Quietly(KvoLocaliseShutdown);
   return 0;
+} catch (...) {
+  return 1;
 }
