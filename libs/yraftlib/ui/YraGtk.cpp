@@ -52,9 +52,9 @@ gboolean DropTypedAhead(GtkWidget* pWindow, GdkEventKey* pEvent, void*) {
   return TRUE;
 }
 
-void CameUp(GtkWidget* pWindow) {
+void CameUp(GtkWidget* pWindow, guint32 now) {
   for (const char* pMoment : {kShown, kDropped}) {
-    g_object_set_data(G_OBJECT(pWindow), pMoment, GUINT_TO_POINTER(YraDisplayTime(pWindow)));
+    g_object_set_data(G_OBJECT(pWindow), pMoment, GUINT_TO_POINTER(now));
   }
 }
 
@@ -70,13 +70,13 @@ gboolean ComeBack(GtkWidget* pWindow, GdkEventWindowState* pEvent, void*) {
 // none, nobody else gives the focus to a window that is clicked.
 gboolean TakeFocus(GtkWidget* pWindow, GdkEvent* pEvent, void*) {
   const bool comesUp = pEvent->type == GDK_MAP;
+  if (!comesUp && YraIsManaged(pWindow)) return FALSE;
+  const guint32 now = YraDisplayTime(pWindow);
   if (comesUp) {
-    CameUp(pWindow);
+    CameUp(pWindow, now);
     YraLimitDialog(pWindow);
   }
-  if (comesUp || !YraIsManaged(pWindow)) {
-    gdk_window_focus(gtk_widget_get_window(pWindow), YraDisplayTime(pWindow));
-  }
+  gdk_window_focus(gtk_widget_get_window(pWindow), now);
   return FALSE;
 }
 
@@ -100,7 +100,7 @@ void YraShowInFront(GtkWidget* pWindow) {
     g_signal_connect(pWindow, "map-event", G_CALLBACK(TakeFocus), nullptr);
     g_signal_connect(pWindow, "button-press-event", G_CALLBACK(TakeFocus), nullptr);
   }
-  CameUp(pWindow);
+  CameUp(pWindow, now);
   gtk_widget_show_all(pWindow);
   gtk_window_present_with_time(GTK_WINDOW(pWindow), now);
 }
