@@ -68,6 +68,7 @@ GtkLabel* LabelAt(GtkWidget* pDialog, unsigned int nth) {
 void ShowText(GtkLabel* pLabel, const std::string& text, std::size_t size) {
   gtk_label_set_text(
       pLabel, size < text.size() ? (YraCutText(text, size) + "\u2026").c_str() : text.c_str());
+  YraLimitLine(pLabel);
   atk_object_set_name(gtk_widget_get_accessible(GTK_WIDGET(pLabel)), text.c_str());
 }
 
@@ -94,12 +95,13 @@ class Filling {
   // other's half of the room.
   void Fill() {
     YraRenewFonts(m_pDialog);
-    for (const unsigned int nth : {0U, 1U}) YraLimitLine(LabelAt(m_pDialog, nth));
     ShowFirst(0);
     ShowSecond(0);
-    const int least = Height();
-    const int most = gdk_screen_get_height(gtk_widget_get_screen(m_pDialog)) - kBars;
-    const bool whole = FitFirst(least + (most - least) / 2);
+    const GtkRequisition least = Size();
+    GdkScreen* pScreen = gtk_widget_get_screen(m_pDialog);
+    const int most = gdk_screen_get_height(pScreen) - kBars;
+    m_width = std::max(gdk_screen_get_width(pScreen), least.width);
+    const bool whole = FitFirst(least.height + (most - least.height) / 2);
     FitSecond(most);
     if (!whole) FitFirst(most);
   }
@@ -116,9 +118,9 @@ class Filling {
   void ShowSecond(std::size_t size) {
     if (m_texts.hasSecond) ShowText(LabelAt(m_pDialog, 1), m_texts.second, size);
   }
-  int Height() const {
+  GtkRequisition Size() const {
     MakeRoomForTitle(m_pDialog, m_texts.title.c_str());
-    return YraAskedSize(m_pDialog).height;
+    return YraAskedSize(m_pDialog);
   }
 
   bool FitFirst(int height) {
@@ -128,13 +130,16 @@ class Filling {
     Fit(m_texts.second.size(), height, [this](std::size_t size) { ShowSecond(size); });
   }
 
-  // Shows as much of a text as the height allows, and answers whether that is all of it. A text
-  // that is far too long is never measured whole.
+  // Shows as much of a text as the height allows, and the width, as a line of tabs is not wrapped.
+  // Answers whether that is all of it. A text that is far too long is never measured whole.
   template <class Show>
   bool Fit(std::size_t whole, int height, const Show& show) const {
+    constexpr std::size_t kMost = 16384;  // bytes, more than a screen holds
+    whole = std::min(whole, kMost);
     const auto fits = [&](std::size_t size) {
       show(size);
-      return Height() <= height;
+      const GtkRequisition asked = Size();
+      return asked.height <= height && asked.width <= m_width;
     };
     std::size_t good = 0;
     std::size_t bad = 256;
@@ -153,6 +158,7 @@ class Filling {
   const BoxTexts& m_texts;
   std::string m_first;  // without markup
   bool m_markup = false;
+  int m_width = 0;  // that is not exceeded
 };
 
 // ---- A record's texts --------------------------------------------------------------------------

@@ -114,8 +114,24 @@ void YraRenewFonts(GtkWidget* pWindow) {
   if (GTK_IS_CONTAINER(pWindow)) gtk_container_forall(GTK_CONTAINER(pWindow), renew, nullptr);
 }
 
+namespace {
+
+bool HasLineOf(const char* pText, int chars) {
+  for (int length = 0; *pText != '\0'; pText = g_utf8_next_char(pText)) {
+    length = *pText == '\n' ? 0 : length + 1;
+    if (length >= chars) return true;
+  }
+  return false;
+}
+
+}  // namespace
+
+// GTK would also measure the text at the least width that it can have and at the one that the label
+// had before, with a letter to a line maybe: a second for a word that fills the screen. A line that
+// is longer anyway asks for the whole width, and the label has none before it is shown.
 void YraLimitLine(GtkLabel* pLabel) {
   constexpr int kMost = 60;  // characters, as in any message dialog
+  constexpr GtkAllocation kNone = {.x = -1, .y = -1, .width = 1, .height = 1};
   GtkWidget* pWidget = GTK_WIDGET(pLabel);
   PangoContext* pContext = gtk_widget_get_pango_context(pWidget);
   PangoFontMetrics* pMetrics = pango_context_get_metrics(pContext, nullptr, nullptr);
@@ -123,7 +139,10 @@ void YraLimitLine(GtkLabel* pLabel) {
                              pango_font_metrics_get_approximate_digit_width(pMetrics));
   pango_font_metrics_unref(pMetrics);
   const int half = gdk_screen_get_width(gtk_widget_get_screen(pWidget)) / 2;
-  gtk_label_set_max_width_chars(pLabel, std::clamp(half * PANGO_SCALE / width, 1, kMost));
+  const int most = std::clamp(half * PANGO_SCALE / width, 1, kMost);
+  gtk_label_set_max_width_chars(pLabel, most);
+  gtk_label_set_width_chars(pLabel, HasLineOf(gtk_label_get_text(pLabel), most) ? most : -1);
+  gtk_widget_set_allocation(pWidget, &kNone);
 }
 
 void YraLimitDialog(GtkWidget* pDialog) {

@@ -20,8 +20,8 @@ GtkWidget* YraNewTwoLineLabel(const char* pText);
 // Lets a window that nobody sees measure with the fonts of the present. GTK+ 2 does by itself.
 void YraRenewFonts(GtkWidget* pWindow);
 
-// Keeps a line of a label that wraps, and a dialog that was shown, smaller than the screen. GTK+ 2
-// does by itself.
+// Keeps a line of a label that wraps and has a new text, which nobody sees yet, and a dialog that
+// was shown, smaller than the screen. GTK+ 2 does by itself.
 void YraLimitLine(GtkLabel* pLabel);
 void YraLimitDialog(GtkWidget* pDialog);
 
