@@ -9,6 +9,7 @@
 
 #include "support/await.h"
 #include "support/desktop.h"
+#include "ui/YraToolkit.h"
 
 namespace {
 
@@ -198,6 +199,7 @@ bool Select(const std::string& titlePart, const std::string& path, bool all) {
   int looks = 0;
   return With(titlePart, [&](GtkWidget* window) {
     auto* chooser = GTK_FILE_CHOOSER(window);
+    if (!YraMayLeaveFolder(window)) return false;
     if (all) gtk_file_chooser_set_select_multiple(chooser, TRUE);
     // It reads the folder first, and anew each time it is told. A folder is also chosen by going
     // in.

@@ -5,25 +5,7 @@
 #include <cstring>
 
 #include "ui/YraNotify.h"
-
-namespace {
-
-// The path bar asks the file system for icons, and takes the answer also when its chooser is gone:
-// its memory outlives it.
-void KeepPathBar(GtkWidget* pWidget, void*) {
-  constexpr guint kLongest = 5;  // seconds
-  if (g_str_equal(G_OBJECT_TYPE_NAME(pWidget), "GtkPathBar")) {
-    const auto release = +[](void* pBar) -> gboolean {
-      g_object_unref(pBar);
-      return FALSE;
-    };
-    gdk_threads_add_timeout_seconds(kLongest, release, g_object_ref(pWidget));
-  } else if (GTK_IS_CONTAINER(pWidget)) {
-    gtk_container_forall(GTK_CONTAINER(pWidget), KeepPathBar, nullptr);
-  }
-}
-
-}  // namespace
+#include "ui/YraToolkit.h"
 
 GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, const char* pTitle) {
   GtkWidget* pDialog =
@@ -42,13 +24,32 @@ GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, const cha
     gtk_dialog_set_response_sensitive(pThere, GTK_RESPONSE_ACCEPT, TRUE);
   };
   g_signal_connect(pDialog, "current-folder-changed", G_CALLBACK(onFolder), nullptr);
-  g_signal_connect(pDialog, "destroy", G_CALLBACK(KeepPathBar), nullptr);
+  g_signal_connect(pDialog, "destroy", G_CALLBACK(YraKeepPathBar), nullptr);
   return pDialog;
 }
+
+namespace {
+
+constexpr char kStays[] = "yraft-stays";  // is set where a chooser did not leave its folder
+
+// A hidden chooser goes on reading its folder at each change and sorts it anew each time: while
+// files arrive there the UI thread would do nothing else. Few files come and go in the root.
+void WaitInRoot(GtkWidget* pDialog) {
+  gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(pDialog), "/");
+}
+
+void LeaveFolder(GtkWidget* pDialog) {
+  const bool leaves = YraMayLeaveFolder(pDialog);
+  g_object_set_data(G_OBJECT(pDialog), kStays, GINT_TO_POINTER(leaves ? 0 : 1));
+  if (leaves) WaitInRoot(pDialog);
+}
+
+}  // namespace
 
 GtkWidget* YraBuildChooser(WinTrace trace, const YraChooserLook& look, int title) {
   GtkWidget* pDialog = nullptr;
   trace.Try([&] { pDialog = YraBuildChooser(trace, look, YraText(title).c_str()); });
+  if (pDialog != nullptr) WaitInRoot(pDialog);
   return pDialog;
 }
 
@@ -141,14 +142,10 @@ void BringToStart(GtkWidget* pDialog) {
   GtkFileChooser* pChooser = GTK_FILE_CHOOSER(pDialog);
   gtk_file_chooser_unselect_all(pChooser);
   ClearEntry(pDialog, nullptr);
+  const bool stayed = g_object_get_data(G_OBJECT(pDialog), kStays) != nullptr;
+  if (stayed && !YraMayLeaveFolder(pDialog)) return;
   gtk_dialog_set_response_sensitive(GTK_DIALOG(pDialog), GTK_RESPONSE_ACCEPT, FALSE);
   gtk_file_chooser_set_current_folder(pChooser, g_get_home_dir());
-}
-
-// A hidden chooser goes on reading its folder at each change and sorts it anew each time: while
-// files arrive there the UI thread would do nothing else. Few files come and go in the root.
-void LeaveFolder(GtkWidget* pDialog) {
-  gtk_file_chooser_set_current_folder(GTK_FILE_CHOOSER(pDialog), "/");
 }
 
 }  // namespace

@@ -51,6 +51,20 @@ GtkWidget* YraNewTwoLineLabel(const char* pText) {
 void YraRenewFonts(GtkWidget*) {}
 void YraLimitLine(GtkLabel*) {}
 void YraLimitDialog(GtkWidget*) {}
+bool YraMayLeaveFolder(GtkWidget*) { return true; }
+
+void YraKeepPathBar(GtkWidget* pWidget, void*) {
+  constexpr guint kLongest = 5;  // seconds
+  if (g_str_equal(G_OBJECT_TYPE_NAME(pWidget), "GtkPathBar")) {
+    const auto release = +[](void* pBar) -> gboolean {
+      g_object_unref(pBar);
+      return FALSE;
+    };
+    gdk_threads_add_timeout_seconds(kLongest, release, g_object_ref(pWidget));
+  } else if (GTK_IS_CONTAINER(pWidget)) {
+    gtk_container_forall(GTK_CONTAINER(pWidget), YraKeepPathBar, nullptr);
+  }
+}
 
 namespace {
 
@@ -153,6 +167,37 @@ void YraLimitDialog(GtkWidget* pDialog) {
   gtk_window_resize(GTK_WINDOW(pDialog), std::min(width, gdk_screen_get_width(pScreen) * 3 / 4),
                     std::min(height, gdk_screen_get_height(pScreen) * 3 / 4));
 }
+
+namespace {
+
+struct PathButtons {
+  bool there = false;
+  bool complete = true;
+
+  // The button of the home folder has an icon beside its name.
+  static void Find(GtkWidget* pWidget, void* data) {
+    auto* pFound = static_cast<PathButtons*>(data);
+    GtkWidget* pParent = gtk_widget_get_parent(pWidget);
+    if (GTK_IS_CONTAINER(pWidget)) gtk_container_forall(GTK_CONTAINER(pWidget), Find, data);
+    if (GTK_IS_TOGGLE_BUTTON(pWidget) && g_str_equal(G_OBJECT_TYPE_NAME(pParent), "GtkPathBar")) {
+      pFound->there = true;
+    } else if (GTK_IS_IMAGE(pWidget) && GTK_IS_BOX(pParent) &&
+               GTK_IS_TOGGLE_BUTTON(gtk_widget_get_parent(pParent)) &&
+               gtk_image_get_storage_type(GTK_IMAGE(pWidget)) == GTK_IMAGE_EMPTY) {
+      pFound->complete = false;
+    }
+  }
+};
+
+}  // namespace
+
+bool YraMayLeaveFolder(GtkWidget* pChooser) {
+  PathButtons buttons;
+  PathButtons::Find(pChooser, &buttons);
+  return buttons.there && buttons.complete;
+}
+
+void YraKeepPathBar(GtkWidget*, void*) {}
 
 #endif
 

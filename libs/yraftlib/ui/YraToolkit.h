@@ -25,6 +25,13 @@ void YraRenewFonts(GtkWidget* pWindow);
 void YraLimitLine(GtkLabel* pLabel);
 void YraLimitDialog(GtkWidget* pDialog);
 
+// Whether a chooser may be sent to another folder at this moment. GTK 3 ends the process where the
+// icon of the home folder comes after the path bar's button for it has gone.
+bool YraMayLeaveFolder(GtkWidget* pChooser);
+// The "destroy" handler of a chooser: GTK+ 2's path bar takes the file system's answer for an icon
+// also when it has gone, so its memory outlives it.
+void YraKeepPathBar(GtkWidget* pChooser, void*);
+
 // ---- The display -------------------------------------------------------------------------------
 
 // The time on the clock by which the display dates a user's keys and clicks, in milliseconds.
