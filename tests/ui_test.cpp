@@ -45,7 +45,7 @@ TEST_F(UI, HandsOverWhatTheUserTypesAndStartsTheNextChoiceFromTheHomeFolder) {
   EXPECT_TRUE(user.WaitNoWindow(chooser));
 }
 
-TEST_F(UI, HandsOverEveryNameAFileCanHave) {
+TEST_F(UI, HandsOverEveryNameAFileCanHaveForEachOfSeveralRequests) {
   const Files files = AddFiles(
       "names",
       {"with some spaces.txt", "100% sure %s %n.txt", "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E.txt",
@@ -53,12 +53,16 @@ TEST_F(UI, HandsOverEveryNameAFileCanHave) {
       3);
   const std::string big = AddFiles("big", {"sparse"}, (2ULL << 30) + 5)[0].first;
   Host host;
-  host.RequestFiles();
+  for (int i = 0; i < 4; ++i) host.RequestFiles();
   ChooseIn(chooser, files[0].first, true);
   ExpectChoice(files);
-  host.RequestFiles();
   Choose(big);
   ExpectChoice({{big, 0xFFFFFFFF80000005}});
+  ChooseIn(chooser, AddTooMany(), true);
+  ExpectNote(3, 15, YRAFT_OPT_STATUS_FAILED, 0);
+  YraSetYraNotifyCallback(nullptr);
+  Choose(big);
+  EXPECT_TRUE(user.WaitNoWindow(chooser));
 }
 
 TEST_F(UI, TakesAnAnsweredChooserAwayBeforeItTellsTheHost) {
@@ -78,38 +82,6 @@ TEST_F(UI, TakesAnAnsweredChooserAwayBeforeItTellsTheHost) {
     }
   }
   EXPECT_EQ(notes.Pending(), 0U);
-}
-
-TEST_F(UI, AnswersEachOfSeveralRequestsOnceAndTheWaitingOnesWhenItEnds) {
-  const std::string first = Desktop::Get().AddFile("first.txt", 1024);
-  Host host;
-  for (int i = 0; i < 4; ++i) host.RequestFiles();
-  Choose(first);
-  ExpectChoice({{first, 1024}});
-  ASSERT_TRUE(Face(chooser));
-  user.Key("Escape");
-  ExpectDeclined();
-  ASSERT_TRUE(Face(chooser));
-  EXPECT_TRUE(host.End());
-  ExpectDeclined();
-  ExpectDeclined();
-  EXPECT_EQ(notes.Pending(), 0U);
-  EXPECT_TRUE(user.WaitNoWindow(chooser));
-}
-
-TEST_F(UI, RefusesAChoiceThatFitsNoBlockAndReleasesOneThatNobodyReceives) {
-  const std::string first = Desktop::Get().AddFile("first.txt", 1024);
-  Host host;
-  host.RequestFiles();
-  ChooseIn(chooser, AddTooMany(), true);
-  ExpectNote(3, 15, YRAFT_OPT_STATUS_FAILED, 0);
-  host.RequestFiles();
-  Choose(first);
-  ExpectChoice({{first, 1024}});
-  YraSetYraNotifyCallback(nullptr);
-  host.RequestFiles();
-  Choose(first);
-  EXPECT_TRUE(user.WaitNoWindow(chooser));
 }
 
 TEST_F(UI, EndsWhileTheHostHearsOfARefusalAndServesAgainByTheSameSignals) {
