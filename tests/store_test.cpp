@@ -93,13 +93,13 @@ class Model {
         static_cast<unsigned int>(Below(2048) == 0 ? Below(YRAFT_NAME_MAX) : Below(80));
     YRAFT_FILEINFO_ITEM* record = NewRecord(static_cast<int>(length));
     auto* data = reinterpret_cast<unsigned char*>(record);
-    AllocationWatch watch(failing);
+    FailAllocation(failing);
     const unsigned int ret = YraftRWPush(m_store, type, key, data, length);
-    watch.End();
-    m_failures += watch.Failed() ? 1 : 0;
+    const bool failed = EndFailing();
+    m_failures += failed ? 1 : 0;
     const bool keyFits = !IsMap(type) || (key >= 0 && key <= UINT16_MAX);
     const bool isThere = IsMap(type) && Find(type, key) != m_elements[type].end();
-    EXPECT_EQ(ret, length == 0 || !keyFits ? 70U : isThere ? 104U : watch.Failed() ? 86U : 0U);
+    EXPECT_EQ(ret, length == 0 || !keyFits ? 70U : isThere ? 104U : failed ? 86U : 0U);
     if (ret != 0) return free(data);
     const unsigned int weight = IsBuffers(type)              ? length
                                 : IsFiles(type)              ? record->nameLen + 1U
@@ -133,11 +133,10 @@ class Model {
   void GetAll(int type, int failing, bool removes) {
     const auto [status, block] = Block(type);
     unsigned char* data = nullptr;
-    AllocationWatch watch(failing);
+    FailAllocation(failing);
     const unsigned int ret =
         removes ? m_store->YraRW_QueueGetAllPop(type, &data) : YraftRWGetAll(m_store, type, &data);
-    watch.End();
-    if (watch.Failed()) {  // no block, or one that tells of the item that is missing
+    if (EndFailing()) {  // no block, or one that tells of the item that is missing
       ++m_failures;
       EXPECT_TRUE(data == nullptr ? ret == 86 : ret != 0);
     } else {
