@@ -114,9 +114,19 @@ bool User::WaitNoWindow(const std::string& titlePart) {
 
 bool User::HasFocus(const std::string& titlePart) {
   const Window window = Find(titlePart);
-  Window focus = None;  // the toolkit hands it on to a window inside of its own
-  xdo_get_focused_window_sane(m_xdo, &focus);
-  return window != None && focus == window;
+  Window focus = None;
+  int revert = 0;
+  XGetInputFocus(m_xdo->xdpy, &focus, &revert);
+  if (window == None || focus == window || focus <= PointerRoot) return focus == window;
+  // The toolkit hands it on to a window inside of its own. One that has just gone makes libxdo's
+  // own search for its parent endless.
+  Window root = None;
+  Window parent = None;
+  Window* children = nullptr;
+  unsigned int count = 0;
+  if (XQueryTree(m_xdo->xdpy, focus, &root, &parent, &children, &count) == 0) return false;
+  if (children != nullptr) XFree(children);
+  return parent == window;
 }
 
 bool User::WaitCentred(Window window) {
