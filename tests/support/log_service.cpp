@@ -1,5 +1,6 @@
 #include "log_service.h"
 
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -11,15 +12,20 @@
 
 namespace {
 
-// Who waits there for a caller or for bytes does so for half a minute.
-int Patient(int fd) {
-  const timeval patience{30, 0};
-  setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof(patience));
-  return fd;
+bool Readable(int fd, int patience = 30000) {
+  pollfd source{fd, POLLIN, 0};
+  return poll(&source, 1, patience) == 1;
 }
 
-bool ReadWhole(int fd, void* data, std::size_t size) {
-  return recv(fd, data, size, MSG_WAITALL) == static_cast<ssize_t>(size);
+// Reads `size` bytes; answers false at the end of the stream.
+bool ReadWhole(int fd, char* data, std::size_t size) {
+  while (size > 0) {
+    const ssize_t got = Readable(fd) ? read(fd, data, size) : -1;
+    if (got <= 0) return false;
+    data += got;
+    size -= static_cast<std::size_t>(got);
+  }
+  return true;
 }
 
 }  // namespace
@@ -36,8 +42,7 @@ int BoundSocket(const char* path, int type) {
   return fd;
 }
 
-LogService::LogService(int backlog)
-    : m_listener(Patient(BoundSocket(KVO_LOG_SOCKET_PATH, SOCK_STREAM))) {
+LogService::LogService(int backlog) : m_listener(BoundSocket(KVO_LOG_SOCKET_PATH, SOCK_STREAM)) {
   listen(m_listener, backlog);
 }
 
@@ -49,17 +54,17 @@ LogService::~LogService() {
 
 bool LogService::Accept() {
   HangUp();
-  m_connection = Patient(accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC));
+  if (Readable(m_listener)) m_connection = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
   return m_connection >= 0;
 }
 
 std::optional<std::string> LogService::Next() {
   KvoLogRecordHead head;
-  if (!ReadWhole(m_connection, &head, sizeof(head))) return std::nullopt;
+  if (!ReadWhole(m_connection, reinterpret_cast<char*>(&head), sizeof(head))) return std::nullopt;
   std::string record(sizeof(head) + head.length, '\0');
   std::memcpy(record.data(), &head, sizeof(head));
-  const bool whole = ReadWhole(m_connection, record.data() + sizeof(head), head.length);
-  return whole ? std::optional(record) : std::nullopt;
+  if (!ReadWhole(m_connection, record.data() + sizeof(head), head.length)) return std::nullopt;
+  return record;
 }
 
 std::string LogService::Waiting() {
