@@ -192,11 +192,13 @@ TEST_F(Order, HearsTheUserThroughTenThousandEvents) {
   EXPECT_TRUE(user.WaitNoWindow("%"));
   heard = true;
   sender.join();
-  // A file that is complete when its window comes up takes it down again.
-  host.Progress(YRAFT_PROGRESS_CREATE, "small", 0, 100);
-  host.Progress(YRAFT_PROGRESS_REFRESH, "small", 100, 100);
-  InUI([] {});
-  EXPECT_TRUE(user.WaitNoWindow("%"));
+  // A file that is complete when its window comes up takes it down again, also behind others.
+  InUI([&] {
+    host.Progress(YRAFT_PROGRESS_REFRESH, "other", 50, 100);
+    host.Progress(YRAFT_PROGRESS_CREATE, "small", 0, 100);
+    host.Progress(YRAFT_PROGRESS_REFRESH, "small", 100, 100);
+  });
+  EXPECT_TRUE(WaitInUI([] { return Find("%", GTK_TYPE_WINDOW) == nullptr; }));
   EXPECT_DOUBLE_EQ(BarFraction(), 1.0);
   EXPECT_EQ(notes.Pending(), 0U);
 }
