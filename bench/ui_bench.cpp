@@ -72,7 +72,6 @@ class UI {
 
  private:
   UI() {
-    Desktop::Get();
     KvoLocaliseInit();
     m_thread = std::thread([this] {
       YraWinUI* pWinUI = nullptr;
@@ -401,7 +400,6 @@ double KilobytesOfChild(const char* kind) {
 }
 
 std::vector<bench::Row> MemoryOfHiddenDialogs() {
-  Desktop::Get();
   const auto median = [](const char* kind) {
     std::vector<double> kilobytes(5);
     for (double& one : kilobytes) one = KilobytesOfChild(kind);

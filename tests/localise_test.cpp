@@ -14,28 +14,26 @@
 namespace {
 
 TEST(Localise, OpensTheCatalogOfTheLanguage) {
-  const struct {
-    const char* lang;
-    const char* cancel;
-    const char* langAfterwards;
-  } kCases[] = {
-      {"en_US.UTF-8", "_Cancel", "en_US.UTF-8"},
+  const std::string english = "en_US.UTF-8";
+  const std::string cases[][3] = {
+      // LANG, a text, LANG afterwards
+      {english, "_Cancel", english},
       {"de_DE.UTF-8", "_Abbrechen", "de_DE.UTF-8"},
       {"fr", "A_nnuler", "fr"},
       {"zh_CN.UTF-8", "取消(_C)", "zh_CN.UTF-8"},
-      {"C", "_Cancel", "en_US.UTF-8"},
-      {"", "_Cancel", "en_US.UTF-8"},
-      {"tlh_KX.UTF-8", "_Cancel", "en_US.UTF-8"},
-      {"../qmz/de", "_Cancel", "en_US.UTF-8"},
+      {"C", "_Cancel", english},
+      {"", "_Cancel", english},
+      {"tlh_KX.UTF-8", "_Cancel", english},
+      {"../qmz/de", "_Cancel", english},
   };
   // No catalog, and whoever opened it would wait.
   std::filesystem::create_directory("/opt/Brelka/AVK/qmz/de_DE");
   ASSERT_EQ(mkfifo("/opt/Brelka/AVK/qmz/de_DE/strings.cat", 0600), 0);
-  for (const auto& c : kCases) {
-    setenv("LANG", c.lang, 1);
+  for (const auto& [lang, cancel, afterwards] : cases) {
+    setenv("LANG", lang.c_str(), 1);
     ASSERT_EQ(KvoLocaliseInit(), 1);
-    EXPECT_STREQ(KvoLocalise(YRAFT_ENG_BUTTON_CANCEL), c.cancel);
-    EXPECT_STREQ(getenv("LANG"), c.langAfterwards);
+    EXPECT_EQ(KvoLocalise(YRAFT_ENG_BUTTON_CANCEL), cancel);
+    EXPECT_EQ(getenv("LANG"), afterwards);
     setenv("NLSPATH", "untouched", 1);
     EXPECT_EQ(KvoLocaliseInit(), 1);  // open already: nothing changes
     EXPECT_STREQ(getenv("NLSPATH"), "untouched");

@@ -1,6 +1,5 @@
 // Records, items and blocks of the shared header, to the byte.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cstdlib>
 #include <memory>
@@ -74,16 +73,6 @@ TEST(Tlv, RefusesLengthsAtAndBeyondTheEdges) {
   const auto message = Own(Yraft_ErrorMessageAllocate(nullptr, "main", "more"));
   EXPECT_EQ(std::string(reinterpret_cast<char*>(message.get()), message->cbSize),
             "\x13\0\0\0\x04\0\x04\0\0main\0more\0"s);
-}
-
-TEST(Tlv, MeasuresFiles) {
-  char path[] = "/tmp/yra-size-XXXXXX";
-  close(mkstemp(path));
-  for (const off_t size : {off_t{0}, off_t{0x7FFFFFFF}, off_t{1} << 31}) {
-    ASSERT_EQ(truncate(path, size), 0);
-    EXPECT_EQ(Yraft_GetFileSize(path), static_cast<int>(static_cast<uint32_t>(size)));
-  }
-  unlink(path);
 }
 
 // Walks a block of exactly these bytes; answers the names in it, and "…" where it breaks off.

@@ -53,7 +53,7 @@ class Call : public UI {
 
 TEST_F(Call, HandsOverWhatTheUserChoseAlsoBesideAPersistentUI) {
   const Files three = AddFiles("three", {"xyz", "abc def", "mno"}, 1000);
-  const std::string folder = Desktop::Get().Home() + "/three";
+  const std::string folder = Home() + "/three";
   for (int round = 0; round < 2; ++round) {
     Pending pending = Choose();
     ChooseIn(files, three[0].first, true);
@@ -72,7 +72,7 @@ TEST_F(Call, HandsOverWhatTheUserChoseAlsoBesideAPersistentUI) {
     EXPECT_TRUE(host.End());
   }
   Pending pending = Choose();
-  ChooseIn(files, AddTooMany(), true);
+  ChooseIn(files, AddFiles("many", LongNames(300), 1)[0].first, true);
   EXPECT_EQ(Await(pending), nullptr);
   EXPECT_TRUE(user.WaitNoWindow(files));
 }

@@ -24,7 +24,6 @@ inline std::string Text(const char* name) {
 class UI : public testing::Test {
  public:
   static void SetUpTestSuite() {
-    Desktop::Get();
     // As a host does that uses the toolkit from several threads.
     if (getenv("YRA_GDK_THREADS") != nullptr) gdk_threads_init();
     ASSERT_EQ(KvoLocaliseInit(), 1);
@@ -106,21 +105,17 @@ class UI : public testing::Test {
   static Files AddFiles(const std::string& folder, const std::vector<std::string>& names,
                         std::size_t size) {
     Files files;
-    const std::string path =
-        Desktop::Get().AddFolder(folder).substr(Desktop::Get().Home().size() + 1);
+    AddFolder(folder);
     for (const std::string& name : names) {
-      files.emplace_back(Desktop::Get().AddFile(path + "/" + name, size), size);
+      files.emplace_back(AddFile(folder + "/" + name, size), size);
     }
     return files;
   }
-
-  // More than a block can hold; answers one of them.
-  static std::string AddTooMany() {
-    std::vector<std::string> names(300);
-    for (std::size_t i = 0; i < names.size(); ++i) {
-      names[i] = std::string(240, 'm') + std::to_string(i);
-    }
-    return AddFiles("many", names, 1)[0].first;
+  // Of files, of which no block holds 300.
+  static std::vector<std::string> LongNames(std::size_t count) {
+    std::vector<std::string> names(count, std::string(240, 'm'));
+    for (std::size_t i = 0; i < count; ++i) names[i] += std::to_string(i);
+    return names;
   }
 
   void Click(const std::string& label) {

@@ -58,7 +58,7 @@ class Language : public UI, public testing::WithParamInterface<std::string> {
 };
 
 TEST_P(Language, FitsIntoEveryDialog) {
-  for (const char* name : {"note.txt", "photo album.zip"}) Desktop::Get().AddFile(name, 100);
+  for (const char* name : {"note.txt", "photo album.zip"}) AddFile(name, 100);
   Host host;
   host.RequestFiles();
   Look(chooser, "files");

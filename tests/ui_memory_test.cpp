@@ -57,22 +57,17 @@ TEST_F(Memory, AnswersARequestOnceOrDropsWhatHasNoAnswer) {
     for (const bool inUI : {false, true}) {
       Sweep([&](int nth) {
         void* record = request.record();
-        std::optional<AllocationWatch> watch;
-        const auto begin = [&] { watch.emplace(nth); };
+        const auto begin = [nth] { FailAllocation(nth); };
         inUI ? InUI(begin) : begin();
         host.Send(request.signalType, request.evtType, record);
-        if (!inUI) watch->End();
+        bool failed = !inUI && EndFailing();
         if (request.signalType <= YRAFT_UI_SIGNAL_SELECT_DIR) {
           EXPECT_TRUE(CloseUntil(isAnswered)) << nth;
           const Note note = notes.Next();
           EXPECT_EQ(note.status == YRAFT_OPT_STATUS_SUCCESS, note.pData != nullptr);
           free(note.pData);
         }
-        bool failed = false;
-        InUI([&] {
-          failed = watch->Failed();
-          watch->End();
-        });
+        InUI([&] { failed = failed || EndFailing(); });
         EXPECT_EQ(notes.Pending(), 0U) << nth;
         return failed;
       });
@@ -102,14 +97,13 @@ TEST_F(Memory, EndsACallAndAStart) {
   for (const auto& call : calls) {
     Sweep([&](int nth) {
       auto failed = std::async(std::launch::async, [&] {
-        AllocationWatch watch(nth);
+        FailAllocation(nth);
         try {
           call();
         } catch (const std::bad_alloc&) {
           // A constructor may say so.
         }
-        watch.End();
-        return watch.Failed();
+        return EndFailing();
       });
       EXPECT_TRUE(CloseUntil([&] {
         YraSendSelfSignal(&table, YRAFT_UI_SIGNAL_THREAD_DESTORY, 0, 0, nullptr);

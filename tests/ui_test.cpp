@@ -11,21 +11,10 @@ namespace {
 
 // ---- Choosing files ----------------------------------------------------------------------------
 
-// A chooser of a persistent UI, as a host asks for it and hears of it.
-struct Choice {
-  std::string UI::*title;
-  void (*request)(Host&);
-  unsigned int event;
-};
-const Choice kChoices[] = {
-    {&UI::chooser, [](Host& host) { host.RequestFiles(); }, 3},
-    {&UI::folderChooser, [](Host& host) { host.RequestDirectory(77); }, 5},
-};
-
 TEST_F(UI, HandsOverWhatTheUserTypesAndStartsTheNextChoiceFromTheHomeFolder) {
-  const std::string first = Desktop::Get().AddFile("first.txt", 1024);
-  Desktop::Get().AddFolder("deep/er");
-  const std::string second = Desktop::Get().AddFile("deep/er/second.txt", 5);
+  const std::string first = AddFile("first.txt", 1024);
+  AddFolder("deep/er");
+  const std::string second = AddFile("deep/er/second.txt", 5);
   Host host;
   const auto type = [&](const std::string& text, const char* last) {
     host.RequestFiles();
@@ -45,7 +34,7 @@ TEST_F(UI, HandsOverWhatTheUserTypesAndStartsTheNextChoiceFromTheHomeFolder) {
   EXPECT_TRUE(user.WaitNoWindow(chooser));
 }
 
-TEST_F(UI, HandsOverEveryNameAFileCanHave) {
+TEST_F(UI, HandsOverEveryNameAFileCanHaveForEachOfSeveralRequests) {
   const Files files = AddFiles(
       "names",
       {"with some spaces.txt", "100% sure %s %n.txt", "\xE6\x97\xA5\xE6\x9C\xAC\xE8\xAA\x9E.txt",
@@ -53,63 +42,31 @@ TEST_F(UI, HandsOverEveryNameAFileCanHave) {
       3);
   const std::string big = AddFiles("big", {"sparse"}, (2ULL << 30) + 5)[0].first;
   Host host;
-  host.RequestFiles();
+  for (int i = 0; i < 4; ++i) host.RequestFiles();
   ChooseIn(chooser, files[0].first, true);
   ExpectChoice(files);
-  host.RequestFiles();
   Choose(big);
   ExpectChoice({{big, 0xFFFFFFFF80000005}});
+  ChooseIn(chooser, AddFiles("many", LongNames(300), 1)[0].first, true);
+  ExpectNote(3, 15, YRAFT_OPT_STATUS_FAILED, 0);
+  YraSetYraNotifyCallback(nullptr);
+  Choose(big);
+  EXPECT_TRUE(user.WaitNoWindow(chooser));
 }
 
 TEST_F(UI, TakesAnAnsweredChooserAwayBeforeItTellsTheHost) {
   Host host;
-  for (const Choice& choice : kChoices) {
+  for (const std::string& title : {chooser, folderChooser}) {
     for (const bool byKey : {true, false}) {
-      choice.request(host);
-      ASSERT_TRUE(Face(this->*choice.title));
-      notes.OnNext([&] { EXPECT_TRUE(user.WaitNoWindow(this->*choice.title)); });
-      if (byKey) {
-        user.Key("Escape");
-      } else {
-        if (choice.event == 3) Click("gtk-open");  // nothing is selected
-        Click("gtk-cancel");
-      }
-      ExpectDeclined(choice.event);
+      title == chooser ? host.RequestFiles() : host.RequestDirectory(77);
+      ASSERT_TRUE(Face(title));
+      notes.OnNext([&] { EXPECT_TRUE(user.WaitNoWindow(title)); });
+      if (!byKey && title == chooser) Click("gtk-open");  // nothing is selected
+      byKey ? user.Key("Escape") : Click("gtk-cancel");
+      ExpectDeclined(title == chooser ? 3 : 5);
     }
   }
   EXPECT_EQ(notes.Pending(), 0U);
-}
-
-TEST_F(UI, AnswersEachOfSeveralRequestsOnceAndTheWaitingOnesWhenItEnds) {
-  const std::string first = Desktop::Get().AddFile("first.txt", 1024);
-  Host host;
-  for (int i = 0; i < 4; ++i) host.RequestFiles();
-  Choose(first);
-  ExpectChoice({{first, 1024}});
-  ASSERT_TRUE(Face(chooser));
-  user.Key("Escape");
-  ExpectDeclined();
-  ASSERT_TRUE(Face(chooser));
-  EXPECT_TRUE(host.End());
-  ExpectDeclined();
-  ExpectDeclined();
-  EXPECT_EQ(notes.Pending(), 0U);
-  EXPECT_TRUE(user.WaitNoWindow(chooser));
-}
-
-TEST_F(UI, RefusesAChoiceThatFitsNoBlockAndReleasesOneThatNobodyReceives) {
-  const std::string first = Desktop::Get().AddFile("first.txt", 1024);
-  Host host;
-  host.RequestFiles();
-  ChooseIn(chooser, AddTooMany(), true);
-  ExpectNote(3, 15, YRAFT_OPT_STATUS_FAILED, 0);
-  host.RequestFiles();
-  Choose(first);
-  ExpectChoice({{first, 1024}});
-  YraSetYraNotifyCallback(nullptr);
-  host.RequestFiles();
-  Choose(first);
-  EXPECT_TRUE(user.WaitNoWindow(chooser));
 }
 
 TEST_F(UI, EndsWhileTheHostHearsOfARefusalAndServesAgainByTheSameSignals) {
@@ -270,7 +227,7 @@ TEST_F(UI, HearsTheButtonsAndPressesNoneWithoutTheUser) {
 // ---- The other dialogs -------------------------------------------------------------------------
 
 TEST_F(UI, HandsOverTheChosenDirectoryWithTheSizeOfTheUpload) {
-  const std::string folder = Desktop::Get().AddFolder("target");
+  const std::string folder = AddFolder("target");
   Host host;
   host.RequestDirectory(77);
   ChooseIn(folderChooser, folder);

@@ -102,6 +102,11 @@ def test_other_groups_may_look_and_not_touch(kvolog):
     assert other("levels").out == kvolog("levels").out
     for words in ("set ALL 1", "flags +1", "output /x", "rollover 1 1", "reset"):
         assert "only a process of group 0 may change" in other(*words.split()).err
+    for size in (0, 5, 1076):  # what has no bytes is not mapped
+        CONFIG.unlink()
+        CONFIG.touch()
+        os.truncate(CONFIG, size)
+        assert other("levels").status == 1
     CONFIG.unlink()
     assert "does not exist yet" in other("serve").err
 

@@ -2,14 +2,18 @@
 
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace {
-thread_local AllocationWatch* g_watch = nullptr;
-bool Refused() { return g_watch != nullptr && g_watch->Refuses(); }
+thread_local int g_chosen = 0, g_seen = 0;
+bool Refused() { return g_chosen > 0 && ++g_seen == g_chosen; }
 }  // namespace
 
-AllocationWatch::AllocationWatch(int failing) : m_countdown(failing) { g_watch = this; }
-void AllocationWatch::End() { g_watch = nullptr; }
+void FailAllocation(int nth) { g_chosen = nth, g_seen = 0; }
+bool EndFailing() {
+  const int chosen = std::exchange(g_chosen, 0);
+  return chosen > 0 && g_seen >= chosen;
+}
 
 // The linker's names: __wrap_ takes the calls, __real_ is what they were for. The operator new
 // stands with the name that the compiler gives it.

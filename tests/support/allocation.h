@@ -1,32 +1,18 @@
-// Lets a chosen allocation of a call find no memory.
+// Lets a chosen allocation of this thread find no memory.
 //
 // The linker wraps malloc, calloc and the plain operator new in a program that links this; calls
 // inside shared libraries stay as they are.
 #pragma once
 
-// Counts this thread's allocations for its lifetime; one at a time.
-class AllocationWatch {
- public:
-  // The nth allocation (from 1) fails; 0: none does.
-  explicit AllocationWatch(int failing);
-  ~AllocationWatch() { End(); }
-  AllocationWatch(const AllocationWatch&) = delete;
-  AllocationWatch& operator=(const AllocationWatch&) = delete;
-
-  void End();
-  // The chosen allocation was asked for.
-  bool Failed() const { return m_failed; }
-  // For the wrapped functions.
-  bool Refuses() { return m_countdown > 0 && --m_countdown == 0 && (m_failed = true); }
-
- private:
-  int m_countdown;
-  bool m_failed = false;
-};
+// The nth allocation from now on (from 1) fails; 0: none does.
+void FailAllocation(int nth);
+// None fails any more. Answers whether the chosen one was asked for.
+bool EndFailing();
 
 // Runs a call whose nth allocation (from 1) finds no memory.
 template <class Call>
 auto WithFailingAllocation(int nth, Call call) {
-  const AllocationWatch watch(nth);
-  return call();
+  FailAllocation(nth);
+  const auto answer = call();
+  return EndFailing(), answer;
 }

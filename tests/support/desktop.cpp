@@ -36,26 +36,22 @@ gboolean IsFatal(const gchar*, GLogLevelFlags, const gchar* message, gpointer) {
   return strstr(message, "gtk_tree_model_get_iter_first: assertion 'GTK_IS_TREE_MODEL") == nullptr;
 }
 
+// Before anybody opens a display.
+[[maybe_unused]] const bool g_ready =
+    XInitThreads() != 0 && (g_test_log_set_fatal_handler(IsFatal, nullptr), true);
+
 }  // namespace
 
-Desktop& Desktop::Get() {
-  static Desktop desktop;
-  return desktop;
-}
+std::string Home() { return getenv("HOME"); }
 
-Desktop::Desktop() : m_home(getenv("HOME")) {
-  XInitThreads();
-  g_test_log_set_fatal_handler(IsFatal, nullptr);
-}
-
-std::string Desktop::AddFile(const std::string& name, std::size_t size) {
-  const std::string path = m_home + "/" + name;
+std::string AddFile(const std::string& name, std::size_t size) {
+  const std::string path = Home() + "/" + name;
   std::ofstream(path).close();
   return std::filesystem::resize_file(path, size), path;
 }
 
-std::string Desktop::AddFolder(const std::string& name) {
-  const std::string path = m_home + "/" + name;
+std::string AddFolder(const std::string& name) {
+  const std::string path = Home() + "/" + name;
   return std::filesystem::create_directories(path), path;
 }
 
@@ -122,7 +118,8 @@ bool User::HasFocus(const std::string& titlePart) {
   int revert = 0;
   XGetInputFocus(m_xdo->xdpy, &focus, &revert);
   if (window == None || focus == window || focus <= PointerRoot) return focus == window;
-  // The toolkit hands it on to a window inside of its own.
+  // The toolkit hands it on to a window inside of its own. One that has just gone makes libxdo's
+  // own search for its parent endless.
   Window root = None;
   Window parent = None;
   Window* children = nullptr;

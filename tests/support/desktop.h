@@ -10,19 +10,11 @@ extern "C" {
 #include <xdo.h>
 }
 
-// The home directory. Made ready for the toolkit on first use.
-class Desktop {
- public:
-  static Desktop& Get();
-  const std::string& Home() const { return m_home; }
-  // Makes a file (of nothing but a hole) or a folder below the home directory; answers its path.
-  std::string AddFile(const std::string& name, std::size_t size);
-  std::string AddFolder(const std::string& name);
-
- private:
-  Desktop();
-  std::string m_home;
-};
+// The user's home directory.
+std::string Home();
+// Makes a file (of nothing but a hole) or a folder below it; answers its path.
+std::string AddFile(const std::string& name, std::size_t size);
+std::string AddFolder(const std::string& name);
 
 // Looks at windows by their titles and uses keyboard and mouse through its own connection.
 class User {

@@ -70,6 +70,10 @@ struct Step {
   bool end = false;        // the file is whole
 };
 
+// Bytes of a piece at most. As many as curl sends without asking for more: a connection runs dry
+// between two pieces.
+constexpr std::size_t kPiece = 2UL << 20;
+
 // One file on its way. Destroyed before it was finished, it leaves nothing behind.
 class Sink {
  public:

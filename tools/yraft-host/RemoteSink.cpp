@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
-#include <cstring>
 #include <thread>
+#include <utility>
 
 namespace {
 
@@ -23,14 +23,21 @@ RemoteSink::~RemoteSink() {
   if (!m_published) m_file.Remove(m_server);
 }
 
+// The file is read to where curl sends it from.
 std::size_t RemoteSink::OnRead(char* bytes, std::size_t size, std::size_t count, void* self) {
   auto* sink = static_cast<RemoteSink*>(self);
-  const std::size_t length = std::min(size * count, sink->m_piece.size() - sink->m_at);
+  const std::size_t length = std::min(size * count, std::exchange(sink->m_room, 0));
   sink->m_wanting = length == 0;
   if (length == 0) return sink->m_end ? 0 : CURL_READFUNC_PAUSE;
-  std::memcpy(bytes, &sink->m_piece[sink->m_at], length);
-  sink->m_at += length;
-  return length;
+  try {
+    const std::size_t got = sink->m_source->Read(reinterpret_cast<unsigned char*>(bytes), length);
+    sink->m_sent += got;
+    sink->m_end = got == 0;
+    return got;
+  } catch (...) {
+    sink->m_failed = std::current_exception();
+    return CURL_READFUNC_ABORT;
+  }
 }
 
 // Where the server has bytes of the file already it says so, and curl asks to go on from there.
@@ -53,38 +60,30 @@ void RemoteSink::Start(bool resumes) {
 }
 
 Step RemoteSink::Take(Source& source, std::size_t length) {
-  CURLcode result = CURLE_OK;
-  if (m_resumes) {
-    m_resumes = false;
-    result = Resume(source);
-  } else {
-    m_before += m_piece.size();
-    Load(source, length);
-    result = Send();
-  }
-  const std::size_t moved = m_piece.size();
+  const std::uint64_t before = m_sent;
+  const bool resumes = std::exchange(m_resumes, false);
+  CURLcode result = resumes ? Resume(source) : Send(source, length);
+  const std::size_t moved = resumes ? 0 : m_sent - before;
   for (int attempt = 0; IsLost(result) && m_goesOn && attempt < kAttempts; ++attempt) {
     std::this_thread::sleep_for(std::chrono::milliseconds(300 << attempt));
     result = Resume(source);
   }
+  if (m_failed) std::rethrow_exception(m_failed);
   if (result != CURLE_OK) throw FileFailed(m_server.Words(m_request.get(), result));
-  return {m_before + m_piece.size(), moved, m_end};
+  return {m_sent, moved, m_end};
 }
 
-void RemoteSink::Load(Source& source, std::size_t length) {
-  length = std::min(length, RoomFor(m_info, m_before));
-  m_piece.resize(length);
-  m_piece.resize(source.Read(m_piece.data(), length));
-  m_at = 0;
-  m_end = m_piece.empty();
-}
-
-// Hands the piece over, and waits for the server's word behind the last one.
-CURLcode RemoteSink::Send() {
-  if (m_done) return m_end ? CURLE_OK : throw FileFailed(Say(Said::kChanged));
+// Lets the server have a piece, and waits for its word behind the last one.
+CURLcode RemoteSink::Send(Source& source, std::size_t length) {
+  if (m_done) {  // it was told a size
+    unsigned char more;
+    m_end = source.Read(&more, 1) == 0;
+    return m_end ? CURLE_OK : throw FileFailed(Say(Said::kChanged));
+  }
+  m_source = &source;
+  m_room = length;
   curl_easy_pause(m_request.get(), CURLPAUSE_CONT);
-  const auto result =
-      m_server.Run(m_request.get(), [this] { return !m_end && m_at == m_piece.size(); });
+  const auto result = m_server.Run(m_request.get(), [this] { return !m_end && m_room == 0; });
   m_done = result == CURLE_OK;
   return result.value_or(CURLE_OK);
 }
@@ -92,14 +91,13 @@ CURLcode RemoteSink::Send() {
 // What the server has counts, not what was handed over.
 CURLcode RemoteSink::Resume(Source& source) {
   m_server.Drop(m_request.get());
-  m_piece.clear();
-  m_at = 0;
+  m_room = 0;
   m_end = m_done = m_wanting = false;
   m_resumed = 0;
   Start(true);
   const auto result = m_server.Run(m_request.get(), [this] { return m_wanting; });
-  m_before = m_resumed;
-  source.Seek(m_before);
+  m_sent = m_resumed;
+  source.Seek(m_sent);
   return result.value_or(CURLE_OK);
 }
 

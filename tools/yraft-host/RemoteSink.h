@@ -1,8 +1,8 @@
 // One file on its way to another machine, in one request for as long as that takes.
 #pragma once
 
+#include <exception>
 #include <string>
-#include <vector>
 
 #include "Endpoints.h"
 #include "RemoteFile.h"
@@ -23,8 +23,7 @@ class RemoteSink : public Sink {
   static std::size_t OnRead(char* bytes, std::size_t size, std::size_t count, void* self);
   static int OnSeek(void* self, curl_off_t offset, int origin);
   void Start(bool resumes);
-  void Load(Source& source, std::size_t length);
-  CURLcode Send();
+  CURLcode Send(Source& source, std::size_t length);
   CURLcode Resume(Source& source);
 
   Server& m_server;
@@ -33,12 +32,13 @@ class RemoteSink : public Sink {
   const bool m_goesOn;
   bool m_resumes;  // with the first piece
   Server::Handle m_request;
-  std::vector<unsigned char> m_piece;
-  std::size_t m_at = 0;         // in the piece
-  bool m_wanting = false;       // the server has asked for more than the piece
+  Source* m_source = nullptr;
+  std::size_t m_room = 0;       // bytes that may be read now
+  bool m_wanting = false;       // the server has asked for more
   std::uint64_t m_resumed = 0;  // where the server wants to go on
-  std::uint64_t m_before = 0;   // bytes of the file in front of the piece
-  bool m_end = false;           // the piece is the last
+  std::uint64_t m_sent = 0;     // bytes of the file that were read
+  bool m_end = false;           // there are no more
   bool m_done = false;          // the server has it all
+  std::exception_ptr m_failed;  // what the source threw amid a request
   bool m_published = false;
 };

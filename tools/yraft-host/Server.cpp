@@ -99,7 +99,7 @@ Server::Handle Server::Prepare(const std::string& text) {
   curl_easy_setopt(request, CURLOPT_TIMEOUT, kForGood);
   curl_easy_setopt(request, CURLOPT_NETRC, CURL_NETRC_OPTIONAL);
   curl_easy_setopt(request, CURLOPT_FAILONERROR, 1L);
-  curl_easy_setopt(request, CURLOPT_UPLOAD_BUFFERSIZE, 2L << 20);
+  curl_easy_setopt(request, CURLOPT_UPLOAD_BUFFERSIZE, long{kPiece});
   curl_easy_setopt(request, CURLOPT_BUFFERSIZE, 512L << 10);
   curl_easy_setopt(request, CURLOPT_SSH_KEYFUNCTION, OnKey);
   curl_easy_setopt(request, CURLOPT_SSH_KEYDATA, this);

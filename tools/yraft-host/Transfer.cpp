@@ -15,12 +15,11 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
-constexpr std::size_t kBlockSize = 1UL << 20;
 constexpr auto kRefreshInterval = milliseconds(100);  // what is over sooner is not shown at all
 constexpr auto kLong = std::chrono::seconds(1);
 constexpr std::size_t kNone = SIZE_MAX;
 constexpr std::size_t kListed = 10;             // files in the box at the end
-constexpr std::uint64_t kBlocksPerSecond = 20;  // of a limited rate, so that the bar moves evenly
+constexpr std::uint64_t kPiecesPerSecond = 20;  // of a limited rate, so that the bar moves evenly
 
 // The records number files with 16 bits.
 std::uint16_t Number(std::size_t value) {
@@ -58,9 +57,9 @@ class Throttle {
     return std::chrono::ceil<milliseconds>(std::max(m_due - now, Clock::duration::zero()));
   }
 
-  std::size_t BlockSize() const {
-    if (m_rate == 0) return kBlockSize;
-    return std::clamp<std::uint64_t>(m_rate / kBlocksPerSecond, 1, kBlockSize);
+  std::size_t PieceSize() const {
+    if (m_rate == 0) return kPiece;
+    return std::clamp<std::uint64_t>(m_rate / kPiecesPerSecond, 1, kPiece);
   }
 
  private:
@@ -138,7 +137,7 @@ void Transfer::Copy(std::size_t index, Target& target) try {
     if (!PieceDone(step)) return;
     WaitWhilePaused(target);
     if (m_cancelled) return;
-    step = sink->Take(*source, m_throttle.BlockSize());
+    step = sink->Take(*source, m_throttle.PieceSize());
     if (Clock::now() - begun >= kLong) target.Settle();  // small ones do not wait for a large one
   } while (!step.end);
   if (!PieceDone(step)) return;
