@@ -50,6 +50,7 @@ TEST_F(Memory, AnswersARequestOnceOrDropsWhatHasNoAnswer) {
   const auto isAnswered = [&] { return notes.Pending() > 0; };
   Host host;
   host.RequestDirectory(1);
+  ASSERT_TRUE(user.WaitCentred(user.WaitWindow(folderChooser)));
   save = ButtonSpot("gtk-save");
   ASSERT_TRUE(CloseUntil(isAnswered));
   free(notes.Next().pData);

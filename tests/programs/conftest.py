@@ -35,7 +35,7 @@ def wait_until(condition, patience=PATIENCE):
     return found
 
 
-class Program:
+class Program(subprocess.Popen):
     """A program as a process: started, looked at while it runs, signalled, waited for.
 
     columns   its input, output and errors are a terminal of that width, and all its text is in `out`
@@ -43,8 +43,7 @@ class Program:
     env       what its environment has more; None for a variable that it has not
     """
 
-    def __init__(self, *command, columns=0, setup=None, env=None, cwd=None, stdin=subprocess.DEVNULL,
-                 pass_fds=()):
+    def __init__(self, *command, columns=0, setup=None, env=None, stdin=subprocess.DEVNULL, **how):
         self._files = [tempfile.TemporaryFile(), tempfile.TemporaryFile()]
         self._terminal, self._text = None, b""
         terminal = None
@@ -64,10 +63,8 @@ class Program:
 
         out, err = [terminal, terminal] if columns else self._files
         environment = {k: v for k, v in {**os.environ, **(env or {})}.items() if v is not None}
-        self.process = subprocess.Popen(
-            [str(word) for word in command], stdin=stdin, stdout=out, stderr=err, env=environment, cwd=cwd,
-            pass_fds=pass_fds, start_new_session=bool(columns), preexec_fn=prepare)
-        self.pid = self.process.pid
+        super().__init__([str(word) for word in command], stdin=stdin, stdout=out, stderr=err, env=environment,
+                         start_new_session=bool(columns), preexec_fn=prepare, **how)
         if terminal is not None:
             os.close(terminal)
 
@@ -91,25 +88,23 @@ class Program:
 
     def running(self):
         self.out  # a full terminal would hold it
-        return self.process.poll() is None
+        return self.poll() is None
 
-    def signal(self, number):
-        self.process.send_signal(number)
+    signal = subprocess.Popen.send_signal
 
     def wait(self):
         """Its exit status; 128 and the number of the signal that killed it."""
         wait_until(lambda: not self.running())
-        status = self.process.returncode
-        return status if status >= 0 else 128 - status
+        return self.returncode if self.returncode >= 0 else 128 - self.returncode
 
     def stop(self):
         self.signal(signal.SIGTERM)
         return self.wait()
 
     def close(self):
-        if self.process.poll() is None:
-            self.process.kill()
-            self.process.wait()
+        if self.poll() is None:
+            self.kill()
+            super().wait()
         for file in self._files:
             file.close()
         if self._terminal is not None:
