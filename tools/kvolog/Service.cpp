@@ -531,8 +531,7 @@ void Service::AnswerStatus(Client& client) {
 // As much as there is room for. Who takes too long to read it is dropped, as one who does not
 // register.
 void Service::SendAnswer(Client& client) {
-  const ssize_t n = send(client.fd.get(), client.answer.data(), client.answer.size(),
-                         MSG_NOSIGNAL | MSG_DONTWAIT);
+  const ssize_t n = send(client.fd.get(), client.answer.data(), client.answer.size(), MSG_NOSIGNAL);
   if (n > 0) client.answer.erase(0, static_cast<std::size_t>(n));
   if (client.answer.empty() || (n < 0 && errno != EAGAIN)) End(client);
 }
