@@ -82,8 +82,11 @@ TEST_F(Order, EndsAtOnceWhateverIsOpenAndWhateverEndsIt) {
   }));
   InUI([] {});  // what the last key has set off is done with
   std::filesystem::remove(folder);
-  user.Key("Return");
-  ASSERT_TRUE(WaitUntil([&] { return user.Windows().size() == 2; }));
+  int looks = 0;
+  ASSERT_TRUE(WaitUntil([&] {
+    if (looks++ % 2000 == 0) user.Key("Return");  // a chooser that is busy may drop it
+    return user.Windows().size() == 2;
+  }));
   EXPECT_TRUE(host.End());
   ExpectDeclined();
 }
