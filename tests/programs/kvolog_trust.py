@@ -158,8 +158,8 @@ def test_who_finds_no_descriptor_left_waits(serve):
     serve(setup=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (40, 40)))
     crowd = [Sender() for _ in range(40)]
     Sender("brelka-late").line("heard in the end")
-    crowd.clear()
     await_text("who connects has to wait")
+    crowd.clear()
     await_text("heard in the end")
 
 
