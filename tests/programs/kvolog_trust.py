@@ -156,6 +156,8 @@ def test_a_crowd_of_one_user_leaves_room_for_others(kvolog, serve, identity):
 
 def test_who_finds_no_descriptor_left_waits(serve):
     serve(setup=lambda: resource.setrlimit(resource.RLIMIT_NOFILE, (40, 40)))
+    Sender().line("its file is open")
+    await_text("its file is open")
     crowd = [Sender() for _ in range(40)]
     Sender("brelka-late").line("heard in the end")
     await_text("who connects has to wait")
