@@ -26,6 +26,15 @@ void Error(const char* text) { __KvoTrace(188, KVO_LOG_ERROR, "file", "Function"
 
 bool HasService() { return kvolog::Filter() != nullptr; }
 
+// Runs `body` in a child and answers its exit status; -1 where it died.
+int InChild(const std::function<int()>& body) {
+  const pid_t child = fork();
+  if (child == 0) _exit(body());
+  int status = 0;
+  waitpid(child, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
 class Log : public testing::Test {
  protected:
   Log() {
@@ -150,6 +159,19 @@ TEST_F(Log, StoresWhatIsInRangeAndRefusesTheRest) {
             (Answers{6, 2000, 0x122E}));
   EXPECT_EQ(Contents(KVO_LOG_CONFIG_PATH).substr(808, 260),
             longest + std::string("\0\xD0\a\0\0", 5));
+}
+
+TEST_F(Log, LetsAProcessOfAnotherGroupReadAndNotWrite) {
+  ASSERT_EQ(KvoLogInitConfigOnly(), 1);
+  KvoLogShutdown();
+  const int status = InChild([] {
+    if (setgid(65534) != 0) return 77;
+    if (KvoLogInitConfigOnly() != 1 || KvoLogGetWorkingLevel(188) != KVO_LOG_WARNING) return 1;
+    return KvoLogSetCurrentLevel(188, 1) + KvoLogEnableFlags(1) + KvoLogDisableFlags(1) +
+           KvoLogSetOutputPath("x") + KvoLogSetRolloverSize(1) + KvoLogSetRolloverCount(1);
+  });
+  if (status == 77) GTEST_SKIP() << "no other group can be had in this namespace";
+  EXPECT_EQ(status, 0);
 }
 
 // ---- Which lines are written -------------------------------------------------------------------
@@ -319,9 +341,7 @@ TEST_F(Log, StartsWithoutAServiceOrWithOneThatTakesNoCallers) {
   KvoLogShutdown();
   EXPECT_EQ(NextDescriptor(), next);
   LogService full(0);
-  const pid_t child = fork();
-  if (child == 0) _exit(KvoLogInit());  // and waits there
-  waitpid(child, nullptr, 0);
+  EXPECT_EQ(InChild([] { return KvoLogInit() - 1; }), 0);  // and waits there
   EXPECT_LE(SecondsOf([] { EXPECT_EQ(KvoLogInit(), 1); }), 4.0);
   EXPECT_FALSE(HasService());
 }

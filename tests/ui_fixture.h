@@ -111,6 +111,7 @@ class UI : public testing::Test {
     }
     return files;
   }
+
   // Of files, of which no block holds 300.
   static std::vector<std::string> LongNames(std::size_t count) {
     std::vector<std::string> names(count, std::string(240, 'm'));
