@@ -217,23 +217,26 @@ TEST_F(Order, ServesRequestAfterRequestInTheSameMemory) {
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
   GTEST_SKIP() << "whose own memory grows";
 #endif
-  const char* setting = getenv("YRA_REQUESTS");  // 10000 take half a minute
   const Files files = AddFiles("long", LongNames(60), 1);
   Host host;
-  long before = 0;
-  for (int i = -30; i < (setting != nullptr ? atoi(setting) / 3 : 50); ++i) {
-    if (i == 0) before = PrivateMemory();
-    host.RequestFiles();
-    host.RequestDirectory(1);
-    host.Error("Oops", "main text", "");
-    ASSERT_TRUE(Respond(folderChooser, GTK_RESPONSE_ACCEPT));  // as soon as it lets itself be
-    ExpectChoice({{Home(), 1}}, 5);
-    ASSERT_TRUE(Select(chooser, files[0].first, true));
-    ASSERT_TRUE(Respond(chooser, GTK_RESPONSE_ACCEPT));
-    ExpectChoice(files);
-    ASSERT_TRUE(Respond("Oops", GTK_RESPONSE_CLOSE));
+  long grown = 0;
+  // What is lost is lost each time; a heap that finds its size grows once or twice.
+  for (int time = 0; time < 5 && (time == 0 || grown > 512); ++time) {
+    const long before = PrivateMemory();
+    for (int i = 0; i < 30; ++i) {
+      host.RequestFiles();
+      host.RequestDirectory(1);
+      host.Error("Oops", "main text", "");
+      ASSERT_TRUE(Respond(folderChooser, GTK_RESPONSE_ACCEPT));  // as soon as it lets itself be
+      ExpectChoice({{Home(), 1}}, 5);
+      ASSERT_TRUE(Select(chooser, files[0].first, true));
+      ASSERT_TRUE(Respond(chooser, GTK_RESPONSE_ACCEPT));
+      ExpectChoice(files);
+      ASSERT_TRUE(Respond("Oops", GTK_RESPONSE_CLOSE));
+    }
+    grown = PrivateMemory() - before;
   }
-  EXPECT_LT(PrivateMemory() - before, 1024);
+  EXPECT_LE(grown, 512);
 }
 
 }  // namespace
