@@ -90,22 +90,13 @@ class Transcript {
   template <class Call>
   void Do(const std::string& heading, Call call) {
     if (m_quiet > 0) return static_cast<void>(call());
-    Take();
-    m_out << "== " << heading;
+    Begin(heading);
     if constexpr (std::is_void_v<decltype(call())>) {
       call();
     } else {
       m_out << " = " << Shown(call());
     }
-    m_out << std::endl;         // the last one is the one that broke
-    if (m_serves) InUI([] {});  // what was queued there is done with
-    std::ostringstream own, others;
-    for (const Line& line : Take()) {
-      (line.head.thread == m_own ? own : others)
-          << int{line.head.classId} << ' ' << int{line.head.level} << ' ' << Masked(line.text)
-          << '\n';
-    }
-    m_out << own.str() << (others.str().empty() ? "" : "--\n") << others.str();
+    End();
   }
 
   // What `body` does is not written down.
@@ -119,6 +110,21 @@ class Transcript {
   }
 
  private:
+  void Begin(const std::string& heading) {
+    Take();
+    m_out << "== " << heading;
+  }
+  void End() {
+    m_out << std::endl;         // the last one is the one that broke
+    if (m_serves) InUI([] {});  // what was queued there is done with
+    std::ostringstream own, others;
+    for (const Line& line : Take()) {
+      (line.head.thread == m_own ? own : others)
+          << int{line.head.classId} << ' ' << int{line.head.level} << ' ' << Masked(line.text)
+          << '\n';
+    }
+    m_out << own.str() << (others.str().empty() ? "" : "--\n") << others.str();
+  }
   // The lines since the last time: those in front of a mark.
   std::vector<Line> Take() {
     const std::string mark = ": mark " + std::to_string(++m_marks);
@@ -211,7 +217,7 @@ void OneContainer(int type) {
 void StoreRefusals() {
   YraRW* store = nullptr;
   unsigned char* data = nullptr;
-  unsigned char element[1] = {};
+  unsigned char element[sizeof(YRAFT_FILEINFO_ITEM)] = {};
   unsigned int weight = 0;
   int size = 0;
   WITHOUT_MEMORY(1, YraftRWCreate(&store));

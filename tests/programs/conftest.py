@@ -7,6 +7,7 @@ import fcntl
 import os
 import pathlib
 import pty
+import random
 import re
 import resource
 import signal
@@ -24,6 +25,16 @@ PATIENCE = 30  # seconds
 LIBC = ctypes.CDLL(None, use_errno=True)
 PR_SET_PDEATHSIG = 1
 FILE_SIZE = 4 << 30  # no file that a program writes is endless
+
+
+def some(size):
+    return random.Random(size).randbytes(size)
+
+
+def as_ordinary_user():
+    """Although the test may be root, file modes bind what it starts."""
+    for right in (1, 2):  # CAP_DAC_OVERRIDE, CAP_DAC_READ_SEARCH
+        LIBC.prctl(24, right, 0, 0, 0)  # PR_CAPBSET_DROP
 
 
 def wait_until(condition, patience=PATIENCE):

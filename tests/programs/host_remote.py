@@ -8,8 +8,7 @@ import subprocess
 
 import pytest
 
-from conftest import wait_until
-from host_transfer import some
+from conftest import some, wait_until
 from screen import *
 
 

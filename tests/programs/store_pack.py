@@ -3,8 +3,7 @@
 import os
 import re
 
-from conftest import BUILD
-from host_transfer import as_ordinary_user
+from conftest import BUILD, as_ordinary_user
 
 PACK = BUILD / "tools/yraft-pack/yraft-pack"
 
