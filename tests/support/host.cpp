@@ -253,7 +253,7 @@ GtkWidget* FindButton(const std::string& titlePart, const std::string& label) {
 }
 
 Spot ButtonSpot(const std::string& label) {
-  Spot spot{-1, -1};
+  Spot spot{-1, -1, false};
   // A window manager moves a window that comes up.
   const bool found = WaitInUI([&] {
     GtkWidget* button = FindButton("", label);
@@ -262,10 +262,11 @@ Spot ButtonSpot(const std::string& label) {
     gtk_widget_get_allocation(button, &area);
     const Spot last = spot;
     gdk_window_get_origin(gtk_widget_get_window(button), &spot.x, &spot.y);
-    spot = {spot.x + area.x + area.width / 2, spot.y + area.y + area.height / 2};
+    spot = {spot.x + area.x + area.width / 2, spot.y + area.y + area.height / 2,
+            gtk_widget_get_state(button) != GTK_STATE_NORMAL};
     return spot.x == last.x && spot.y == last.y;
   });
-  return found ? spot : Spot{-1, -1};
+  return found ? spot : Spot{-1, -1, false};
 }
 
 bool Hears(const std::string& titlePart) {

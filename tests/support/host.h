@@ -96,9 +96,11 @@ bool Select(const std::string& titlePart, const std::string& path, bool all = fa
 bool IsSelected(GtkWidget* chooser, const std::string& path);
 // Lets a dialog answer by itself as its button would; a chooser accepts once something is selected.
 bool Respond(const std::string& titlePart, int response);
-// Where a button with this label stands still on the screen; else {-1, -1}.
+// Where a button with this label stands still on the screen; else {-1, -1}. It is lit while it
+// knows the pointer to be there, or cannot be pressed.
 struct Spot {
   int x, y;
+  bool lit;
 };
 Spot ButtonSpot(const std::string& label);
 // The window no longer drops keys, which it does while it comes up.
