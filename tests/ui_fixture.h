@@ -121,8 +121,7 @@ class UI : public testing::Test {
 
   // The toolkit may lose a click that comes with the pointer, as no person's does.
   void Click(const std::string& label) {
-    int looks = 0;
-    EXPECT_TRUE(WaitUntil([&] {
+    EXPECT_TRUE(WaitUntil([&, looks = 0]() mutable {
       const Spot spot = ButtonSpot(label);
       user.Do(xdo_move_mouse, spot.x, spot.y + ++looks % 2, 0);
       return spot.lit;

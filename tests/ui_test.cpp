@@ -58,7 +58,6 @@ TEST_F(UI, TakesAnAnsweredChooserAwayBeforeItTellsTheHost) {
   Host host;
   for (const std::string& title : {chooser, folderChooser}) {
     for (const bool byKey : {true, false}) {
-      SCOPED_TRACE(title + (byKey ? " by key" : " by click"));
       title == chooser ? host.RequestFiles() : host.RequestDirectory(77);
       ASSERT_TRUE(Face(title));
       notes.OnNext([&] { EXPECT_TRUE(user.WaitNoWindow(title)); });

@@ -96,8 +96,8 @@ bool Select(const std::string& titlePart, const std::string& path, bool all = fa
 bool IsSelected(GtkWidget* chooser, const std::string& path);
 // Lets a dialog answer by itself as its button would; a chooser accepts once something is selected.
 bool Respond(const std::string& titlePart, int response);
-// Where a button with this label stands still on the screen; else {-1, -1}. It is lit while it
-// knows the pointer to be there, or cannot be pressed.
+// Where a button with this label stands still on the screen, else {-1, -1}; lit: it knows that the
+// pointer is there, or cannot be pressed.
 struct Spot {
   int x, y;
   bool lit;
