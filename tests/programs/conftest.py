@@ -18,6 +18,7 @@ import time
 
 import pytest
 
+pytest.register_assert_rewrite("screen", "logservice")  # which say then what was there instead
 BUILD = pathlib.Path(os.environ["YRA_BUILD"])
 ROOT = pathlib.Path(__file__).parents[2]
 SANITIZED = re.search(r"YRAFT_SANITIZE:\w+=\w", (BUILD / "CMakeCache.txt").read_text()) is not None

@@ -50,9 +50,7 @@ def press(title, *keys):
 def accept(title, *keys, patience=0.1):
     """Presses keys until a dialog is gone: one that has just come up may take no notice."""
     window = face(title)
-    while windows(title):
-        time.sleep(patience)
-        xdotool("key", "--window", window, *keys)
+    wait_until(lambda: not windows(title) or time.sleep(patience) or xdotool("key", "--window", window, *keys))
 
 
 def accept_all(title=OPEN):
