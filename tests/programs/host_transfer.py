@@ -94,7 +94,7 @@ def test_an_upload_into_the_folder_that_was_shown_is_obeyed(desk):
 def test_a_pause_holds_until_the_window_is_closed_and_comes_back(desk):
     name = "日本語 " + "x" * 60
     (desk.home / name).write_bytes(some(600000))
-    program = desk.download("--rate", "100K", columns=50)
+    program = desk.download("--rate", "50K", columns=50)
     accept_all()
     window = press(PROGRESS, "Tab", "space")
     wait_until(lambda: "KiB  paused" in program.out)
