@@ -60,6 +60,7 @@ class Server {
   void Drop(CURL* request);
 
  private:
+  static int OnConnection(void* self, curl_socket_t connection, curlsocktype);
   static int OnKey(CURL*, const curl_khkey* known, const curl_khkey* found, curl_khmatch match,
                    void* self);
   void SetUser(CURL* request, const Url& url);
@@ -70,6 +71,7 @@ class Server {
   std::unique_ptr<CURLM, CURLMcode (*)(CURLM*)> m_connections;
   const std::string m_loginName, m_keyFile;
   CURL* m_running = nullptr;
+  int m_entering = -1;     // the connection that its request has made
   std::string m_host;      // of the last request
   std::string m_password;  // that the user typed
   bool m_keyChanged = false;
