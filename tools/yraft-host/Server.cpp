@@ -53,13 +53,6 @@ std::string Fingerprint(const curl_khkey& key) {
   return shown.substr(0, shown.find('='));
 }
 
-// A server of SSH lets a client in with small messages, and its kernel keeps each until there is
-// word of the one before, which ours would give after 40 ms. It forgets that it was asked not to.
-void AnswerAtOnce(int connection) {
-  const int yes = 1;
-  setsockopt(connection, IPPROTO_TCP, TCP_QUICKACK, &yes, sizeof(yes));
-}
-
 // Bytes of a file that the server has taken.
 curl_off_t Sent(CURL* request) {
   curl_off_t bytes = 0;
@@ -112,6 +105,8 @@ Server::Handle Server::Prepare(const std::string& text) {
   curl_easy_setopt(request, CURLOPT_NOSIGNAL, 1L);
   curl_easy_setopt(request, CURLOPT_SOCKOPTFUNCTION, OnConnection);
   curl_easy_setopt(request, CURLOPT_SOCKOPTDATA, this);
+  curl_easy_setopt(request, CURLOPT_CLOSESOCKETFUNCTION, OnClose);
+  curl_easy_setopt(request, CURLOPT_CLOSESOCKETDATA, this);
   curl_easy_setopt(request, CURLOPT_PROTOCOLS_STR, "sftp,https");
   curl_easy_setopt(request, CURLOPT_ERRORBUFFER, m_error);
   curl_easy_setopt(request, CURLOPT_CONNECTTIMEOUT, kSeconds);
@@ -144,9 +139,30 @@ void Server::SetUser(CURL* request, const Url& url) {
 }
 
 int Server::OnConnection(void* self, curl_socket_t connection, curlsocktype) {
-  static_cast<Server*>(self)->m_entering = connection;
+  auto* server = static_cast<Server*>(self);
+  server->m_connection = connection;
+  server->m_entering = true;
   return CURL_SOCKOPT_OK;
 }
+
+int Server::OnClose(void* self, curl_socket_t connection) {
+  auto* server = static_cast<Server*>(self);
+  if (server->m_connection == connection) server->m_connection = -1;
+  return close(connection);
+}
+
+void Server::Set(int option, bool on) const {
+  const int value = on ? 1 : 0;
+  if (m_connection >= 0) setsockopt(m_connection, IPPROTO_TCP, option, &value, sizeof(value));
+}
+
+// A server of SSH lets a client in with small messages, and its kernel keeps each until there is
+// word of the one before, which ours would give after 40 ms. It forgets that it was asked not to.
+void Server::AnswerAtOnce() const { Set(TCP_QUICKACK, true); }
+
+// Whether the kernel waits for whole segments, as packets of SSH leave curl one by one. That ends
+// before there is anything to wait for.
+void Server::Gather(bool waits) const { Set(TCP_NODELAY, !waits); }
 
 // Called before anything of the user's goes to the server.
 int Server::OnKey(CURL*, const curl_khkey*, const curl_khkey* found, curl_khmatch match,
@@ -169,7 +185,7 @@ std::optional<CURLcode> Server::Step(CURL* request) {
   }
   int count;
   curl_multi_perform(m_connections.get(), &count);
-  if (m_entering >= 0) AnswerAtOnce(m_entering);
+  if (m_entering) AnswerAtOnce();
   while (const CURLMsg* message = curl_multi_info_read(m_connections.get(), &count)) {
     if (message->msg != CURLMSG_DONE || message->easy_handle != request) continue;
     const CURLcode result = message->data.result;
@@ -179,12 +195,23 @@ std::optional<CURLcode> Server::Step(CURL* request) {
   return std::nullopt;
 }
 
+// Steps as long as the server's answers wait, of which curl takes one at a time.
+std::optional<CURLcode> Server::Advance(CURL* request, const std::function<bool()>& ready) {
+  Gather(true);
+  std::optional<CURLcode> result;
+  curl_off_t before;
+  do {
+    before = Sent(request);
+    result = Step(request);
+  } while (!result && !ready() && Sent(request) > before);
+  Gather(false);
+  return result;
+}
+
 std::optional<CURLcode> Server::Run(CURL* request, const std::function<bool()>& ready) {
   while (true) {
-    const curl_off_t sent = Sent(request);
-    if (const auto result = Step(request)) return result;
+    if (const auto result = Advance(request, ready)) return result;
     if (ready()) return std::nullopt;
-    if (Sent(request) > sent) continue;  // curl takes one answer of the server's at a time
     curl_multi_poll(m_connections.get(), nullptr, 0, kPollMilliseconds, nullptr);
     if (!m_permission.goOn()) throw FileFailed("cancelled");
   }
@@ -220,7 +247,7 @@ void Server::Drop(CURL* request) {
   if (m_running != request) return;
   curl_multi_remove_handle(m_connections.get(), request);
   m_running = nullptr;
-  m_entering = -1;
+  m_entering = false;
 }
 
 Text Server::Words(CURL* request, CURLcode result) const {

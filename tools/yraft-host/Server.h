@@ -61,19 +61,25 @@ class Server {
 
  private:
   static int OnConnection(void* self, curl_socket_t connection, curlsocktype);
+  static int OnClose(void* self, curl_socket_t connection);
   static int OnKey(CURL*, const curl_khkey* known, const curl_khkey* found, curl_khmatch match,
                    void* self);
   void SetUser(CURL* request, const Url& url);
   std::optional<CURLcode> Step(CURL* request);
+  std::optional<CURLcode> Advance(CURL* request, const std::function<bool()>& ready);
+  void Set(int option, bool on) const;
+  void AnswerAtOnce() const;
+  void Gather(bool waits) const;
 
   const Permission& m_permission;
   Answers m_answers;
+  int m_connection = -1;  // the last that was made; -1 once it is closed
   std::unique_ptr<CURLM, CURLMcode (*)(CURLM*)> m_connections;
   const std::string m_loginName, m_keyFile;
   CURL* m_running = nullptr;
-  int m_entering = -1;     // the connection that its request has made
-  std::string m_host;      // of the last request
-  std::string m_password;  // that the user typed
+  bool m_entering = false;  // its request has made the connection
+  std::string m_host;       // of the last request
+  std::string m_password;   // that the user typed
   bool m_keyChanged = false;
   char m_error[CURL_ERROR_SIZE] = "";
 };
