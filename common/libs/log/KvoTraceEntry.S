@@ -29,6 +29,7 @@ __KvoTrace:
   test %r10, %r10
   jne .Lask
   ret
+  .p2align 6 // the way of a process with a log: a whole line of the cache at its first jump
 .Lask:
   movzbl %dil, %r11d
   mov levels(%r10, %r11, 4), %r11d
