@@ -11,8 +11,11 @@ namespace {
 constexpr char kHex[] = "0123456789abcdef";
 constexpr std::string_view kShort = "\\\\n\nr\rt\t";  // each letter in front of what it stands for
 
-// A byte that may have to be escaped. 0xC2 starts the control characters of the upper half, too.
-bool IsSpecial(unsigned char c) { return c < 0x20 || c == '\\' || c == 0x7f || c == 0xc2; }
+// Whether a byte may have to be escaped: 0xC2 starts the control characters of the upper half, too.
+// No function, as the search for one would call it for every byte.
+constexpr auto kIsSpecial = [](unsigned char c) {
+  return c < 0x20 || c == '\\' || c == 0x7f || c == 0xc2;
+};
 
 // How many bytes to escape where the first one is special.
 std::size_t ControlLength(std::string_view text) {
@@ -77,7 +80,7 @@ bool IsTime(std::string_view word) {
 
 void AppendEscaped(std::string_view text, std::string* out) {
   for (;;) {
-    const auto special = std::find_if(text.begin(), text.end(), IsSpecial);
+    const auto special = std::find_if(text.begin(), text.end(), kIsSpecial);
     out->append(text.begin(), special);
     text.remove_prefix(static_cast<std::size_t>(special - text.begin()));
     if (text.empty()) return;
