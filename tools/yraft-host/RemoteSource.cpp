@@ -45,7 +45,8 @@ void RemoteSource::Start(std::uint64_t offset) {
 std::size_t RemoteSource::OnWrite(char* bytes, std::size_t size, std::size_t count, void* self) {
   auto* source = static_cast<RemoteSource*>(self);
   if (source->m_buffer.size() >= kBuffer) return CURL_WRITEFUNC_PAUSE;
-  source->m_buffer.insert(source->m_buffer.end(), bytes, bytes + size * count);
+  const auto* first = reinterpret_cast<unsigned char*>(bytes);  // chars are copied one by one
+  source->m_buffer.insert(source->m_buffer.end(), first, first + size * count);
   source->m_behind += size * count;
   return size * count;
 }
