@@ -54,7 +54,7 @@ def accept(title, *keys, patience=0.1):
 
 
 def accept_all(title=OPEN):
-    accept(title, "ctrl+a", "alt+o", patience=0.3)  # its list fills file by file
+    accept(title, "ctrl+a", "alt+o", patience=1)  # its list fills file by file, on a busy machine slowly
 
 
 def accept_folder(title=FOLDER):
