@@ -82,16 +82,29 @@ def test_ten_restarts_under_load_lose_and_repeat_nothing(manager, start, end):
     assert SOCKET.exists()
 
 
+WAITING = re.compile(r"(202 \S+ 0x189|232|230|7) ")  # for a condition, in epoll_wait, clock_nanosleep or poll
+
+
 @contextlib.contextmanager
 def stalled(service, thread="kvolog-writer"):
-    """A disk that hangs, say: the thread that writes does not come back."""
+    """A disk that hangs, say: the thread does not come back. It is stopped where it waits, as elsewhere it may hold
+    what the other thread needs."""
+    tasks = pathlib.Path(f"/proc/{service.pid}/task")
+    task = next(task for task in tasks.iterdir() if (task / "comm").read_text() == f"{thread}\n")
+    number = int(task.name)
+
     def trace(request):
         return LIBC.ptrace(ctypes.c_long(request), number, None, None) == 0
 
-    tasks = pathlib.Path(f"/proc/{service.pid}/task")
-    number = next(int(task.name) for task in tasks.iterdir() if (task / "comm").read_text() == f"{thread}\n")
-    assert trace(0x4206) and trace(0x4207)  # PTRACE_SEIZE, PTRACE_INTERRUPT
-    os.waitpid(number, 0x40000000)  # __WALL
+    def stopped():
+        assert trace(0x4207)  # PTRACE_INTERRUPT
+        os.waitpid(number, 0x40000000)  # __WALL
+        waits = WAITING.match((task / "syscall").read_text())
+        assert waits or trace(7)  # PTRACE_CONT
+        return waits
+
+    assert trace(0x4206)  # PTRACE_SEIZE
+    wait_until(stopped)
     yield
     if not trace(17):  # PTRACE_DETACH; it was killed meanwhile
         os.waitpid(number, 0x40000000)
@@ -107,6 +120,7 @@ def test_a_service_or_a_disk_that_stands_still_costs_no_line(manager, start):
         manager.service.signal(signal.SIGCONT)
     with contextlib.ExitStack() as stack:
         with stalled(manager.service):
+            Sender().line("what the disk is to take")
             time.sleep(1.5)  # longer than a client waits
             stack.enter_context(stalled(manager.service, "kvolog"))
             size = LOG.stat().st_size
