@@ -2,6 +2,7 @@
 
 #include <signal.h>
 #include <sys/epoll.h>
+#include <sys/ioctl.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/signalfd.h>
@@ -82,6 +83,11 @@ void Store(const Inheritance::Connection& connection) {
 }
 
 void Unstore(const std::string& name) { sd_notify(0, ("FDSTOREREMOVE=1\nFDNAME=" + name).c_str()); }
+
+bool HasUnread(int fd) {
+  int bytes = 0;
+  return ioctl(fd, FIONREAD, &bytes) == 0 && bytes > 0;
+}
 
 bool IsRegistration(std::string_view bytes) {
   KvoLogRecordHead head{};
@@ -184,7 +190,10 @@ void Service::Tick() {
     if (client.reader.Registered() || client.ended || now - client.since < kRegistrationPatience) {
       continue;
     }
-    if (client.answer.empty()) Note(client, "did not register and was dropped");
+    if (client.answer.empty()) {
+      if (HasUnread(fd)) continue;  // it is we who are late
+      Note(client, "did not register and was dropped");
+    }
     End(client);
   }
   for (auto& [uid, user] : m_users) {
